@@ -1,0 +1,25 @@
+# One interface target carries the language options and warnings of our own code; every target of ours links it PRIVATE.
+include(CheckPIESupported)
+check_pie_supported()
+
+add_library(mero_options INTERFACE)
+target_compile_features(mero_options INTERFACE cxx_std_20)
+target_compile_options(mero_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+    -fno-omit-frame-pointer
+    # Log lines carry __FILE__: keep the paths of the build machine out of the programs.
+    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
+
+# Sanitizers and coverage must cover every object, so they are global and not part of mero_options.
+if(NOT MERO_SANITIZE STREQUAL "")
+    add_compile_options("-fsanitize=${MERO_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    add_link_options("-fsanitize=${MERO_SANITIZE}")
+endif()
+if(MERO_COVERAGE)
+    add_compile_options(--coverage -O0)
+    add_link_options(--coverage)
+endif()
+if(MERO_HARDENING)
+    add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
+    add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
+endif()

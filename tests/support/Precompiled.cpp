@@ -1,0 +1,1 @@
+// The library that owns the precompiled header needs one source.

@@ -1,0 +1,1 @@
+#include "CThread.h"

@@ -1,0 +1,1 @@
+#include "Directory.h"

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Renders log lines for a file of their own. No logger of this system uses one; the classes belong to the common code.
+class ILogFormatter {
+public:
+    virtual ~ILogFormatter() = default;
+    [[nodiscard]] virtual std::string getHeader() = 0;
+    /// One line. A null text ends the result after what stands before it.
+    [[nodiscard]] virtual std::string format(uint32_t level, const char* text) = 0;
+    [[nodiscard]] virtual std::string getFooter() = 0;
+};
+
+/// Time, thread and process id on one line, the text indented on the next.
+class CBasicLogFormatter : public ILogFormatter {
+public:
+    [[nodiscard]] std::string getHeader() override;
+    [[nodiscard]] std::string format(uint32_t level, const char* text) override;
+    [[nodiscard]] std::string getFooter() override;
+};
+
+/// The bare text.
+class CPlainFormatter : public ILogFormatter {
+public:
+    [[nodiscard]] std::string getHeader() override;
+    [[nodiscard]] std::string format(uint32_t level, const char* text) override;
+    [[nodiscard]] std::string getFooter() override;
+};
+
+/// A page of HTML. The level is an index of the eight level names.
+class CSimpleHTMLLogFormatter : public ILogFormatter {
+public:
+    [[nodiscard]] std::string getHeader() override;
+    [[nodiscard]] std::string format(uint32_t level, const char* text) override;
+    [[nodiscard]] std::string getFooter() override;
+};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+/// One numbered log message: its name, its level (7 leaves the level to the severity letter) and its printf format.
+struct MessageRecord {
+    const char* name;
+    uint32_t priority;
+    const char* format;
+};
+
+/// A run of message numbers.
+struct MessageRange {
+    const MessageRecord* rows;
+    uint32_t firstMessage;
+    uint32_t rowCount;
+};
+
+inline constexpr uint32_t kMessageUnknown = 0;
+inline constexpr uint32_t kMessageDebug = 1;
+inline constexpr uint32_t kMessageDebugReturnCode = 3;
+
+/// The row of a message number; for a number without one the default row "UNKNOWN" with an empty format. Never null.
+[[nodiscard]] const MessageRecord* getMessageRecord(uint32_t messageId);
+
+/// All ranges of the suite's numbering; sets the count to 11. The ranges of other programs hold no rows here.
+[[nodiscard]] const MessageRange* getMessageRanges(uint32_t& countOut);

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+
+/// Return codes of the suite: 0 is success, a coded failure is 0xFE000000 + module * 0x10000 + row.
+/// Only the codes that this system returns or tests have a name here; the table behind getReturnCodeDescription
+/// has the text of every row of the modules in use.
+
+inline constexpr uint32_t GLOBAL_ERROR_BAD_PARAMETER = 0xFE000002;
+inline constexpr uint32_t GLOBAL_ERROR_BAD_HANDLE = 0xFE000003;
+inline constexpr uint32_t GLOBAL_ERROR_NULL_POINTER = 0xFE000005;
+inline constexpr uint32_t GLOBAL_ERROR_NOT_INITIALIZED = 0xFE000007;
+inline constexpr uint32_t GLOBAL_ERROR_UNEXPECTED = 0xFE000009;
+inline constexpr uint32_t GLOBAL_ERROR_NO_INSTANCE = 0xFE00000A;
+
+inline constexpr uint32_t THREAD_ERROR_NOT_IMPLEMENTED = 0xFE340001;
+inline constexpr uint32_t THREAD_ERROR_BAD_PARAMETER = 0xFE340002;
+inline constexpr uint32_t THREAD_ERROR_UNEXPECTED = 0xFE340009;
+inline constexpr uint32_t THREAD_ERROR_CREATE_FAILED = 0xFE34000A;
+inline constexpr uint32_t THREAD_ERROR_INVALID_STACK_SIZE = 0xFE34000B;
+inline constexpr uint32_t THREAD_ERROR_INVALID_CALLER = 0xFE34000C;
+inline constexpr uint32_t THREAD_ERROR_INVALID_STATE = 0xFE34000D;
+inline constexpr uint32_t THREAD_ERROR_POSIX_JOIN_FAILED = 0xFE34000E;
+
+inline constexpr uint32_t DIRECTORY_ERROR_BAD_PARAMETER = 0xFE580002;
+inline constexpr uint32_t DIRECTORY_ERROR_UNEXPECTED = 0xFE580009;
+inline constexpr uint32_t DIRECTORY_ERROR_DIRECTORY_NOT_SPECIFIED = 0xFE58000A;
+inline constexpr uint32_t DIRECTORY_ERROR_DIRECTORY_NOT_FOUND = 0xFE58000B;
+inline constexpr uint32_t DIRECTORY_ERROR_NO_MORE_FILES = 0xFE58000C;
+inline constexpr uint32_t DIRECTORY_ERROR_FAILED_TO_CREATE_DIR = 0xFE58000D;
+inline constexpr uint32_t DIRECTORY_ERROR_DIRECTORY_ALREADY_EXISTS = 0xFE58000E;
+
+inline constexpr uint32_t CSTORAGEPATH_ERROR_NO_INSTANCE = 0xFE9E000A;
+inline constexpr uint32_t CSTORAGEPATH_ERROR_TEMPPATH_TOO_BIG = 0xFE9E000C;
+
+inline constexpr uint32_t MEROENGINE_ERROR_NOT_IMPLEMENTED = 0xFEB00001;
+inline constexpr uint32_t MEROENGINE_ERROR_BAD_PARAMETER = 0xFEB00002;
+inline constexpr uint32_t MEROENGINE_ERROR_NULL_POINTER = 0xFEB00005;
+inline constexpr uint32_t MEROENGINE_ERROR_NOT_INITIALIZED = 0xFEB00007;
+inline constexpr uint32_t MEROENGINE_ERROR_UNEXPECTED = 0xFEB00009;
+inline constexpr uint32_t MEROENGINE_ERROR_INTERNAL = 0xFEB0000A;
+inline constexpr uint32_t MEROENGINE_ERROR_WRITE_FAILURE = 0xFEB0000B;
+inline constexpr uint32_t MEROENGINE_ERROR_FILE_NOT_FOUND = 0xFEB0000C;
+inline constexpr uint32_t MEROENGINE_ERROR_FILE_OPEN_FAILURE = 0xFEB0000D;
+inline constexpr uint32_t MEROENGINE_ERROR_ACCESS_DENIED = 0xFEB0000E;
+inline constexpr uint32_t MEROENGINE_ERROR_NULL_XML_ROOT = 0xFEB0000F;
+inline constexpr uint32_t MEROENGINE_ERROR_NULL_XML_CHILD = 0xFEB00010;
+inline constexpr uint32_t MEROENGINE_ERROR_INVALID_XML = 0xFEB00011;
+inline constexpr uint32_t MEROENGINE_ERROR_UNKNOWN_XML_TAG = 0xFEB00012;
+inline constexpr uint32_t MEROENGINE_ERROR_ACTION_CANCELED_BY_USER = 0xFEB00013;
+inline constexpr uint32_t MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT = 0xFEB00014;
+
+/// Status values, whatever their names say: a step is under way, the scan has ended, the request is written.
+inline constexpr uint32_t MEROOFFLINE_ERROR_PROCESSING = 0xFEB1000B;
+inline constexpr uint32_t MEROOFFLINE_ERROR_XML_CONFIG_PARSE_SUCCESS = 0xFEB1000C;
+inline constexpr uint32_t MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS = 0xFEB1000D;
+
+/// One module's rows in the return-code table.
+struct ReturnCodeModule {
+    uint32_t rowCount;
+    const char* const* rows;
+};
+
+/// Number of slots of the return-code table. A code's module field has eight bits, so the slots from 256 on cannot be
+/// reached; the bound stays 265 all the same, because all programs of the suite share the numbering.
+inline constexpr uint32_t kReturnCodeModuleCount = 265;
+
+/// The table of kReturnCodeModuleCount slots, indexed by module number. Slots of other programs are empty.
+[[nodiscard]] const ReturnCodeModule* getReturnCodeTable();
+
+/// The text of a code in `table`, the whole row "NAME" or "NAME:text", or null.
+/// Null for a code below 0xFE000000, an unset or empty table, a module that the table lacks or whose slot is empty.
+/// A row index beyond the module's rows, or a row left out, gives the module's last row. The text is static.
+[[nodiscard]] const char* getReturnCodeDescription(uint32_t returnCode, const ReturnCodeModule* table,
+                                                   uint32_t moduleCount);
+
+/// The same over the system's own table.
+[[nodiscard]] const char* getReturnCodeDescription(uint32_t returnCode);

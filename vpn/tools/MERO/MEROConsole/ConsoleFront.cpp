@@ -1,0 +1,1 @@
+#include "ConsoleFront.h"

@@ -1,0 +1,1 @@
+#include "MEROCollectLogsAction.h"

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "MEROXmlLoader.h"
+#include "MEROXmlObject.h"
+#include "WipedString.h"
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+class collector;
+
+inline constexpr int32_t kModeCollect = 0;
+inline constexpr int32_t kModeClearLogs = 1;
+
+/// One job from request to zip. Must be held by a shared_ptr before run; serves one run. It tells its steps and its end
+/// through reportProgress and its final code as the result as well.
+class MEROEngine : public std::enable_shared_from_this<MEROEngine> {
+public:
+    /// @param requestPath  request file; empty selects the items marked default.
+    /// @param installPath  folder that holds xml/config/; empty for the one of the executable.
+    /// @param targetPath   the zip file to write; ".zip" is added unless it ends so.
+    /// @param password     empty for no encryption.
+    /// @param mode         0 collects, any other value clears logs.
+    MEROEngine(const std::string& requestPath, const std::string& installPath, const std::string& targetPath,
+               std::string_view password, int32_t mode, bool includeLegacyTree, bool collectSystemLogs);
+    virtual ~MEROEngine();
+    MEROEngine(const MEROEngine&) = delete;
+    MEROEngine& operator=(const MEROEngine&) = delete;
+
+    /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as far as
+    /// fileDeleteDirectory goes.
+    /// @return 0, MEROENGINE_ERROR_NULL_POINTER (request without root), MEROENGINE_ERROR_INTERNAL (no good
+    ///         configuration, or all failed), MEROENGINE_ERROR_WRITE_FAILURE (archive), MEROENGINE_ERROR_INVALID_XML
+    ///         (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder).
+    [[nodiscard]] uint32_t run();
+
+    /// Appends the failure block to the summary.
+    /// @return 0 or MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+    [[nodiscard]] uint32_t writeFailedFilesToSummary(const std::string& path);
+
+private:
+    [[nodiscard]] uint32_t runCollectorThreads();
+    [[nodiscard]] uint32_t clearLogs();
+    void collectLog(MEROXmlObject* config, uint32_t index, collector& worker);
+
+    int32_t m_mode;
+    /// Made by the clear-logs run only.
+    std::unique_ptr<collector> m_collector;
+    std::unique_ptr<MEROXmlLoader> m_configLoader;
+    std::unique_ptr<MEROXmlLoader> m_requestLoader;
+    /// The request's file entries that no collector has handled; views into the request. See collector for its lock.
+    std::list<MEROComponent*> m_requestedFiles;
+    /// Guarded by m_failedLock while workers run.
+    std::list<std::string> m_failedConfigs;
+    /// One per good configuration file; owned, read only while workers run.
+    std::list<MEROXmlObject*> m_configTrees;
+    std::string m_requestPath;
+    std::string m_installPath;
+    std::string m_workingFolder;
+    std::string m_targetPath;
+    WipedString m_password;
+    /// The request, a view of what m_requestLoader or m_emptyRequest owns.
+    MEROXmlObject* m_request = nullptr;
+    std::unique_ptr<MEROXmlObject> m_emptyRequest;
+    bool m_collectSystemLogs;
+    bool m_includeLegacyTree;
+    std::mutex m_failedLock;
+};

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <string>
+
+/// The engine's file work. Paths are byte strings and are used as they stand, unless told otherwise. Every failure is a
+/// return code of the engine, logged where it is found. Re-entrant, but for the two truncating functions.
+namespace helperUtil {
+
+/// One hit of a folder listing.
+struct FoundFile {
+    /// As readdir gave it.
+    std::string name;
+    /// The folder searched, with a trailing "/".
+    std::string directory;
+    /// False in every entry of a listing, because folders are never listed.
+    bool isDirectory = false;
+    /// Seconds since the epoch.
+    int64_t modificationTime = 0;
+};
+
+/// Keeps the first bytes of a file and drops the rest.
+/// @param keepBytes  bytes to keep; more than the file holds adds one byte 0xFF.
+/// @param fileName   null is refused.
+/// @return 0, also when the copy back failed (logged); MEROENGINE_ERROR_BAD_PARAMETER or
+///         MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+/// Writes "temp_out.txt" in the current folder and leaves it there: never two calls at a time.
+[[nodiscard]] uint32_t fileTruncateEnd(int32_t keepBytes, const char* fileName);
+/// Keeps the last bytes of a file and adds one byte 0xFF. More bytes than the file holds give an empty file.
+/// The rest is as for fileTruncateEnd.
+[[nodiscard]] uint32_t fileTruncateFront(int32_t keepBytes, const char* fileName);
+
+/// Copies a regular file, or a whole folder. Mode, owner and times of the source are not carried over. An existing
+/// destination is removed first. Nothing but regular files and folders is ever opened for reading.
+/// @param errorText  emptied; gets the C library's error text when the source can't be read.
+/// @return 0; MEROENGINE_ERROR_FILE_NOT_FOUND (source missing); MEROENGINE_ERROR_UNEXPECTED (destination can't be
+///         removed); MEROENGINE_ERROR_FILE_OPEN_FAILURE. A failed copy may leave a part of the destination.
+[[nodiscard]] uint32_t fileCopy(const std::string& source, const std::string& destination, std::string& errorText);
+/// @return 0, also for a missing file, or MEROENGINE_ERROR_UNEXPECTED.
+[[nodiscard]] uint32_t fileDelete(const std::string& path);
+/// Makes a folder with mode 0777 less the umask.
+/// @return MEROENGINE_ERROR_ACCESS_DENIED when refused for lack of rights, else 0, so also for a folder that exists and
+///         for a missing parent.
+[[nodiscard]] uint32_t MakeDirectory(const std::string& path);
+
+/// Lists the files of a folder whose names match one of the patterns, whatever their case.
+/// @param directory  gets a trailing "/" in place.
+/// @param patterns   are made lower-case in place; `*` and `?` are wildcards.
+/// @param recursive  follows sub-folders too, but no folder that is its own ancestor.
+/// @param results    gets the hits appended, in the order of the folder.
+/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER for an empty argument; MEROENGINE_ERROR_FILE_NOT_FOUND for a missing
+///         folder, and when `results` is still empty; MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+[[nodiscard]] uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
+                                   std::list<FoundFile>& results);
+/// Deletes the files directly in a folder. @return 0, the listing's code, or MEROENGINE_ERROR_UNEXPECTED if a file stays.
+[[nodiscard]] uint32_t fileDeleteAll(std::string& directory);
+/// Deletes the files directly in a folder and then the folder. Sub-folders are not touched and keep the folder alive.
+/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; MEROENGINE_ERROR_ACCESS_DENIED (no such folder); the listing's code;
+///         MEROENGINE_ERROR_UNEXPECTED.
+[[nodiscard]] uint32_t fileDeleteDirectory(const std::string& directory);
+/// The match with the latest modification time; among equals the last one of the folder's order.
+/// @return 0 or the listing's code; `newest` is empty then.
+[[nodiscard]] uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::string& pattern,
+                                                 bool recursive, FoundFile& newest);
+/// Size in bytes of a file whose path is translated first; -1.0 if unknown.
+[[nodiscard]] double getFileSize(const std::string& path);
+/// Matches the whole text; `*` is any run of bytes, `?` any one byte. False for null.
+[[nodiscard]] bool matchWildcard(const char* pattern, const char* text);
+
+} // namespace helperUtil

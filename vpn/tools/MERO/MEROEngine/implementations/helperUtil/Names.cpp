@@ -1,0 +1,1 @@
+#include "Names.h"

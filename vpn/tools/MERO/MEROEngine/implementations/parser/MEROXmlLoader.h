@@ -1,0 +1,36 @@
+#pragma once
+
+#include "MEROXmlMgr.h"
+
+#include <list>
+#include <memory>
+#include <string>
+
+inline constexpr int kLoadText = 0;
+inline constexpr int kLoadFile = 1;
+inline constexpr int kLoadFolder = 2;
+
+/// Turns a text, a file or a folder of configuration files into trees. One loader per document set; used by one thread.
+class MEROXmlLoader {
+public:
+    MEROXmlLoader();
+    ~MEROXmlLoader();
+    MEROXmlLoader(const MEROXmlLoader&) = delete;
+    MEROXmlLoader& operator=(const MEROXmlLoader&) = delete;
+
+    /// @param source  the document (mode 0), a file path (mode 1), or a folder ending in "/" (mode 2).
+    /// @param trees   gets the good trees appended. In modes 0 and 1 the tree stays the loader's; in mode 2 each is a new
+    ///                object that the caller owns.
+    /// @return `trees`, or null for a parse failure, for a folder without a good file, or for another mode.
+    [[nodiscard]] std::list<MEROXmlObject*>* load(const std::string& source, int mode,
+                                                  std::list<MEROXmlObject*>& trees);
+    /// Full paths of the files that failed in the last folder load.
+    [[nodiscard]] std::list<std::string> getFailedFiles() const { return m_failedFiles; }
+    /// True if the last load delivered at least one tree.
+    [[nodiscard]] bool isLoaded() const { return m_loaded; }
+
+private:
+    std::unique_ptr<MEROXmlMgr> m_mgr;
+    bool m_loaded = false;
+    std::list<std::string> m_failedFiles;
+};

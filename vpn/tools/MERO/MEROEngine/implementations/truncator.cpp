@@ -1,0 +1,1 @@
+#include "truncator.h"

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "MEROCollectedFile.h"
+#include "MEROXmlObject.h"
+
+#include <cstdint>
+#include <list>
+
+/// Enters a collector's files in the summary tree, on request with size limits per id. Lives for one use; the caller
+/// holds g_summaryLock.
+class truncator {
+public:
+    /// @param files    copied.
+    /// @param summary  not owned.
+    truncator(const std::list<MEROCollectedFile>& files, MEROXmlObject* summary);
+    virtual ~truncator() = default;
+    truncator(const truncator&) = delete;
+    truncator& operator=(const truncator&) = delete;
+
+    /// Applies the limits of the records and enters them, id by id. Once per object.
+    /// @return 0, or MEROENGINE_ERROR_NOT_INITIALIZED for an empty list.
+    [[nodiscard]] virtual uint32_t perform();
+    /// Enters every record as included, in list order. @return 0.
+    [[nodiscard]] virtual uint32_t fillSummaryGoodFiles();
+    /// Cuts all files of a group in proportion to their sizes. @return 0.
+    [[nodiscard]] virtual uint32_t DATATruncateAll(std::list<MEROCollectedFile>& group, double totalSize);
+    /// Enters a record as omitted, with the reason "Internal error". @return 0.
+    [[nodiscard]] virtual uint32_t fillSummaryInternalError(const MEROCollectedFile& file);
+    /// Enters a record as included.
+    /// @return 0, MEROENGINE_ERROR_NOT_INITIALIZED, MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
+    [[nodiscard]] virtual uint32_t fillSummaryGoodFile(const MEROCollectedFile& file);
+
+private:
+    void handleMember(MEROCollectedFile& file, int32_t groupType, double& groupSum,
+                      std::list<MEROCollectedFile>& dataGroup);
+    void keepOrDropWhole(MEROCollectedFile& file, double& groupSum);
+    void dropMixed(const MEROCollectedFile& file);
+    void dropLost(const MEROCollectedFile& file);
+    void endGroup(int32_t groupType, double groupSum, std::list<MEROCollectedFile>& dataGroup);
+    void addNotes();
+
+    bool m_bDataNoteNeeded = false;
+    bool m_bWholeNoteNeeded = false;
+    std::list<MEROCollectedFile> m_TruncAttrsList;
+    MEROXmlObject* m_pXMLSummary;
+};
