@@ -6,8 +6,8 @@
 class CapturedLog::Keeper : public ILogger {
 public:
     explicit Keeper(std::shared_ptr<Lines> lines) : m_lines(std::move(lines)) {}
-    uint32_t write(uint32_t /*priority*/, const char* text, const char* /*messageName*/, uint32_t /*messageId*/,
-                   int32_t severity) override {
+    uint32_t write(uint32_t /*priority*/, const char* text, const char* /*messageName*/,
+                   uint32_t /*messageId*/, int32_t severity) override {
         const std::lock_guard guard(m_lines->lock);
         m_lines->kept.push_back({static_cast<char>(severity), text == nullptr ? "" : text});
         return 0;
@@ -41,7 +41,8 @@ bool CapturedLog::containsCode(char severity, const std::string& function, const
     std::snprintf(codeText, sizeof codeText, "(0x%.8X)", code);
     const std::vector<LogLine> all = lines();
     return std::any_of(all.begin(), all.end(), [&](const LogLine& line) {
-        return line.severity == severity && line.text.find("Function: " + function + "\n") != std::string::npos &&
+        return line.severity == severity &&
+               line.text.find("Function: " + function + "\n") != std::string::npos &&
                line.text.find("Invoked Function: " + invoked + "\n") != std::string::npos &&
                line.text.find(codeText) != std::string::npos;
     });

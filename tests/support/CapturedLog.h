@@ -13,7 +13,8 @@ struct LogLine {
     std::string text;
 };
 
-/// Installs a logger that keeps every line, for as long as the object lives. The process must have no logger yet.
+/// Installs a logger that keeps every line, for as long as the object lives. The process must have no logger
+/// yet.
 class CapturedLog {
 public:
     CapturedLog();
@@ -24,7 +25,9 @@ public:
     [[nodiscard]] std::vector<LogLine> lines() const;
     /// How many lines of this severity hold `part`; '*' takes any severity.
     [[nodiscard]] int count(char severity, const std::string& part) const;
-    [[nodiscard]] bool contains(char severity, const std::string& part) const { return count(severity, part) > 0; }
+    [[nodiscard]] bool contains(char severity, const std::string& part) const {
+        return count(severity, part) > 0;
+    }
     /// A line of logReturnCode: by this function, for this invoked call and code.
     [[nodiscard]] bool containsCode(char severity, const std::string& function, const std::string& invoked,
                                     uint32_t code) const;

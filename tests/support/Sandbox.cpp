@@ -41,7 +41,9 @@ Sandbox::~Sandbox() {
     std::error_code ignored;
     fs::current_path(m_formerFolder, ignored);
     // Folders that a test has made unreadable would keep the rest alive.
-    for (fs::recursive_directory_iterator it(m_folder, fs::directory_options::skip_permission_denied, ignored), end;
+    for (fs::recursive_directory_iterator
+             it(m_folder, fs::directory_options::skip_permission_denied, ignored),
+         end;
          it != end; it.increment(ignored)) {
         if (!it->is_symlink(ignored) && it->is_directory(ignored)) {
             fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
@@ -84,7 +86,8 @@ std::string Sandbox::makeFolder(std::string_view relative) const {
 
 void Sandbox::setEnvironment(const std::string& name, const std::optional<std::string>& value) {
     const char* former = ::getenv(name.c_str());
-    m_formerEnvironment.try_emplace(name, former == nullptr ? std::nullopt : std::optional<std::string>(former));
+    m_formerEnvironment.try_emplace(name,
+                                    former == nullptr ? std::nullopt : std::optional<std::string>(former));
     assignEnvironment(name, value);
 }
 

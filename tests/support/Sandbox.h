@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-/// Fixture with a private folder, which is the current folder, HOME and (below it) XDG_CONFIG_HOME of the test.
-/// Everything is put back and removed at the end.
+/// Fixture with a private folder, which is the current folder, HOME and (below it) XDG_CONFIG_HOME of the
+/// test. Everything is put back and removed at the end.
 class Sandbox : public ::testing::Test {
 protected:
     Sandbox();
@@ -18,7 +18,8 @@ protected:
     [[nodiscard]] std::string path(std::string_view relative = {}) const;
     /// Writes a file with its parent folders and gives its absolute path.
     std::string writeFile(std::string_view relative, std::string_view content) const;
-    /// The content of a file, by absolute path or relative to the private folder; fails the test if it can't be read.
+    /// The content of a file, by absolute path or relative to the private folder; fails the test if it can't
+    /// be read.
     [[nodiscard]] std::string readFile(std::string_view relative) const;
     [[nodiscard]] bool exists(std::string_view relative) const;
     /// Makes a folder with its parents and gives its absolute path.

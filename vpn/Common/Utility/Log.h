@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <memory>
 
-/// A counted claim on the process-wide logger. The first claim installs the logger: the given one, else standard output
-/// if ZRN_LOGGING_OUTPUT is exactly "STDOUT", else the systemd journal. The last claim to go removes it.
-/// Any thread may make and drop claims; while others may still log, keep at least one.
+/// A counted claim on the process-wide logger. The first claim installs the logger: the given one, else
+/// standard output if ZRN_LOGGING_OUTPUT is exactly "STDOUT", else the systemd journal. The last claim to go
+/// removes it. Any thread may make and drop claims; while others may still log, keep at least one.
 class CLogClient {
 public:
     /// @param returnCodeOut  always set to 0; may be null.
@@ -23,17 +23,19 @@ public:
 /// Logs a message. Dropped without a word when no logger is installed. The text is cut at 2048 characters.
 /// @param severity  'E', 'W' or 'I' ('T' is a trace); any other letter is recorded as debug.
 /// @param format    printf format, or null for an empty text.
-[[gnu::format(printf, 5, 6)]] void logMessage(const char* function, const char* file, uint32_t line, char severity,
-                                              const char* format, ...);
+[[gnu::format(printf, 5, 6)]] void logMessage(const char* function, const char* file, uint32_t line,
+                                              char severity, const char* format, ...);
 
 /// Logs a failed call.
 /// @param invokedFunction  the call that failed.
 /// @param returnCode       its return code, or the errno of a failed system call.
-/// @param description      null to take the code's text from the return-code table ("unknown" if it has none).
+/// @param description      null to take the code's text from the return-code table ("unknown" if it has
+/// none).
 /// @param format           printf format of what else there is to say, or null.
-[[gnu::format(printf, 8, 9)]] void logReturnCode(const char* function, const char* file, uint32_t line, char severity,
-                                                 const char* invokedFunction, uint32_t returnCode,
-                                                 const char* description, const char* format, ...);
+[[gnu::format(printf, 8, 9)]] void logReturnCode(const char* function, const char* file, uint32_t line,
+                                                 char severity, const char* invokedFunction,
+                                                 uint32_t returnCode, const char* description,
+                                                 const char* format, ...);
 
 /// Logs the message of a number of the message table, whose row has the format of the arguments.
 void logCatalogMessage(uint32_t messageId, char severity, ...);
@@ -42,7 +44,8 @@ void logCatalogMessageV(uint32_t messageId, char severity, va_list arguments);
 void logTrace(uint32_t messageId, ...);
 
 /// Does nothing: verbose lines are switched off in this build of the suite.
-void logVerbose(const char* function, const char* file, uint32_t line, const char* label, const char* format, ...);
+void logVerbose(const char* function, const char* file, uint32_t line, const char* label, const char* format,
+                ...);
 
 /// Replaces the logger by a new one with another identifier, chosen as at the first claim.
 /// @return 0, or GLOBAL_ERROR_NO_INSTANCE when there is no claim. No other thread may log meanwhile.
@@ -52,14 +55,15 @@ void logVerbose(const char* function, const char* file, uint32_t line, const cha
 [[nodiscard]] bool isLoggerInstalled();
 
 /// vsnprintf that always terminates the buffer and cuts overlong text without a mark.
-/// @return the result of vsnprintf; `size` if that is negative, or if there is no buffer, no size or no format.
+/// @return the result of vsnprintf; `size` if that is negative, or if there is no buffer, no size or no
+/// format.
 int formatBounded(char* buffer, uint32_t size, const char* format, va_list arguments);
 
 /// The two log calls with the caller's place filled in.
 #define ZRN_LOG(severity, ...) logMessage(__func__, __FILE__, __LINE__, severity, __VA_ARGS__)
-#define ZRN_LOG_CODE(severity, invokedFunction, returnCode)                                                            \
-    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction, static_cast<uint32_t>(returnCode), nullptr,  \
-                  nullptr)
-#define ZRN_LOG_CODE_TEXT(severity, invokedFunction, returnCode, ...)                                                  \
-    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction, static_cast<uint32_t>(returnCode), nullptr,  \
-                  __VA_ARGS__)
+#define ZRN_LOG_CODE(severity, invokedFunction, returnCode)                                                  \
+    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction,                                   \
+                  static_cast<uint32_t>(returnCode), nullptr, nullptr)
+#define ZRN_LOG_CODE_TEXT(severity, invokedFunction, returnCode, ...)                                        \
+    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction,                                   \
+                  static_cast<uint32_t>(returnCode), nullptr, __VA_ARGS__)

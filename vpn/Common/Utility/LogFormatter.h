@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <string>
 
-/// Renders log lines for a file of their own. No logger of this system uses one; the classes belong to the common code.
+/// Renders log lines for a file of their own. No logger of this system uses one; the classes belong to the
+/// common code.
 class ILogFormatter {
 public:
     virtual ~ILogFormatter() = default;

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <pthread.h>
 
-/// Recursive mutex of the common code. Meets the standard's Lockable through lock, try_lock and unlock as well, so that
-/// std::lock_guard serves as its scope guard.
+/// Recursive mutex of the common code. Meets the standard's Lockable through lock, try_lock and unlock as
+/// well, so that std::lock_guard serves as its scope guard.
 class CManualLock {
 public:
     /// @param spinCount  accepted for the sake of other platforms and ignored.

@@ -2,7 +2,8 @@
 
 #include <cstdint>
 
-/// One numbered log message: its name, its level (7 leaves the level to the severity letter) and its printf format.
+/// One numbered log message: its name, its level (7 leaves the level to the severity letter) and its printf
+/// format.
 struct MessageRecord {
     const char* name;
     uint32_t priority;
@@ -20,7 +21,8 @@ inline constexpr uint32_t kMessageUnknown = 0;
 inline constexpr uint32_t kMessageDebug = 1;
 inline constexpr uint32_t kMessageDebugReturnCode = 3;
 
-/// The row of a message number; for a number without one the default row "UNKNOWN" with an empty format. Never null.
+/// The row of a message number; for a number without one the default row "UNKNOWN" with an empty format.
+/// Never null.
 [[nodiscard]] const MessageRecord* getMessageRecord(uint32_t messageId);
 
 /// All ranges of the suite's numbering; sets the count to 11. The ranges of other programs hold no rows here.

@@ -3,8 +3,8 @@
 #include <cstdint>
 
 /// Return codes of the suite: 0 is success, a coded failure is 0xFE000000 + module * 0x10000 + row.
-/// Only the codes that this system returns or tests have a name here; the table behind getReturnCodeDescription
-/// has the text of every row of the modules in use.
+/// Only the codes that this system returns or tests have a name here; the table behind
+/// getReturnCodeDescription has the text of every row of the modules in use.
 
 inline constexpr uint32_t GLOBAL_ERROR_BAD_PARAMETER = 0xFE000002;
 inline constexpr uint32_t GLOBAL_ERROR_BAD_HANDLE = 0xFE000003;
@@ -61,16 +61,18 @@ struct ReturnCodeModule {
     const char* const* rows;
 };
 
-/// Number of slots of the return-code table. A code's module field has eight bits, so the slots from 256 on cannot be
-/// reached; the bound stays 265 all the same, because all programs of the suite share the numbering.
+/// Number of slots of the return-code table. A code's module field has eight bits, so the slots from 256 on
+/// cannot be reached; the bound stays 265 all the same, because all programs of the suite share the
+/// numbering.
 inline constexpr uint32_t kReturnCodeModuleCount = 265;
 
 /// The table of kReturnCodeModuleCount slots, indexed by module number. Slots of other programs are empty.
 [[nodiscard]] const ReturnCodeModule* getReturnCodeTable();
 
 /// The text of a code in `table`, the whole row "NAME" or "NAME:text", or null.
-/// Null for a code below 0xFE000000, an unset or empty table, a module that the table lacks or whose slot is empty.
-/// A row index beyond the module's rows, or a row left out, gives the module's last row. The text is static.
+/// Null for a code below 0xFE000000, an unset or empty table, a module that the table lacks or whose slot is
+/// empty. A row index beyond the module's rows, or a row left out, gives the module's last row. The text is
+/// static.
 [[nodiscard]] const char* getReturnCodeDescription(uint32_t returnCode, const ReturnCodeModule* table,
                                                    uint32_t moduleCount);
 

@@ -15,16 +15,18 @@ struct OSInfo {
     char description[256];
 };
 
-/// Fills the record: platform 6, "Linux", and NAME and VERSION of the distribution, else the fields of uname, else
-/// "Unknown".
+/// Fills the record: platform 6, "Linux", and NAME and VERSION of the distribution, else the fields of uname,
+/// else "Unknown".
 void getOSInfo(OSInfo& record);
 [[nodiscard]] bool isLinux();
 [[nodiscard]] bool isWindows();
 [[nodiscard]] bool isMac();
-/// The whole of /etc/os-release, else the first line of /proc/version or /etc/issue. @return false if none can be read.
+/// The whole of /etc/os-release, else the first line of /proc/version or /etc/issue. @return false if none
+/// can be read.
 [[nodiscard]] bool readOSReleaseText(std::string& textOut);
 /// The value behind the first `key` followed by "=", wherever it stands, so also at the end of a longer key.
-/// Taken up to the next double quote if it starts with one, else to the line's end. @return false if there is none.
+/// Taken up to the next double quote if it starts with one, else to the line's end. @return false if there is
+/// none.
 [[nodiscard]] bool getNamedValue(const std::string& text, const std::string& key, std::string& valueOut);
 
 using Version = std::vector<int32_t>;

@@ -10,8 +10,8 @@ public:
     virtual void run() = 0;
 };
 
-/// Plain thread on which the wizard starts its background jobs. Destroying it has no effect on the running thread.
-/// One thread starts it, joins it and destroys it.
+/// Plain thread on which the wizard starts its background jobs. Destroying it has no effect on the running
+/// thread. One thread starts it, joins it and destroys it.
 class Thread {
 public:
     /// @param runnable  not owned; must outlive the running thread.

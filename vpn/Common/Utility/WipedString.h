@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-/// Byte string for secrets: its storage is overwritten with zeros before it is let go, by clearing, growing, moving,
-/// assigning or destroying. It grows in steps of at least 256 bytes through a temporary that is wiped in turn.
-/// Not shared between threads.
+/// Byte string for secrets: its storage is overwritten with zeros before it is let go, by clearing, growing,
+/// moving, assigning or destroying. It grows in steps of at least 256 bytes through a temporary that is wiped
+/// in turn. Not shared between threads.
 class WipedString {
 public:
     WipedString() = default;

@@ -14,11 +14,12 @@
 /// Fills in the local time. @return 0 or GLOBAL_ERROR_BAD_PARAMETER for null.
 [[nodiscard]] uint32_t getLocalTime(std::tm* tmOut);
 /// The local time through strftime into `buffer` of `sizeBytes` bytes.
-/// @return 0; GLOBAL_ERROR_BAD_PARAMETER for a null or zero argument; GLOBAL_ERROR_UNEXPECTED, logged and with an empty
+/// @return 0; GLOBAL_ERROR_BAD_PARAMETER for a null or zero argument; GLOBAL_ERROR_UNEXPECTED, logged and
+/// with an empty
 ///         buffer, when nothing was written.
 [[nodiscard]] uint32_t TimeNowToString(const char* format, char* buffer, uint32_t sizeBytes);
-/// The local time as text. Kind 1: "_MMDD_HHMM", the stamp of bundle and request names. Kind 2: asctime's form with its
-/// line feed. Kind 3: "%a %b %d %H:%M:%S %Y %Z". Any other: "%c".
+/// The local time as text. Kind 1: "_MMDD_HHMM", the stamp of bundle and request names. Kind 2: asctime's
+/// form with its line feed. Kind 3: "%a %b %d %H:%M:%S %Y %Z". Any other: "%c".
 [[nodiscard]] std::string getTimeString(int kind);
 /// Sleeps. The product with 1000 is taken in 32 bits.
 void sleepMsecs(uint32_t milliseconds);
@@ -29,8 +30,8 @@ void sleepMsecs(uint32_t milliseconds);
 [[nodiscard]] bool fileExists(const char* path);
 /// True for a folder. A failure of stat other than ENOENT is logged.
 [[nodiscard]] bool directoryExists(const char* path);
-/// True for a regular file that isn't empty and that its owner may read; otherwise a warning says why. A missing file is
-/// silent.
+/// True for a regular file that isn't empty and that its owner may read; otherwise a warning says why. A
+/// missing file is silent.
 [[nodiscard]] bool fileIsReadable(const char* path);
 /// Whether stat works on the path; false for null.
 [[nodiscard]] bool pathExists(const char* path);

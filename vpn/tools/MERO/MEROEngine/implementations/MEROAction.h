@@ -41,8 +41,8 @@ struct ExternalActionAttrs {
     bool replaceArguments = false;
 };
 
-/// What the engine does for one item: the walk over the instructions below the item's os element. Made by the collector
-/// for one Perform, on the collector's thread.
+/// What the engine does for one item: the walk over the instructions below the item's os element. Made by the
+/// collector for one Perform, on the collector's thread.
 class MEROAction {
 public:
     /// @param info      copied.
@@ -61,21 +61,25 @@ public:
     /// @param subtree  one instruction, as the root of a copy of its tree.
     /// @param found    gets a record per file placed in the bundle.
     /// @return 0, MEROENGINE_ERROR_FILE_NOT_FOUND (no log line), or another code, which Perform logs.
-    [[nodiscard]] virtual uint32_t performFileAction(MEROXmlObject& subtree, std::list<MEROCollectedFile>& found) = 0;
+    [[nodiscard]] virtual uint32_t performFileAction(MEROXmlObject& subtree,
+                                                     std::list<MEROCollectedFile>& found) = 0;
     [[nodiscard]] virtual uint32_t performDirectoryAction(MEROXmlObject& subtree,
                                                           std::list<MEROCollectedFile>& found) = 0;
     /// @param tempFiles  gets the files that Perform deletes when the list of instructions is done.
-    [[nodiscard]] virtual uint32_t performExternalAction(MEROXmlObject& subtree, std::list<MEROCollectedFile>& found,
+    [[nodiscard]] virtual uint32_t performExternalAction(MEROXmlObject& subtree,
+                                                         std::list<MEROCollectedFile>& found,
                                                          std::list<std::string>& tempFiles) = 0;
 
 protected:
-    /// Text of a path or plugin element, without surrounding double quotes. Logged and empty for null and other names.
+    /// Text of a path or plugin element, without surrounding double quotes. Logged and empty for null and
+    /// other names.
     [[nodiscard]] std::string getPath(const MEROComponent* element) const;
     /// The parsers. @return 0, MEROENGINE_ERROR_BAD_PARAMETER for a subtree without root, and
-    /// MEROENGINE_ERROR_UNEXPECTED (directory), MEROENGINE_ERROR_UNKNOWN_XML_TAG or MEROENGINE_ERROR_INVALID_XML
-    /// (external) for a child that doesn't belong there.
+    /// MEROENGINE_ERROR_UNEXPECTED (directory), MEROENGINE_ERROR_UNKNOWN_XML_TAG or
+    /// MEROENGINE_ERROR_INVALID_XML (external) for a child that doesn't belong there.
     [[nodiscard]] uint32_t parseFileActionAttributes(MEROXmlObject& subtree, FileActionAttrs& attrs) const;
-    [[nodiscard]] uint32_t parseDirectoryActionAttributes(MEROXmlObject& subtree, DirectoryActionAttrs& attrs) const;
+    [[nodiscard]] uint32_t parseDirectoryActionAttributes(MEROXmlObject& subtree,
+                                                          DirectoryActionAttrs& attrs) const;
     [[nodiscard]] uint32_t parseExternalActionAttributes(MEROXmlObject& subtree, bool adminRun,
                                                          ExternalActionAttrs& attrs) const;
 

@@ -16,8 +16,8 @@ class collector;
 inline constexpr int32_t kModeCollect = 0;
 inline constexpr int32_t kModeClearLogs = 1;
 
-/// One job from request to zip. Must be held by a shared_ptr before run; serves one run. It tells its steps and its end
-/// through reportProgress and its final code as the result as well.
+/// One job from request to zip. Must be held by a shared_ptr before run; serves one run. It tells its steps
+/// and its end through reportProgress and its final code as the result as well.
 class MEROEngine : public std::enable_shared_from_this<MEROEngine> {
 public:
     /// @param requestPath  request file; empty selects the items marked default.
@@ -31,11 +31,11 @@ public:
     MEROEngine(const MEROEngine&) = delete;
     MEROEngine& operator=(const MEROEngine&) = delete;
 
-    /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as far as
-    /// fileDeleteDirectory goes.
+    /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as
+    /// far as fileDeleteDirectory goes.
     /// @return 0, MEROENGINE_ERROR_NULL_POINTER (request without root), MEROENGINE_ERROR_INTERNAL (no good
-    ///         configuration, or all failed), MEROENGINE_ERROR_WRITE_FAILURE (archive), MEROENGINE_ERROR_INVALID_XML
-    ///         (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder).
+    ///         configuration, or all failed), MEROENGINE_ERROR_WRITE_FAILURE (archive),
+    ///         MEROENGINE_ERROR_INVALID_XML (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder).
     [[nodiscard]] uint32_t run();
 
     /// Appends the failure block to the summary.
@@ -52,7 +52,8 @@ private:
     std::unique_ptr<collector> m_collector;
     std::unique_ptr<MEROXmlLoader> m_configLoader;
     std::unique_ptr<MEROXmlLoader> m_requestLoader;
-    /// The request's file entries that no collector has handled; views into the request. See collector for its lock.
+    /// The request's file entries that no collector has handled; views into the request. See collector for
+    /// its lock.
     std::list<MEROComponent*> m_requestedFiles;
     /// Guarded by m_failedLock while workers run.
     std::list<std::string> m_failedConfigs;

@@ -13,12 +13,15 @@
 /// Held around printSummary of every collector.
 extern std::mutex g_summaryLock;
 
-/// Works through configuration trees: decides which items are wanted, finds their instructions for this platform, runs
-/// the actions and writes its section of the summary. One per configuration file in a collect run, on one worker thread.
+/// Works through configuration trees: decides which items are wanted, finds their instructions for this
+/// platform, runs the actions and writes its section of the summary. One per configuration file in a collect
+/// run, on one worker thread.
 class collector {
 public:
-    /// @param request              the request, not owned; an object without a root selects the default items.
-    /// @param unprocessed          the request's entries nobody has handled yet; shared by all collectors of a run and
+    /// @param request              the request, not owned; an object without a root selects the default
+    /// items.
+    /// @param unprocessed          the request's entries nobody has handled yet; shared by all collectors of
+    /// a run and
     ///                             guarded by a lock of this class.
     /// @param targetPath           the zip file, for the summary.
     /// @param includeLegacyTree    take the legacy group's items in default mode.
@@ -29,22 +32,25 @@ public:
     collector(const collector&) = delete;
     collector& operator=(const collector&) = delete;
 
-    /// Collects one configuration tree. A failed item or action goes to the summary and never into the result.
+    /// Collects one configuration tree. A failed item or action goes to the summary and never into the
+    /// result.
     /// @param bundleFolder  the working folder; an empty one becomes the default one.
-    /// @return 0, MEROENGINE_ERROR_NOT_INITIALIZED, MEROENGINE_ERROR_BAD_PARAMETER, or a failure of the summary.
+    /// @return 0, MEROENGINE_ERROR_NOT_INITIALIZED, MEROENGINE_ERROR_BAD_PARAMETER, or a failure of the
+    /// summary.
     [[nodiscard]] uint32_t Collect(std::string& bundleFolder, MEROXmlObject* config);
     /// The clear run for one tree. @return 0, or MEROENGINE_ERROR_BAD_PARAMETER for null.
     [[nodiscard]] uint32_t Clear(MEROXmlObject* config);
 
-    /// Views into the trees, in document order. Empty, with a log line, for an object without a root or a component
-    /// that is no fileGroup.
+    /// Views into the trees, in document order. Empty, with a log line, for an object without a root or a
+    /// component that is no fileGroup.
     [[nodiscard]] std::list<MEROComponent*> getFileGroupComponents(const MEROXmlObject& object) const;
     [[nodiscard]] std::list<MEROComponent*> getFileComponents(const MEROXmlObject& object) const;
     [[nodiscard]] std::list<MEROComponent*> getFileGroupFileComponents(const MEROComponent& group) const;
     /// Folder of a fileGroup or file below `base`, by its attribute directoryName; made with its parents.
     [[nodiscard]] std::string getDirectory(const MEROComponent& component, const std::string& base) const;
     /// Sets the reader to the first os element of the item for this platform.
-    /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER, or MEROENGINE_ERROR_INTERNAL when there is none; the reader must not be
+    /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER, or MEROENGINE_ERROR_INTERNAL when there is none; the reader
+    /// must not be
     ///         used then.
     [[nodiscard]] uint32_t moveReaderToCorrectOS(MEROComponent* component);
     /// True if the item's `default` is exactly "true".
@@ -55,11 +61,14 @@ public:
 
     /// Builds the summary tree. @return 0 or MEROENGINE_ERROR_NULL_XML_ROOT.
     [[nodiscard]] uint32_t initializeSummary();
-    /// Adds time, system, user and bundle. @return 0, MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
+    /// Adds time, system, user and bundle. @return 0, MEROENGINE_ERROR_NULL_XML_ROOT or
+    /// MEROENGINE_ERROR_NULL_XML_CHILD.
     [[nodiscard]] uint32_t fillInSummaryMainInfo();
-    /// Prints the section under g_summaryLock and empties the list of collected files. @return as printSummary.
+    /// Prints the section under g_summaryLock and empties the list of collected files. @return as
+    /// printSummary.
     [[nodiscard]] uint32_t writeSummary(const std::string& bundleFolder, MEROXmlObject* config);
-    /// Appends this collector's section to the summary file, with the head before the first one of the process.
+    /// Appends this collector's section to the summary file, with the head before the first one of the
+    /// process.
     /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER or MEROENGINE_ERROR_FILE_OPEN_FAILURE.
     [[nodiscard]] uint32_t printSummary(MEROXmlObject* config, const std::string& bundleFolder);
     /// Writes the request's comment, if it has one, into the bundle.

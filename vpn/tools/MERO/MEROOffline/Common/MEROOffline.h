@@ -13,7 +13,8 @@
 class MEROOffline : public Runnable {
 public:
     /// @param client  gets the engine's reports from now on; not owned, must outlive the run.
-    /// The strings are copied. @param configDir  installation path of the configuration; empty for the default one.
+    /// The strings are copied. @param configDir  installation path of the configuration; empty for the
+    /// default one.
     MEROOffline(CMEROClientIfc* client, const std::string& requestPath, const std::string& configDir,
                 const std::string& bundlePath, std::string_view password, bool clearLogs);
 

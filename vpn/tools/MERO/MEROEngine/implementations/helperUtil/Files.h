@@ -4,8 +4,9 @@
 #include <list>
 #include <string>
 
-/// The engine's file work. Paths are byte strings and are used as they stand, unless told otherwise. Every failure is a
-/// return code of the engine, logged where it is found. Re-entrant, but for the two truncating functions.
+/// The engine's file work. Paths are byte strings and are used as they stand, unless told otherwise. Every
+/// failure is a return code of the engine, logged where it is found. Re-entrant, but for the two truncating
+/// functions.
 namespace helperUtil {
 
 /// One hit of a folder listing.
@@ -31,16 +32,19 @@ struct FoundFile {
 /// The rest is as for fileTruncateEnd.
 [[nodiscard]] uint32_t fileTruncateFront(int32_t keepBytes, const char* fileName);
 
-/// Copies a regular file, or a whole folder. Mode, owner and times of the source are not carried over. An existing
-/// destination is removed first. Nothing but regular files and folders is ever opened for reading.
+/// Copies a regular file, or a whole folder. Mode, owner and times of the source are not carried over. An
+/// existing destination is removed first. Nothing but regular files and folders is ever opened for reading.
 /// @param errorText  emptied; gets the C library's error text when the source can't be read.
-/// @return 0; MEROENGINE_ERROR_FILE_NOT_FOUND (source missing); MEROENGINE_ERROR_UNEXPECTED (destination can't be
+/// @return 0; MEROENGINE_ERROR_FILE_NOT_FOUND (source missing); MEROENGINE_ERROR_UNEXPECTED (destination
+/// can't be
 ///         removed); MEROENGINE_ERROR_FILE_OPEN_FAILURE. A failed copy may leave a part of the destination.
-[[nodiscard]] uint32_t fileCopy(const std::string& source, const std::string& destination, std::string& errorText);
+[[nodiscard]] uint32_t fileCopy(const std::string& source, const std::string& destination,
+                                std::string& errorText);
 /// @return 0, also for a missing file, or MEROENGINE_ERROR_UNEXPECTED.
 [[nodiscard]] uint32_t fileDelete(const std::string& path);
 /// Makes a folder with mode 0777 less the umask.
-/// @return MEROENGINE_ERROR_ACCESS_DENIED when refused for lack of rights, else 0, so also for a folder that exists and
+/// @return MEROENGINE_ERROR_ACCESS_DENIED when refused for lack of rights, else 0, so also for a folder that
+/// exists and
 ///         for a missing parent.
 [[nodiscard]] uint32_t MakeDirectory(const std::string& path);
 
@@ -49,14 +53,18 @@ struct FoundFile {
 /// @param patterns   are made lower-case in place; `*` and `?` are wildcards.
 /// @param recursive  follows sub-folders too, but no folder that is its own ancestor.
 /// @param results    gets the hits appended, in the order of the folder.
-/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER for an empty argument; MEROENGINE_ERROR_FILE_NOT_FOUND for a missing
+/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER for an empty argument; MEROENGINE_ERROR_FILE_NOT_FOUND for a
+/// missing
 ///         folder, and when `results` is still empty; MEROENGINE_ERROR_FILE_OPEN_FAILURE.
 [[nodiscard]] uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
                                    std::list<FoundFile>& results);
-/// Deletes the files directly in a folder. @return 0, the listing's code, or MEROENGINE_ERROR_UNEXPECTED if a file stays.
+/// Deletes the files directly in a folder. @return 0, the listing's code, or MEROENGINE_ERROR_UNEXPECTED if a
+/// file stays.
 [[nodiscard]] uint32_t fileDeleteAll(std::string& directory);
-/// Deletes the files directly in a folder and then the folder. Sub-folders are not touched and keep the folder alive.
-/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; MEROENGINE_ERROR_ACCESS_DENIED (no such folder); the listing's code;
+/// Deletes the files directly in a folder and then the folder. Sub-folders are not touched and keep the
+/// folder alive.
+/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; MEROENGINE_ERROR_ACCESS_DENIED (no such folder); the listing's
+/// code;
 ///         MEROENGINE_ERROR_UNEXPECTED.
 [[nodiscard]] uint32_t fileDeleteDirectory(const std::string& directory);
 /// The match with the latest modification time; among equals the last one of the folder's order.

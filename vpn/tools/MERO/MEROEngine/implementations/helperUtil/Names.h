@@ -9,14 +9,16 @@ namespace helperUtil {
 
 /// Text behind the last delimiter; the whole text if there is none.
 [[nodiscard]] std::string stringAfterLast(std::string_view text, std::string_view delimiter);
-/// With `keepDelimiter` the text up to and including the last delimiter, else the text before the run of delimiters that
-/// ends at the last one. The whole text if there is none.
-[[nodiscard]] std::string stringBeforeLast(std::string_view text, std::string_view delimiter, bool keepDelimiter);
+/// With `keepDelimiter` the text up to and including the last delimiter, else the text before the run of
+/// delimiters that ends at the last one. The whole text if there is none.
+[[nodiscard]] std::string stringBeforeLast(std::string_view text, std::string_view delimiter,
+                                           bool keepDelimiter);
 /// Text before the first delimiter; the whole text if there is none.
 [[nodiscard]] std::string stringBeforeFirst(std::string_view text, std::string_view delimiter);
-/// With `keepDelimiter` the text from the first delimiter on, else the text behind the run of delimiters that starts at
-/// the first one. The whole text if there is none.
-[[nodiscard]] std::string stringAfterFirst(std::string_view text, std::string_view delimiter, bool keepDelimiter);
+/// With `keepDelimiter` the text from the first delimiter on, else the text behind the run of delimiters that
+/// starts at the first one. The whole text if there is none.
+[[nodiscard]] std::string stringAfterFirst(std::string_view text, std::string_view delimiter,
+                                           bool keepDelimiter);
 /// Text from its first byte that is neither blank nor tab.
 [[nodiscard]] std::string trimLeadingBlanks(std::string_view text);
 /// Bundle name of a collected file, from the name that the configuration gives and the one found on disk:

@@ -9,7 +9,8 @@
 namespace helperUtil {
 
 /// Adds an entry to the files that the bundle lacks.
-/// @return 0, MEROENGINE_ERROR_BAD_PARAMETER (null), MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
+/// @return 0, MEROENGINE_ERROR_BAD_PARAMETER (null), MEROENGINE_ERROR_NULL_XML_ROOT or
+/// MEROENGINE_ERROR_NULL_XML_CHILD.
 uint32_t fillSummaryFailedFile(MEROXmlObject* summary, const std::string& id, const std::string& fileName,
                                const std::string& description, const std::string& reason);
 /// Adds a note. @return as above.

@@ -7,15 +7,15 @@
 #include <string>
 #include <string_view>
 
-/// One node of a document's tree. Owns its children and attributes. Not locked: a tree that several threads see is only
-/// read.
+/// One node of a document's tree. Owns its children and attributes. Not locked: a tree that several threads
+/// see is only read.
 class MEROComponent {
 public:
     /// A node that can't be attached to another, since its count is 0.
     MEROComponent() = default;
     MEROComponent(const std::string& name, const std::string& value);
-    /// Deep for children and attributes; each node keeps the parent pointer of its source, so that a copy is read-only
-    /// and never walked upward once the source is gone.
+    /// Deep for children and attributes; each node keeps the parent pointer of its source, so that a copy is
+    /// read-only and never walked upward once the source is gone.
     MEROComponent(const MEROComponent& other);
     MEROComponent& operator=(const MEROComponent& other);
     virtual ~MEROComponent();
@@ -34,8 +34,8 @@ public:
 
     /// Attaches a new last child.
     void addChild(const std::string& name, const std::string& value);
-    /// Takes over `child` and attaches it as the last one. Null or a node with count 0 is ignored and stays the
-    /// caller's. @return true if the child was taken over.
+    /// Takes over `child` and attaches it as the last one. Null or a node with count 0 is ignored and stays
+    /// the caller's. @return true if the child was taken over.
     bool addChild(MEROComponent* child);
     /// Deletes a direct child; does nothing for any other pointer.
     void removeChild(MEROComponent* child);
@@ -49,8 +49,8 @@ public:
     void removeAttribute(std::string_view name);
     /// The first attribute of exactly this name, or null. Stays the component's.
     [[nodiscard]] MEROAttribute* FindAttribute(std::string_view name) const;
-    /// Depth-first search below this node, first match in document order: a descendant of an earlier child wins over a
-    /// later child. Null if there is none. Stays the tree's.
+    /// Depth-first search below this node, first match in document order: a descendant of an earlier child
+    /// wins over a later child. Null if there is none. Stays the tree's.
     [[nodiscard]] MEROComponent* FindChild(std::string_view name) const;
 
 private:

@@ -6,8 +6,8 @@
 #include <list>
 #include <string>
 
-/// Reads every configuration file of a folder: those whose name has its first ".xml" at its end. The order is that of
-/// the folder. A file that fails to parse costs only itself. A missing folder gives nothing.
+/// Reads every configuration file of a folder: those whose name has its first ".xml" at its end. The order is
+/// that of the folder. A file that fails to parse costs only itself. A missing folder gives nothing.
 class MEROMgr {
 public:
     /// Does the whole work.

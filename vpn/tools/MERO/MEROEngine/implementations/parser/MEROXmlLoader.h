@@ -10,7 +10,8 @@ inline constexpr int kLoadText = 0;
 inline constexpr int kLoadFile = 1;
 inline constexpr int kLoadFolder = 2;
 
-/// Turns a text, a file or a folder of configuration files into trees. One loader per document set; used by one thread.
+/// Turns a text, a file or a folder of configuration files into trees. One loader per document set; used by
+/// one thread.
 class MEROXmlLoader {
 public:
     MEROXmlLoader();
@@ -19,7 +20,8 @@ public:
     MEROXmlLoader& operator=(const MEROXmlLoader&) = delete;
 
     /// @param source  the document (mode 0), a file path (mode 1), or a folder ending in "/" (mode 2).
-    /// @param trees   gets the good trees appended. In modes 0 and 1 the tree stays the loader's; in mode 2 each is a new
+    /// @param trees   gets the good trees appended. In modes 0 and 1 the tree stays the loader's; in mode 2
+    /// each is a new
     ///                object that the caller owns.
     /// @return `trees`, or null for a parse failure, for a folder without a good file, or for another mode.
     [[nodiscard]] std::list<MEROXmlObject*>* load(const std::string& source, int mode,
