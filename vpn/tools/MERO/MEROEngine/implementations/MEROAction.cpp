@@ -1,1 +1,75 @@
 #include "MEROAction.h"
+
+#include "Files.h"
+#include "Log.h"
+#include "ReturnCodes.h"
+
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view kFileCopy = "file_copy_action";
+constexpr std::string_view kDirectoryCopy = "directory_copy_action";
+constexpr std::string_view kExternal = "use_extern_action";
+
+/// The operation of a kind of instruction as the log names it, or null for a name that is no such kind.
+const char* operationOf(std::string_view kind) {
+    if (kind == kFileCopy) {
+        return "MEROAction::performFileAction";
+    }
+    if (kind == kDirectoryCopy) {
+        return "MEROAction::performDirectoryAction";
+    }
+    return kind == kExternal ? "MEROAction::performExternalAction" : nullptr;
+}
+
+} // namespace
+
+MEROAction::MEROAction(const MEROActionInfo& info, MEROComponent* reader, bool adminRun)
+    : m_reader(reader), m_info(info), m_adminRun(adminRun) {}
+
+MEROAction::~MEROAction() = default;
+
+void MEROAction::Perform(std::list<MEROCollectedFile>& collected) {
+    if (m_reader == nullptr) {
+        ZRN_LOG('E', "m_reader is NULL");
+        return;
+    }
+    const std::list<MEROComponent*> kinds = m_reader->getChildren();
+    for (const MEROComponent* kind : kinds) {
+        std::list<std::string> tempFiles;
+        performInstructions(*kind, collected, tempFiles);
+        for (const std::string& tempFile : tempFiles) {
+            // Logged there; a tool's output that stays behind takes nothing away from the bundle.
+            static_cast<void>(helperUtil::fileDelete(tempFile));
+        }
+    }
+}
+
+void MEROAction::performInstructions(const MEROComponent& kind, std::list<MEROCollectedFile>& collected,
+                                     std::list<std::string>& tempFiles) {
+    const std::string& kindName = kind.getName();
+    const char* operation = operationOf(kindName);
+    if (operation == nullptr) {
+        return;
+    }
+    const std::list<MEROComponent*> instructions = kind.getChildren();
+    for (const MEROComponent* instruction : instructions) {
+        MEROXmlObject subtree(instruction);
+        std::list<MEROCollectedFile> found;
+        uint32_t code = 0;
+        if (kindName == kFileCopy) {
+            code = performFileAction(subtree, found);
+        } else if (kindName == kDirectoryCopy) {
+            code = performDirectoryAction(subtree, found);
+        } else {
+            code = performExternalAction(subtree, found, tempFiles);
+        }
+        if (code == 0) {
+            collected.splice(collected.end(), found);
+        } else if (code != MEROENGINE_ERROR_FILE_NOT_FOUND) {
+            // A file that is not there is ordinary and stands in the summary.
+            ZRN_LOG_CODE('E', operation, code);
+        }
+    }
+}

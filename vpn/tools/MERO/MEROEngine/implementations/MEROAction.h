@@ -71,20 +71,34 @@ public:
                                                          std::list<std::string>& tempFiles) = 0;
 
 protected:
-    /// Text of a path or plugin element, without surrounding double quotes. Logged and empty for null and
-    /// other names.
+    /// Folder of a tool: the text of a `path` element, or the plugin folder beside the program with the text
+    /// of a `plugin` element behind it, without surrounding double quotes. Empty, with a log line, for null
+    /// and for an element of another name.
     [[nodiscard]] std::string getPath(const MEROComponent* element) const;
-    /// The parsers. @return 0, MEROENGINE_ERROR_BAD_PARAMETER for a subtree without root, and
-    /// MEROENGINE_ERROR_UNEXPECTED (directory), MEROENGINE_ERROR_UNKNOWN_XML_TAG or
-    /// MEROENGINE_ERROR_INVALID_XML (external) for a child that doesn't belong there.
+    /// The parsers read one instruction. Each logs what it refuses; the attributes hold what was read so far
+    /// then. Children that a file instruction doesn't know are passed over.
+    /// @return 0, or MEROENGINE_ERROR_BAD_PARAMETER for a subtree without root.
     [[nodiscard]] uint32_t parseFileActionAttributes(MEROXmlObject& subtree, FileActionAttrs& attrs) const;
+    /// A path that isn't empty gets a trailing "/".
+    /// @return as above, or MEROENGINE_ERROR_UNEXPECTED for a child that is neither `loc` nor `pattern`.
     [[nodiscard]] uint32_t parseDirectoryActionAttributes(MEROXmlObject& subtree,
                                                           DirectoryActionAttrs& attrs) const;
+    /// @param adminRun  `admin_args` win over `args` wherever they stand; else they are not looked at.
+    /// @param attrs     emptied first. `path` gets the folder part of the command line appended.
+    /// @return as above, or MEROENGINE_ERROR_UNKNOWN_XML_TAG for an unknown child, or
+    ///         MEROENGINE_ERROR_INVALID_XML for one that must be a leaf and has children.
     [[nodiscard]] uint32_t parseExternalActionAttributes(MEROXmlObject& subtree, bool adminRun,
                                                          ExternalActionAttrs& attrs) const;
 
     /// The item's instructions, a view into the configuration's tree.
     MEROComponent* m_reader;
     MEROActionInfo m_info;
+    /// Whether the run has administrator rights, so that admin_args take the place of args.
     bool m_adminRun;
+
+private:
+    /// Runs the instructions of one child of the os element; its name tells their kind, and a name that is
+    /// none is passed over.
+    void performInstructions(const MEROComponent& kind, std::list<MEROCollectedFile>& collected,
+                             std::list<std::string>& tempFiles);
 };
