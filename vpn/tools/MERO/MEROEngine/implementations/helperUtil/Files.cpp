@@ -1,1 +1,106 @@
 #include "Files.h"
+
+#include "Log.h"
+#include "Paths.h"
+#include "ReturnCodes.h"
+#include "sysutils.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace helperUtil {
+
+uint32_t fileDelete(const std::string& path) {
+    const int error = removeFile(path.c_str());
+    if (error == 0 || error == ENOENT) {
+        return 0;
+    }
+    ZRN_LOG_CODE('E', "unlink_file", error);
+    return MEROENGINE_ERROR_UNEXPECTED;
+}
+
+uint32_t MakeDirectory(const std::string& path) {
+    errno = 0;
+    if (::mkdir(path.c_str(), 0777) == 0) {
+        return 0;
+    }
+    const int error = errno;
+    ZRN_LOG_CODE('E', "mkdir", error);
+    // Callers make folders that may be there already, and find out about a missing parent at the first file.
+    return error == EACCES ? MEROENGINE_ERROR_ACCESS_DENIED : 0;
+}
+
+uint32_t fileDeleteAll(std::string& directory) {
+    if (directory.empty()) {
+        ZRN_LOG('I', "tstrDirectory is an empty string");
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    if (!directory.ends_with('/')) {
+        directory += '/';
+    }
+    std::list<std::string> patterns{"*"};
+    std::list<FoundFile> files;
+    const uint32_t listCode = fileFindAll(directory, patterns, false, files);
+    if (listCode != 0) {
+        ZRN_LOG_CODE('W', "helperUtil::fileFindAll", listCode);
+        return listCode;
+    }
+    uint32_t result = 0;
+    for (const FoundFile& file : files) {
+        const uint32_t code = fileDelete(directory + file.name);
+        if (code != 0) {
+            ZRN_LOG_CODE('E', "helperUtil::fileDelete", code);
+            result = code;
+        }
+    }
+    return result;
+}
+
+uint32_t fileDeleteDirectory(const std::string& directory) {
+    if (directory.empty()) {
+        ZRN_LOG('I', "rtstrDirectory is an empty string");
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    std::string folder = directory.ends_with('/') ? directory : directory + "/";
+    if (::access(folder.c_str(), F_OK) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('E', "access", error);
+        return MEROENGINE_ERROR_ACCESS_DENIED;
+    }
+    std::list<std::string> patterns{"*"};
+    std::list<FoundFile> files;
+    const uint32_t listCode = fileFindAll(folder, patterns, false, files);
+    if (listCode != 0) {
+        ZRN_LOG_CODE('W', "helperUtil::fileFindAll", listCode);
+        if (listCode != MEROENGINE_ERROR_FILE_NOT_FOUND) {
+            return listCode;
+        }
+        if (::rmdir(folder.c_str()) != 0) {
+            const int error = errno;
+            ZRN_LOG_CODE('E', "rmdir", error);
+            return MEROENGINE_ERROR_UNEXPECTED;
+        }
+        return 0;
+    }
+    for (const FoundFile& file : files) {
+        const uint32_t code = fileDelete(folder + file.name);
+        if (code != 0) {
+            ZRN_LOG_CODE('E', "helperUtil::fileDelete", code);
+            break;
+        }
+    }
+    // Silent: either a file stayed, which is in the log, or the folder holds sub-folders, which it may keep.
+    return ::rmdir(folder.c_str()) == 0 ? 0 : MEROENGINE_ERROR_UNEXPECTED;
+}
+
+double getFileSize(const std::string& path) {
+    const std::string translated = translatePath(path);
+    struct stat status = {};
+    if (translated.empty() || ::stat(translated.c_str(), &status) != 0) {
+        return -1.0;
+    }
+    return static_cast<double>(status.st_size);
+}
+
+} // namespace helperUtil

@@ -22,30 +22,33 @@ struct FoundFile {
 };
 
 /// Keeps the first bytes of a file and drops the rest.
-/// @param keepBytes  bytes to keep; more than the file holds adds one byte 0xFF.
-/// @param fileName   null is refused.
-/// @return 0, also when the copy back failed (logged); MEROENGINE_ERROR_BAD_PARAMETER or
-///         MEROENGINE_ERROR_FILE_OPEN_FAILURE.
-/// Writes "temp_out.txt" in the current folder and leaves it there: never two calls at a time.
+/// @param keepBytes  bytes to keep; more than the file holds adds one byte 0xFF, a negative count keeps none.
+/// @param fileName   a regular file; null is refused.
+/// @return 0, also when the cut file could not be written (logged); MEROENGINE_ERROR_BAD_PARAMETER or
+/// MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+/// Writes "temp_out.txt" in the current folder and leaves it there: never two calls at a time. While that
+/// file is not whole, for example on a full disk, `fileName` is left as it is.
 [[nodiscard]] uint32_t fileTruncateEnd(int32_t keepBytes, const char* fileName);
-/// Keeps the last bytes of a file and adds one byte 0xFF. More bytes than the file holds give an empty file.
-/// The rest is as for fileTruncateEnd.
+/// Keeps the last bytes of a file and adds one byte 0xFF, every time. More bytes than the file holds give an
+/// empty file. The rest is as for fileTruncateEnd.
 [[nodiscard]] uint32_t fileTruncateFront(int32_t keepBytes, const char* fileName);
 
-/// Copies a regular file, or a whole folder. Mode, owner and times of the source are not carried over. An
-/// existing destination is removed first. Nothing but regular files and folders is ever opened for reading.
-/// @param errorText  emptied; gets the C library's error text when the source can't be read.
-/// @return 0; MEROENGINE_ERROR_FILE_NOT_FOUND (source missing); MEROENGINE_ERROR_UNEXPECTED (destination
-/// can't be
-///         removed); MEROENGINE_ERROR_FILE_OPEN_FAILURE. A failed copy may leave a part of the destination.
+/// Copies a regular file, or a folder with all that is in it. Mode, owner and times of the source are not
+/// carried over. An existing destination is removed first, and always made new. Nothing but regular files and
+/// folders is ever opened for reading. Links are followed, but not into a folder that is just being copied.
+/// @param errorText  emptied; gets the C library's text when the source can't be read or the destination
+/// can't be written to its end.
+/// @return 0, for a folder also when a part of it could not be copied (logged);
+/// MEROENGINE_ERROR_FILE_NOT_FOUND (no source); MEROENGINE_ERROR_UNEXPECTED (the destination can't be
+/// removed, or reading broke off); MEROENGINE_ERROR_FILE_OPEN_FAILURE; MEROENGINE_ERROR_WRITE_FAILURE. A
+/// failed copy may leave a part of the destination.
 [[nodiscard]] uint32_t fileCopy(const std::string& source, const std::string& destination,
                                 std::string& errorText);
 /// @return 0, also for a missing file, or MEROENGINE_ERROR_UNEXPECTED.
 [[nodiscard]] uint32_t fileDelete(const std::string& path);
 /// Makes a folder with mode 0777 less the umask.
 /// @return MEROENGINE_ERROR_ACCESS_DENIED when refused for lack of rights, else 0, so also for a folder that
-/// exists and
-///         for a missing parent.
+/// exists and for a missing parent.
 [[nodiscard]] uint32_t MakeDirectory(const std::string& path);
 
 /// Lists the files of a folder whose names match one of the patterns, whatever their case.
@@ -54,18 +57,19 @@ struct FoundFile {
 /// @param recursive  follows sub-folders too, but no folder that is its own ancestor.
 /// @param results    gets the hits appended, in the order of the folder.
 /// @return 0; MEROENGINE_ERROR_BAD_PARAMETER for an empty argument; MEROENGINE_ERROR_FILE_NOT_FOUND for a
-/// missing
-///         folder, and when `results` is still empty; MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+/// missing folder, and when `results` is still empty; MEROENGINE_ERROR_FILE_OPEN_FAILURE. Trouble with a
+/// sub-folder is only logged.
 [[nodiscard]] uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
                                    std::list<FoundFile>& results);
-/// Deletes the files directly in a folder. @return 0, the listing's code, or MEROENGINE_ERROR_UNEXPECTED if a
-/// file stays.
+/// Deletes the files directly in a folder.
+/// @param directory  gets a trailing "/" in place.
+/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; the listing's code; MEROENGINE_ERROR_UNEXPECTED if a file
+/// stays.
 [[nodiscard]] uint32_t fileDeleteAll(std::string& directory);
 /// Deletes the files directly in a folder and then the folder. Sub-folders are not touched and keep the
 /// folder alive.
 /// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; MEROENGINE_ERROR_ACCESS_DENIED (no such folder); the listing's
-/// code;
-///         MEROENGINE_ERROR_UNEXPECTED.
+/// code; MEROENGINE_ERROR_UNEXPECTED.
 [[nodiscard]] uint32_t fileDeleteDirectory(const std::string& directory);
 /// The match with the latest modification time; among equals the last one of the folder's order.
 /// @return 0 or the listing's code; `newest` is empty then.

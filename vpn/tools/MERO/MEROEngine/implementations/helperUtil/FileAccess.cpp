@@ -1,0 +1,116 @@
+#include "FileAccess.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <string_view>
+
+namespace helperUtil {
+
+namespace {
+
+constexpr size_t kBlockBytes = 4096;
+
+int refusalOf(mode_t mode) {
+    if (S_ISREG(mode)) {
+        return 0;
+    }
+    return S_ISDIR(mode) ? EISDIR : EINVAL;
+}
+
+ssize_t readBlock(int input, char* block, size_t size) {
+    ssize_t got = 0;
+    do {
+        got = ::read(input, block, size);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+} // namespace
+
+int openRegularFile(const char* path, FileDescriptor& fileOut) {
+    struct stat status = {};
+    // Opening alone already has effects on a pipe or a device, so the kind is looked at before as well.
+    if (::stat(path, &status) != 0) {
+        return errno;
+    }
+    if (const int refusal = refusalOf(status.st_mode); refusal != 0) {
+        return refusal;
+    }
+    FileDescriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        return errno;
+    }
+    if (const int refusal = refusalOf(status.st_mode); refusal != 0) {
+        return refusal;
+    }
+    fileOut = std::move(file);
+    return 0;
+}
+
+CopyOutcome copyBytes(int input, int output, uint64_t limit) {
+    std::array<char, kBlockBytes> block{};
+    CopyOutcome outcome;
+    while (outcome.bytes < limit) {
+        const size_t wanted = static_cast<size_t>(std::min<uint64_t>(limit - outcome.bytes, block.size()));
+        const ssize_t got = readBlock(input, block.data(), wanted);
+        if (got < 0) {
+            outcome.failedCall = "read";
+            outcome.error = errno;
+            break;
+        }
+        if (got == 0) {
+            break;
+        }
+        outcome.error = writeBytes(output, block.data(), static_cast<size_t>(got));
+        if (outcome.error != 0) {
+            outcome.failedCall = "write";
+            break;
+        }
+        outcome.bytes += static_cast<uint64_t>(got);
+    }
+    return outcome;
+}
+
+int writeBytes(int output, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t put = ::write(output, data, size);
+        if (put < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errno;
+        }
+        data += put;
+        size -= static_cast<size_t>(put);
+    }
+    return 0;
+}
+
+int closeWritten(FileDescriptor& file) {
+    // After EINTR the descriptor is gone all the same and the data is with the kernel.
+    return ::close(file.release()) != 0 && errno != EINTR ? errno : 0;
+}
+
+FolderId folderIdOf(int descriptor) {
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0) {
+        return {};
+    }
+    return {status.st_dev, status.st_ino};
+}
+
+const dirent* nextEntry(DIR* folder, int& errorOut) {
+    errno = 0;
+    const dirent* entry = ::readdir(folder);
+    errorOut = entry == nullptr ? errno : 0;
+    return entry;
+}
+
+bool isDotEntry(const char* name) {
+    const std::string_view text(name);
+    return text == "." || text == "..";
+}
+
+} // namespace helperUtil
