@@ -69,7 +69,7 @@ void MEROAction::performInstructions(const MEROComponent& kind, std::list<MEROCo
             collected.splice(collected.end(), found);
         } else if (code != MEROENGINE_ERROR_FILE_NOT_FOUND) {
             // A file that is not there is ordinary and stands in the summary.
-            ZRN_LOG_CODE('E', operation, code);
+            logReturnCode("Perform", __FILE__, __LINE__, 'E', operation, code, nullptr, nullptr);
         }
     }
 }

@@ -42,7 +42,7 @@ uint32_t makeFolders(const char* caller, const std::string& folder) {
         return 0;
     }
     logReturnCode(caller, __FILE__, __LINE__, 'E', "std::filesystem::create_directories",
-                  static_cast<uint32_t>(error.value()), error.message().c_str(), nullptr);
+                  static_cast<uint32_t>(error.value()), error.message().c_str(), "File: %s", folder.c_str());
     return MEROENGINE_ERROR_UNEXPECTED;
 }
 
