@@ -19,3 +19,26 @@ function(mero_add_tests target)
         add_dependencies(threaded_tests ${target})
     endif()
 endfunction()
+
+# mero_add_python_tests(<script>)
+# Each test method of a unittest script gets a process of its own. Classes derived from JobTest run whole jobs.
+function(mero_add_python_tests script)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
+    file(STRINGS ${script} lines REGEX "^class [A-Za-z]+\\(|^    def test[A-Za-z0-9]+\\(")
+    foreach(line IN LISTS lines)
+        if(line MATCHES "^class ([A-Za-z]+)\\(([A-Za-z.]+)\\)")
+            set(class "${CMAKE_MATCH_1}")
+            set(base "${CMAKE_MATCH_2}")
+        elseif(line MATCHES "def test([A-Za-z0-9]+)")
+            set(name "${class}.${CMAKE_MATCH_1}")
+            add_test(NAME "${name}"
+                COMMAND "${Python3_EXECUTABLE}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
+            set_tests_properties("${name}" PROPERTIES
+                TIMEOUT 120
+                ENVIRONMENT "MEROCLI=$<TARGET_FILE:merocli>;MERO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
+            if(base STREQUAL "JobTest")
+                set_tests_properties("${name}" PROPERTIES RESOURCE_LOCK working_folder)
+            endif()
+        endif()
+    endforeach()
+endfunction()

@@ -1,0 +1,196 @@
+"""The command line of merocli: help, version, wrong arguments and passwords that can't be used."""
+
+import os
+import pty
+import signal
+import subprocess
+import termios
+import time
+import unittest
+
+from console import ConsoleTest
+
+COLLECT_OPTIONS = ("--install-dir", "--request", "--target", "--password-file", "--no-system-logs", "--include-legacy",
+                   "--help")
+
+
+class CommandLine(ConsoleTest):
+    def testHelpNamesTheCommandAndTheExitStatus(self):
+        status, output, errors = self.run_console("--help")
+        self.assertEqual((status, errors), (0, ""))
+        self.assertIn("collect", output)
+        self.assertIn("Exit status: 0 the bundle was written, 1 the job failed, 2 the command line is wrong.", output)
+
+    def testHelpOfTheCommandNamesEveryOption(self):
+        status, output, errors = self.run_console("collect", "--help")
+        self.assertEqual((status, errors), (0, ""))
+        for option in COLLECT_OPTIONS:
+            self.assertIn(option, output)
+
+    def testHelpHasNoControlCharacters(self):
+        output = self.run_console("--help")[1] + self.run_console("collect", "--help")[1]
+        self.assertTrue(all(c == "\n" or c.isprintable() for c in output))
+
+    def testVersionIsOneLineOnStandardOutput(self):
+        status, output, errors = self.run_console("--version")
+        self.assertEqual((status, errors), (0, ""))
+        self.assertRegex(output, r"\Amerocli \d+\.\d+\.\d+\n\Z")
+
+    def testNoCommandIsAUsageError(self):
+        self.assert_usage_error(naming="subcommand")
+
+    def testUnknownCommandIsNamed(self):
+        self.assert_usage_error("gather", naming="gather")
+
+    def testUnknownOptionIsNamed(self):
+        self.assert_usage_error("collect", "--colour", naming="--colour")
+
+    def testStrayArgumentIsNamed(self):
+        self.assert_usage_error("collect", "bundle.zip", naming="bundle.zip")
+
+    def testMissingValueIsNamed(self):
+        for option in ("--install-dir", "--request", "--target", "--password-file"):
+            self.assert_usage_error("collect", option, naming=option)
+
+    def testOptionGivenTwiceIsNamed(self):
+        self.assert_usage_error("collect", "--target", "a.zip", "--target", "b.zip", naming="--target")
+
+    def testEmptyPathIsNotTakenForNone(self):
+        for option in ("--install-dir", "--request", "--target", "--password-file"):
+            self.assert_usage_error("collect", option, "", naming=option + ": the path is empty")
+
+    def testMissingInstallFolderIsNamed(self):
+        self.assert_usage_error("collect", "--install-dir", "nowhere",
+                                naming="--install-dir: there is no folder '" + self.path("nowhere") + "'")
+
+    def testTargetMayNotBeAFolder(self):
+        os.makedirs(self.path("folder.zip"))
+        self.assert_usage_error("collect", "--target", "folder.zip",
+                                naming="--target: '" + self.path("folder.zip") + "' is a folder")
+        for target in ("folder.zip/", ".", "..", "/"):
+            self.assert_usage_error("collect", "--target", target, naming="--target: '" + target + "' names a folder")
+
+    def testMissingFolderOfTheTargetIsNamed(self):
+        self.assert_usage_error("collect", "--target", "no/a.zip",
+                                naming="--target: there is no folder '" + self.path("no") + "'")
+
+    @unittest.skipIf(os.geteuid() == 0, "permission bits don't stop root")
+    def testUnwritableFolderOfTheTargetIsNamed(self):
+        os.makedirs(self.path("closed"), mode=0o500)
+        self.assert_usage_error("collect", "--target", "closed/a.zip",
+                                naming="--target: can't write to the folder '" + self.path("closed") + "'")
+
+    def testUsageErrorLeavesNothingBehind(self):
+        self.assert_usage_error("collect", "--target", "a.zip", "--password-file", "missing", naming="missing")
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def testFullDiskBehindHelpIsAFailure(self):
+        with open("/dev/full", "wb") as full:
+            status, _, errors = self.run_console("--help", stdout=full)
+        self.assertEqual(status, 1)
+        self.assertIn("merocli: can't write to standard output: No space left on device", errors)
+
+    def testClosedStreamsDoNoHarm(self):
+        status = self.run_console("--version", stdin=None, stdout=None, stderr=None,
+                                  preexec_fn=lambda: [os.close(fd) for fd in (0, 1, 2)])[0]
+        self.assertEqual(status, 0)
+
+
+class PasswordFile(ConsoleTest):
+    def refused(self, source, naming, **options):
+        errors = self.assert_usage_error("collect", "--target", "a.zip", "--password-file", source,
+                                         naming="--password-file: " + naming, **options)
+        self.assertFalse(os.path.exists(self.path("a.zip")))
+        return errors
+
+    def testMissingFileIsNamed(self):
+        self.refused("missing", "can't open 'missing': No such file or directory")
+
+    def testFolderIsRefused(self):
+        os.makedirs(self.path("folder"))
+        self.refused("folder", "'folder' is a folder")
+
+    @unittest.skipIf(os.geteuid() == 0, "permission bits don't stop root")
+    def testUnreadableFileIsNamed(self):
+        os.chmod(self.write("closed", "secret"), 0)
+        self.refused("closed", "can't open 'closed': Permission denied")
+
+    def testEmptyFileIsNoPlainBundle(self):
+        self.write("empty", "")
+        self.refused("empty", "the first line of 'empty' is empty")
+
+    def testEmptyFirstLineIsNoPlainBundle(self):
+        for content in ("\n", "\r\n", "\nsecret\n"):
+            self.write("empty", content)
+            self.refused("empty", "the first line of 'empty' is empty")
+
+    def testEmptyStandardInputIsNoPlainBundle(self):
+        self.refused("-", "the first line of standard input is empty", input=b"")
+
+    def testTooLongIsRefusedAndNotShown(self):
+        for content in ("x" * 1025, "x" * 1025 + "\n", "x" * 5000):
+            self.write("long", content)
+            self.assertNotIn("xxx", self.refused("long", "the password in 'long' is longer than 1024 bytes"))
+
+    def testEndlessSourceIsRefused(self):
+        self.refused("/dev/zero", "the password in '/dev/zero' is longer than 1024 bytes")
+
+    def testNulByteIsRefused(self):
+        self.write("binary", b"sec\0ret\n")
+        self.refused("binary", "the password in 'binary' holds a NUL byte")
+
+
+class PasswordPrompt(ConsoleTest):
+    """Standard input is a terminal."""
+
+    def setUp(self):
+        super().setUp()
+        self.controller, self.terminal = pty.openpty()
+        self.addCleanup(os.close, self.controller)
+        self.addCleanup(os.close, self.terminal)
+
+    def ask(self):
+        """Starts the program on the terminal and waits for its prompt."""
+        # The folder has no configuration, so that the job ends at once after the password.
+        process = self.start("collect", "--install-dir", self.folder, "--target", "a.zip", "--password-file", "-",
+                             stdin=self.terminal, start_new_session=True)
+        prompt = b"Password for the bundle: "
+        self.assertEqual(process.stderr.read(len(prompt)), prompt)
+        return process
+
+    def echoes(self):
+        return bool(termios.tcgetattr(self.terminal)[3] & termios.ECHO)
+
+    def testTypedPasswordIsNotShown(self):
+        process = self.ask()
+        self.assertFalse(self.echoes())
+        os.write(self.controller, b"hidden secret\n")
+        output, errors = process.communicate(timeout=60)
+        self.assertTrue(self.echoes())
+        self.assertEqual(process.returncode, 1)  # the password was taken; there is nothing to collect
+        os.set_blocking(self.controller, False)
+        try:
+            shown = os.read(self.controller, 4096)
+        except BlockingIOError:
+            shown = b""
+        for text in (shown, output, errors):
+            self.assertNotIn(b"hidden", text)
+
+    def testEmptyAnswerIsRefused(self):
+        process = self.ask()
+        os.write(self.controller, b"\n")
+        errors = process.communicate(timeout=60)[1]
+        self.assertEqual(process.returncode, 2)
+        self.assertIn(b"the first line of standard input is empty", errors)
+
+    def testInterruptionPutsTheEchoBackAndEndsTheProgram(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            process = self.ask()
+            process.send_signal(number)
+            process.communicate(timeout=60)
+            self.assertEqual(process.returncode, -number)
+            self.assertTrue(self.echoes())
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,122 @@
+"""Each house rule finds its breach in a small made-up tree, and passes what is meant to pass."""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+RULES = os.path.join(os.environ["MERO_SOURCE_DIR"], "script/house-rules")
+WIZARD = "vpn/tools/MERO/MEROOffline/Linux/"
+CODES = "vpn/Common/Utility/ReturnCodes"
+
+
+class HouseRules(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="house_rules_test_")
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def write(self, path, text):
+        path = os.path.join(self.folder, path)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w") as file:
+            file.write(text)
+
+    def breaches(self, folder=None):
+        done = subprocess.run([sys.executable, "-B", RULES, folder or self.folder], capture_output=True, text=True)
+        self.assertEqual(done.stderr, "")
+        self.assertEqual(done.returncode, 1 if done.stdout else 0)
+        return done.stdout.splitlines()
+
+    def assert_breach(self, start, complaint):
+        found = self.breaches()
+        self.assertEqual(len(found), 1, found)
+        self.assertTrue(found[0].startswith(start), found[0])
+        self.assertIn(complaint, found[0])
+
+    def testCleanTreePasses(self):
+        self.write("vpn/a.cpp", '#include "Log.h"\nint main() { return 0; }\n')
+        self.assertEqual(self.breaches(), [])
+
+    def testDesktopIncludeBelowTheWizard(self):
+        self.write("vpn/Common/a.h", "#pragma once\n#include <glib-object.h>\n")
+        self.assert_breach("vpn/Common/a.h:2:", "below the wizard")
+
+    def testDesktopIncludeInTheWizardPasses(self):
+        self.write(WIZARD + "a.h", "#include <gtk/gtk.h>\n#include <glib.h>\n")
+        self.assertEqual(self.breaches(), [])
+
+    def testReleaseByHand(self):
+        for call in ("fclose(f);", "std::free(p);", "::close(fd);", "xmlFreeParserCtxt(c);", "g_object_unref(o);"):
+            self.write("vpn/a.cpp", "void f() {\n    " + call + "\n}\n")
+            self.assert_breach("vpn/a.cpp:2:", "is called by hand")
+
+    def testReleaseWithAReasonPasses(self):
+        self.write("vpn/a.cpp", "fclose(f); // its result counts\n// the child shares nothing\nclose(fd);\n")
+        self.assertEqual(self.breaches(), [])
+
+    def testReleaseInAHandleFileOrOfAnObjectPasses(self):
+        self.write("vpn/ZipHandles.h", "void f() { fclose(f); }\n")
+        self.write("vpn/a.cpp", 'archive.close();\narchive->close();\nCZip::close();\nlog("close(fd)");\nenclose(x);\n')
+        self.assertEqual(self.breaches(), [])
+
+    def testNumberOfACode(self):
+        self.write("vpn/a.cpp", "return 0xFEB0000A;\n")
+        self.assert_breach("vpn/a.cpp:1:", "has or needs a name")
+
+    def testNumberOfACodeInACommentPasses(self):
+        self.write("vpn/a.cpp", "// 0xFEB0000A\nconst int mask = 0xFE000;\n")
+        self.assertEqual(self.breaches(), [])
+
+    def testCodeWithoutARow(self):
+        self.write(CODES + ".h", "inline constexpr uint32_t A_ERROR_B = 0xFE000002;\n"
+                                 "inline constexpr uint32_t A_ERROR_C = 0xFE000003;\n")
+        self.write(CODES + ".cpp", '"A_ERROR_B:A text",\n"A_ERROR_CD",\n')
+        self.assert_breach(CODES + ".h:2:", "A_ERROR_C has no row")
+
+    def testTextBesideTheTable(self):
+        self.write(WIZARD + "UserTexts.cpp", '"Select a bundle.",\n')
+        self.write(WIZARD + "a.cpp", '\nshow("Select a bundle.");\n')
+        self.assert_breach(WIZARD + "a.cpp:2:", "repeats a text")
+
+    def testTranslationOfALiteral(self):
+        self.write(WIZARD + "a.cpp", 'translateText("Next");\n')
+        self.assert_breach(WIZARD + "a.cpp:1:", "translates a text")
+
+    def testWidgetThatTheUIFileLacks(self):
+        self.write(WIZARD + "a.glade", '<object class="GtkLabel" id="labelOne"/>\n')
+        self.write(WIZARD + "a.cpp", 'f("labelOne");\nf("labelTwo");\nf("labels");\n')
+        self.assert_breach(WIZARD + "a.cpp:2:", "labelTwo is not in the UI file")
+
+    def testSwitchedOffCheckWithoutAReason(self):
+        for line in ("int a; // NOLINT", "int a; // NOLINT(misc-x)", "// NOLINTNEXTLINE(misc-x)"):
+            self.write("vpn/a.cpp", "\n" + line + "\n")
+            self.assert_breach("vpn/a.cpp:2:", "without a reason")
+
+    def testSwitchedOffCheckWithAReasonPasses(self):
+        self.write("vpn/a.cpp", "int a; // NOLINT(misc-x): the C interface wants it\n"
+                                "// The C interface wants it.\n// NOLINTNEXTLINE(misc-x)\nint b;\n")
+        self.assertEqual(self.breaches(), [])
+
+    def testWordsThatDoNotBelong(self):
+        for words in ("specification", "Spec", "Part 5.1", "Parts 1.1", "issue 7", "issue #7", "TODO", "FIXME", "XXX",
+                      "/work/", "/root/"):
+            self.write("docs/a.md", "first\nand then " + words + "\n")
+            self.assert_breach("docs/a.md:2:", '"' + words + '"')
+
+    def testWordsThatLookAlikePass(self):
+        self.write("docs/a.md", "special, a part of it, /var/workspace/, mkstemp(XXXXXX), issued 3 times\n")
+        self.assertEqual(self.breaches(), [])
+
+    def testSourceThatIsTooLong(self):
+        self.write("vpn/a.cpp", "int a;\n" * 651)
+        self.assert_breach("vpn/a.cpp:651:", "is longer than 650 lines")
+
+    def testBuildFoldersAreNotRead(self):
+        self.write("build/vpn/a.cpp", "TODO\n")
+        self.assertEqual(self.breaches(), [])
+
+
+if __name__ == "__main__":
+    unittest.main()
