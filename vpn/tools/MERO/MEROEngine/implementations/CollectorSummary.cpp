@@ -1,1 +1,213 @@
 #include "collector.h"
+
+#include "Files.h"
+#include "Log.h"
+#include "Paths.h"
+#include "ReturnCodes.h"
+#include "Summary.h"
+#include "SummaryText.h"
+#include "SystemIdentity.h"
+#include "sysutils.h"
+#include "truncator.h"
+
+#include <cerrno>
+#include <cstdio>
+
+std::mutex g_summaryLock;
+
+namespace {
+
+constexpr std::size_t kLabelWidth = 30;
+constexpr std::size_t kIncludedLine = 101;
+constexpr std::size_t kOmittedLine = 141;
+
+/// The head belongs to the file and not to a section, so it stands before the first section of the process.
+std::once_flag g_headOnce;
+
+std::string attributeOf(const MEROComponent& component, const char* name) {
+    const MEROAttribute* attribute = component.FindAttribute(name);
+    return attribute == nullptr ? std::string() : attribute->getValue();
+}
+
+/// A table of the entries, between two lines of dashes.
+std::string table(const summaryText::Cells& heads, const summaryText::Widths& widths, std::size_t lineWidth,
+                  const std::list<MEROComponent*>& entries, const char* lastAttribute) {
+    const std::string dashes = std::string(lineWidth, '-') + "\n";
+    std::string text = summaryText::row(heads, widths) + dashes;
+    for (const MEROComponent* entry : entries) {
+        text += summaryText::row({entry->getName(), entry->getValue(), attributeOf(*entry, "description"),
+                                  attributeOf(*entry, lastAttribute)},
+                                 widths);
+    }
+    return text + dashes;
+}
+
+/// Opens, writes and closes. @return 0, MEROENGINE_ERROR_FILE_OPEN_FAILURE or MEROENGINE_ERROR_WRITE_FAILURE.
+uint32_t writeNewFile(const std::string& path, const std::string& text) {
+    FileHandle file(std::fopen(path.c_str(), "we"));
+    if (!file) {
+        const int error = errno;
+        logReturnCode("writeComments", __FILE__, __LINE__, 'E', "fopen", static_cast<uint32_t>(error),
+                      nullptr, nullptr);
+        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+    }
+    return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
+}
+
+} // namespace
+
+uint32_t collector::initializeSummary() {
+    m_pXMLSummary = std::make_unique<MEROXmlObject>("summary", "MERO BUNDLE SUMMARY\n");
+    MEROComponent* root = m_pXMLSummary->GetRoot();
+    if (root == nullptr) {
+        ZRN_LOG('E', "m_pXMLSummary->GetRoot() is NULL");
+        return MEROENGINE_ERROR_NULL_XML_ROOT;
+    }
+    m_pXMLSummary->addComponent(root, "Main_Info", "");
+    m_pXMLSummary->addComponent(root, "Manifest_Included", "File Manifest:");
+    m_pXMLSummary->addComponent(root, "Manifest_Not_Included", "Files Requested But Not Included In Bundle:");
+    m_pXMLSummary->addComponent(root, "Other_Note", "Other notes:");
+    return 0;
+}
+
+uint32_t collector::fillInSummaryMainInfo() {
+    const MEROComponent* root = m_pXMLSummary == nullptr ? nullptr : m_pXMLSummary->GetRoot();
+    if (root == nullptr) {
+        ZRN_LOG('E', "m_pXMLSummary->GetRoot() is NULL");
+        return MEROENGINE_ERROR_NULL_XML_ROOT;
+    }
+    MEROComponent* mainInfo = m_pXMLSummary->FindChild(root, "Main_Info");
+    if (mainInfo == nullptr) {
+        ZRN_LOG('E', "pDCMainInfo is NULL");
+        return MEROENGINE_ERROR_NULL_XML_CHILD;
+    }
+    m_pXMLSummary->addComponent(mainInfo, "Time:", getTimeString(3));
+    m_pXMLSummary->addComponent(mainInfo, "OS:", getOSSummaryLine());
+    m_pXMLSummary->addComponent(mainInfo, "User Name:", helperUtil::getCurrentUserName());
+    m_pXMLSummary->addComponent(mainInfo,
+                                "Bundle on client computer:", helperUtil::makeAbsolutePath(m_targetPath));
+    return 0;
+}
+
+uint32_t collector::writeSummary(const std::string& bundleFolder, MEROXmlObject* config) {
+    if (m_summaryPath.empty()) {
+        m_summaryPath = helperUtil::translatePath(bundleFolder + "/" + "summary.txt");
+    }
+    uint32_t code = 0;
+    {
+        const std::lock_guard<std::mutex> guard(g_summaryLock);
+        code = printSummary(config, bundleFolder);
+    }
+    if (code != 0) {
+        ZRN_LOG_CODE('E', "collector::printSummary", code);
+        return code;
+    }
+    m_collected.clear();
+    return 0;
+}
+
+uint32_t collector::printSummary(MEROXmlObject* config, const std::string& /*bundleFolder*/) {
+    if (config == nullptr) {
+        ZRN_LOG('E', "pXMLObjectConfig is NULL");
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    FileHandle file(std::fopen(m_summaryPath.c_str(), "ae"));
+    if (!file) {
+        const int error = errno;
+        ZRN_LOG_CODE_TEXT('E', "fopen", error, "fopen failed to open file \"%s\"", m_summaryPath.c_str());
+        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+    }
+    truncator entries(m_collected, m_pXMLSummary.get());
+    // Always 0; an entry that could not be made is in the log.
+    static_cast<void>(entries.fillSummaryGoodFiles());
+
+    std::string text;
+    std::call_once(g_headOnce, [&] { text = headText(); });
+    text += "\n" + std::string(kOmittedLine, '=') + "\n";
+    const MEROComponent* title = config->FindChild("configure", "title");
+    text += (title == nullptr ? std::string("configure") : title->getValue()) + ":\n\n";
+    text += includedText() + omittedText() + notesText();
+    return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
+}
+
+std::string collector::headText() {
+    const uint32_t code = fillInSummaryMainInfo();
+    if (code != 0) {
+        ZRN_LOG_CODE('E', "collector::fillInSummaryMainInfo", code);
+    }
+    const MEROComponent* root = m_pXMLSummary == nullptr ? nullptr : m_pXMLSummary->GetRoot();
+    std::string text = (root == nullptr ? std::string() : root->getValue()) + "\n";
+    for (const MEROComponent* line : summaryEntries("Main_Info")) {
+        text += summaryText::cell(line->getName(), kLabelWidth) + line->getValue() + "\n";
+    }
+    return text;
+}
+
+std::string collector::includedText() const {
+    return "Files Included in Bundle:\n" + table({"ID", "Filename", "Description", "File Size"},
+                                                 summaryText::kIncludedWidths, kIncludedLine,
+                                                 summaryEntries("Manifest_Included"), "file_size");
+}
+
+std::string collector::omittedText() const {
+    const std::list<MEROComponent*> entries = summaryEntries("Manifest_Not_Included");
+    if (entries.empty()) {
+        return {};
+    }
+    return "\n\nFiles Omitted from Bundle:\n" + table({"ID", "Filename", "Description", "Reason Omitted"},
+                                                      summaryText::kOmittedWidths, kOmittedLine, entries,
+                                                      "reason");
+}
+
+std::string collector::notesText() const {
+    const std::list<MEROComponent*> notes = summaryEntries("Other_Note");
+    std::string text = notes.empty() ? "" : "\n\nNotes:\n";
+    for (const MEROComponent* note : notes) {
+        text += note->getName() + note->getValue() + "\n";
+    }
+    return text;
+}
+
+std::list<MEROComponent*> collector::summaryEntries(const char* name) const {
+    if (m_pXMLSummary == nullptr || m_pXMLSummary->GetRoot() == nullptr) {
+        return {};
+    }
+    const MEROComponent* parent = m_pXMLSummary->FindChild(m_pXMLSummary->GetRoot(), name);
+    return parent == nullptr ? std::list<MEROComponent*>() : parent->getChildren();
+}
+
+uint32_t collector::writeComments(MEROComponent* commentsFile, const std::string& bundleFolder) {
+    const MEROComponent* root = m_pXMLRequest == nullptr ? nullptr : m_pXMLRequest->GetRoot();
+    const MEROComponent* comment = root == nullptr ? nullptr : root->FindChild("comments");
+    if (comment == nullptr || comment->getValue().empty()) {
+        return 0;
+    }
+    const MEROComponent* name = commentsFile == nullptr ? nullptr : commentsFile->FindChild("name");
+    const std::string fileName =
+        name == nullptr || name->getValue().empty() ? "comments.txt" : name->getValue();
+    const std::string path = helperUtil::translatePath(bundleFolder + "/" + fileName);
+    const uint32_t code = writeNewFile(path, "Comments from Varnel Corvane user:\n" + comment->getValue());
+    if (code != 0) {
+        return recordLostComments(fileName, path, code);
+    }
+    MEROCollectedFile record;
+    record.id = "comments";
+    record.path = path;
+    record.description = "Varnel Corvane user comments";
+    record.fileSize = helperUtil::getFileSize(path);
+    record.defaultTruncateType = kTruncateData;
+    m_collected.push_back(record);
+    return 0;
+}
+
+uint32_t collector::recordLostComments(const std::string& fileName, const std::string& path, uint32_t code) {
+    if (code == MEROENGINE_ERROR_WRITE_FAILURE) {
+        // Half a comment would contradict the row; a file that can't be deleted is in the log.
+        static_cast<void>(helperUtil::fileDelete(path));
+    }
+    helperUtil::fillSummaryFailedFile(m_pXMLSummary.get(), "comments", fileName, "",
+                                      "Internal error: can't write comments at " + path);
+    logReturnCode("writeComments", __FILE__, __LINE__, 'E', "writeComments", code, nullptr,
+                  "can't write comments at %s", path.c_str());
+    return code;
+}

@@ -1,1 +1,337 @@
 #include "MEROEngine.h"
+
+#include "collector.h"
+#include "CZip.h"
+#include "Log.h"
+#include "Names.h"
+#include "Paths.h"
+#include "Progress.h"
+#include "ReturnCodes.h"
+#include "SummaryText.h"
+
+#include <algorithm>
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kWorkingFolder = "/tmp/MERO_Temp_Bundle";
+constexpr uint32_t kMaxThreads = 6;
+constexpr std::size_t kFailureLine = 100;
+
+constexpr const char* kStarting = "Starting up MERO Engine...";
+constexpr const char* kParsing = "Parsing request and configuration XMLs...";
+constexpr const char* kReading = "Reading instructions ...";
+constexpr const char* kZipping = "Zipping the bundle, please wait...";
+constexpr const char* kFinished = "MERO has finished... ";
+
+constexpr const char* kInvalidRequest = "Internal Error: invalid request XML, please contact your "
+                                        "administrator, or run in default mode";
+constexpr const char* kEncounteredError = "Internal Error: MERO has encountered an error...";
+constexpr const char* kNoConfiguration = "Internal Error: no valid configuration XML found...";
+constexpr const char* kNoWorkingFolder = "Internal Error: failed to create temporary working folder...";
+constexpr const char* kAllFailed = "Internal Error: all configs failed...";
+constexpr const char* kNotZipped = "Internal Error: failed to zip the bundle...";
+
+void reportStep(int percent, const char* message) {
+    reportProgress(percent, message, MEROOFFLINE_ERROR_PROCESSING);
+}
+
+void reportSuccess() {
+    reportStep(100, kFinished);
+    reportProgress(0, std::string(), 0);
+}
+
+/// The summary and the comments may be renamed by the request, which can come from anybody: a name must not
+/// lead out of the bundle.
+bool staysInBundle(const std::string& name) {
+    return name.find('/') == std::string::npos && name != "." && name != "..";
+}
+
+bool hasGoodName(const MEROComponent& entry) {
+    const MEROAttribute* id = entry.FindAttribute("id");
+    if (id == nullptr || (id->getValue() != "summary" && id->getValue() != "comments")) {
+        return true;
+    }
+    const MEROComponent* name = entry.FindChild("name");
+    return name == nullptr || staysInBundle(name->getValue());
+}
+
+std::string withZipExtension(const std::string& path) {
+    return helperUtil::stringAfterLast(path, ".") == "zip" ? path : path + ".zip";
+}
+
+} // namespace
+
+uint32_t collectorThreadCount(uint32_t processors) {
+    return static_cast<int32_t>(processors) <= 0 ? 1 : std::min(processors, kMaxThreads);
+}
+
+MEROEngine::MEROEngine(const std::string& requestPath, const std::string& installPath,
+                       const std::string& targetPath, std::string_view password, int32_t mode,
+                       bool includeLegacyTree, bool collectSystemLogs)
+    : m_mode(mode), m_requestPath(requestPath), m_installPath(installPath),
+      m_workingFolder(helperUtil::translatePath(kWorkingFolder)), m_targetPath(targetPath),
+      m_password(password), m_collectSystemLogs(collectSystemLogs), m_includeLegacyTree(includeLegacyTree),
+      m_folderClaim(m_workingFolder) {}
+
+MEROEngine::~MEROEngine() {
+    for (const MEROXmlObject* tree : m_configTrees) {
+        const std::unique_ptr<const MEROXmlObject> owned(tree);
+    }
+}
+
+uint32_t MEROEngine::run() {
+    try {
+        return m_mode == kModeCollect ? runCollectorThreads() : clearLogs();
+    } catch (const std::exception& error) {
+        return failUnexpectedly(error.what());
+    } catch (...) {
+        return failUnexpectedly("an exception of no known kind");
+    }
+}
+
+uint32_t MEROEngine::failUnexpectedly(const char* what) noexcept {
+    try {
+        logMessage("run", __FILE__, __LINE__, 'E', "The run was ended by an error: %s", what);
+        return fail(kEncounteredError, MEROENGINE_ERROR_INTERNAL);
+    } catch (...) {
+        // The listener threw, or memory is short even for the message. The folder must go all the same.
+        try {
+            m_folderClaim.remove();
+        } catch (...) {
+            return MEROENGINE_ERROR_INTERNAL;
+        }
+        return MEROENGINE_ERROR_INTERNAL;
+    }
+}
+
+uint32_t MEROEngine::fail(const char* message, uint32_t code) {
+    logMessage("runCollectorThreads", __FILE__, __LINE__, 'E', "%s", message);
+    reportProgress(0, message, code);
+    m_folderClaim.remove();
+    return code;
+}
+
+uint32_t MEROEngine::runCollectorThreads() {
+    reportStep(1, kStarting);
+    m_configLoader = std::make_unique<MEROXmlLoader>();
+    m_requestLoader = std::make_unique<MEROXmlLoader>();
+    reportStep(1, kParsing);
+
+    std::list<MEROXmlObject*> requests;
+    // How many trees there are tells whether it worked.
+    static_cast<void>(m_requestLoader->load(m_requestPath, kLoadFile, requests));
+    uint32_t code = takeRequest(requests);
+    if (code != 0) {
+        return code;
+    }
+    code = loadConfigurations();
+    if (code != 0) {
+        return code;
+    }
+    code = makeWorkingFolder();
+    if (code != 0) {
+        return code;
+    }
+    collectAll();
+
+    // A failed collection counts once per group of its file, so the two counts may agree although a
+    // configuration succeeded. Those who read the summary know the rule by its outcome; it stays.
+    if (m_configTrees.size() == m_failedConfigs.size()) {
+        return fail(kAllFailed, MEROENGINE_ERROR_INTERNAL);
+    }
+    code = writeFailedFilesToSummary(m_workingFolder + "/" + "summary.txt");
+    if (code != 0) {
+        ZRN_LOG_CODE('W', "MEROEngine::writeFailedFilesToSummary", code);
+    }
+    return zipBundle();
+}
+
+uint32_t MEROEngine::takeRequest(const std::list<MEROXmlObject*>& trees) {
+    if (trees.size() != 1) {
+        if (!m_requestPath.empty()) {
+            return fail(kInvalidRequest, MEROENGINE_ERROR_INVALID_XML);
+        }
+        m_emptyRequest = std::make_unique<MEROXmlObject>();
+        m_request = m_emptyRequest.get();
+        return 0;
+    }
+    m_request = trees.front();
+    const MEROComponent* root = m_request->GetRoot();
+    if (root == nullptr) {
+        return fail(kEncounteredError, MEROENGINE_ERROR_NULL_POINTER);
+    }
+    for (MEROComponent* entry : root->getChildren()) {
+        if (entry->getName() != "file") {
+            continue;
+        }
+        if (!hasGoodName(*entry)) {
+            return fail(kInvalidRequest, MEROENGINE_ERROR_INVALID_XML);
+        }
+        m_requestedFiles.push_back(entry);
+    }
+    return 0;
+}
+
+void MEROEngine::loadConfigurationFolder() {
+    // How many trees there are tells whether it worked.
+    static_cast<void>(
+        m_configLoader->load(helperUtil::getConfigDirectory(m_installPath), kLoadFolder, m_configTrees));
+    g_configCount = static_cast<uint32_t>(m_configTrees.size());
+}
+
+uint32_t MEROEngine::loadConfigurations() {
+    loadConfigurationFolder();
+    if (m_configTrees.empty()) {
+        return fail(kNoConfiguration, MEROENGINE_ERROR_INTERNAL);
+    }
+    m_failedConfigs = m_configLoader->getFailedFiles();
+    return 0;
+}
+
+uint32_t MEROEngine::makeWorkingFolder() {
+    const uint32_t removeCode = m_folderClaim.removeLeftOver();
+    if (removeCode != 0) {
+        logReturnCode("runCollectorThreads", __FILE__, __LINE__, 'W', "helperUtil::fileDeleteDirectory",
+                      removeCode, nullptr, nullptr);
+    }
+    // A missing folder is refused as well, so the plain name serves only after a left-over one went away.
+    const bool withSuffix = removeCode != 0 && removeCode != MEROENGINE_ERROR_FILE_NOT_FOUND;
+    const uint32_t claimCode = m_folderClaim.claim(withSuffix);
+    if (claimCode != 0) {
+        return fail(kNoWorkingFolder, claimCode);
+    }
+    m_workingFolder = m_folderClaim.path();
+    return 0;
+}
+
+void MEROEngine::collectAll() {
+    boost::asio::thread_pool pool(collectorThreadCount(std::thread::hardware_concurrency()));
+    reportStep(4, kReading);
+    uint32_t index = 0;
+    for (MEROXmlObject* config : m_configTrees) {
+        if (config != nullptr) {
+            const auto worker = std::make_shared<collector>(m_request, m_requestedFiles, m_targetPath,
+                                                            m_includeLegacyTree, m_collectSystemLogs);
+            boost::asio::post(pool, [self = shared_from_this(), worker, config, index] {
+                self->runTask(config, index, *worker);
+            });
+        }
+        ++index;
+    }
+    pool.join();
+}
+
+void MEROEngine::runTask(MEROXmlObject* config, uint32_t index, collector& worker) noexcept {
+    try {
+        collectLog(config, index, worker);
+    } catch (...) {
+        // The collection itself is guarded, so only the memory for a name or a log line can be missing here,
+        // and there is none to tell it with.
+        return;
+    }
+}
+
+void MEROEngine::collectLog(MEROXmlObject* config, uint32_t index, collector& worker) {
+    const int threadId = ::gettid();
+    ZRN_LOG('I', "Thread %i Starting Collection", threadId);
+    const uint32_t code = collectGuarded(config, worker);
+    if (code != 0) {
+        recordFailedGroups(*config, index);
+    }
+    ++g_configsDone;
+    ZRN_LOG('I', "Thread %i Completed Collection. Looking for a new task...", threadId);
+}
+
+uint32_t MEROEngine::collectGuarded(MEROXmlObject* config, collector& worker) {
+    try {
+        return worker.Collect(m_workingFolder, config);
+    } catch (const std::exception& error) {
+        logMessage("collectLog", __FILE__, __LINE__, 'E', "The collection was ended by an error: %s",
+                   error.what());
+    } catch (...) {
+        logMessage("collectLog", __FILE__, __LINE__, 'E', "The collection was ended by an error");
+    }
+    return MEROENGINE_ERROR_INTERNAL;
+}
+
+void MEROEngine::recordFailedGroups(const MEROXmlObject& config, uint32_t index) {
+    std::list<MEROComponent*> groups;
+    config.findAllByName("fileGroup", groups);
+    std::list<std::string> names;
+    for (const MEROComponent* group : groups) {
+        const MEROComponent* title = group->FindChild("title");
+        names.push_back(title == nullptr ? "Unknown_" + std::to_string(index) : title->getValue());
+    }
+    const std::lock_guard<std::mutex> guard(m_failedLock);
+    m_failedConfigs.splice(m_failedConfigs.end(), names);
+}
+
+uint32_t MEROEngine::writeFailedFilesToSummary(const std::string& path) {
+    FileHandle file(std::fopen(path.c_str(), "ae"));
+    if (!file) {
+        const int error = errno;
+        ZRN_LOG_CODE_TEXT('E', "fopen", error, "Could not open file \"%s\"", path.c_str());
+        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+    }
+    std::string text;
+    if (!m_failedConfigs.empty()) {
+        text = "\n" + std::string(kFailureLine, '=') + "\n" +
+               "MEROEngine failed to parse or use the following configuration files:\n";
+        for (const std::string& failed : m_failedConfigs) {
+            text += failed + "\n";
+        }
+    }
+    // The heading closes the summary of a run that left no entry of the request open; it never lists ids.
+    // Support reads its absence as the sign that a requested id is unknown.
+    if (m_requestedFiles.empty()) {
+        text += "\n\nNo instruction found in any config for the following file ID's from request:\n";
+    }
+    return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
+}
+
+uint32_t MEROEngine::zipBundle() {
+    reportStep(96, kZipping);
+    const uint32_t code =
+        CZip().Zip(m_workingFolder, withZipExtension(m_targetPath), m_password.view(), true);
+    if (code != 0) {
+        ZRN_LOG_CODE('E', "CZip::Zip", code);
+        return fail(kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE);
+    }
+    m_folderClaim.remove();
+    reportSuccess();
+    return 0;
+}
+
+uint32_t MEROEngine::clearLogs() {
+    reportStep(1, kStarting);
+    if (!m_configLoader) {
+        m_configLoader = std::make_unique<MEROXmlLoader>();
+        loadConfigurationFolder();
+    }
+    g_configCount = static_cast<uint32_t>(m_configTrees.size());
+    if (m_configTrees.empty()) {
+        ZRN_LOG('E', "%s", kNoConfiguration);
+        reportProgress(0, kNoConfiguration, MEROENGINE_ERROR_INTERNAL);
+        m_folderClaim.remove();
+        return MEROENGINE_ERROR_INTERNAL;
+    }
+    if (!m_collector) {
+        m_collector = std::make_unique<collector>(m_request, m_requestedFiles, m_targetPath,
+                                                  m_includeLegacyTree, m_collectSystemLogs);
+    }
+    for (MEROXmlObject* config : m_configTrees) {
+        if (config != nullptr) {
+            // Null is the one thing that Clear refuses.
+            static_cast<void>(m_collector->Clear(config));
+        }
+    }
+    reportSuccess();
+    return 0;
+}

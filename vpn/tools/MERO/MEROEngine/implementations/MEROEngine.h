@@ -3,6 +3,7 @@
 #include "MEROXmlLoader.h"
 #include "MEROXmlObject.h"
 #include "WipedString.h"
+#include "WorkingFolder.h"
 
 #include <cstdint>
 #include <list>
@@ -15,6 +16,10 @@ class collector;
 
 inline constexpr int32_t kModeCollect = 0;
 inline constexpr int32_t kModeClearLogs = 1;
+
+/// Threads that collect: one per processor, at most six. A platform that can't count its processors gets one.
+/// @param processors  what hardware_concurrency gave; read as a signed number.
+[[nodiscard]] uint32_t collectorThreadCount(uint32_t processors);
 
 /// One job from request to zip. Must be held by a shared_ptr before run; serves one run. It tells its steps
 /// and its end through reportProgress and its final code as the result as well.
@@ -32,20 +37,41 @@ public:
     MEROEngine& operator=(const MEROEngine&) = delete;
 
     /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as
-    /// far as fileDeleteDirectory goes.
+    /// far as fileDeleteDirectory goes; one that isn't this run's is never touched. Throws nothing.
     /// @return 0, MEROENGINE_ERROR_NULL_POINTER (request without root), MEROENGINE_ERROR_INTERNAL (no good
-    ///         configuration, or all failed), MEROENGINE_ERROR_WRITE_FAILURE (archive),
+    ///         configuration, all failed, or an exception), MEROENGINE_ERROR_WRITE_FAILURE (archive),
     ///         MEROENGINE_ERROR_INVALID_XML (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder).
     [[nodiscard]] uint32_t run();
 
     /// Appends the failure block to the summary.
-    /// @return 0 or MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+    /// @return 0, MEROENGINE_ERROR_FILE_OPEN_FAILURE or MEROENGINE_ERROR_WRITE_FAILURE.
     [[nodiscard]] uint32_t writeFailedFilesToSummary(const std::string& path);
 
+protected:
+    /// Takes over what the request loader gave, and reports a failure.
+    /// @return 0, MEROENGINE_ERROR_INVALID_XML or MEROENGINE_ERROR_NULL_POINTER.
+    [[nodiscard]] uint32_t takeRequest(const std::list<MEROXmlObject*>& trees);
+
 private:
+    /// Steps of a collect run. Those with a code have reported their failure.
     [[nodiscard]] uint32_t runCollectorThreads();
-    [[nodiscard]] uint32_t clearLogs();
+    [[nodiscard]] uint32_t loadConfigurations();
+    [[nodiscard]] uint32_t makeWorkingFolder();
+    void collectAll();
+    /// What a thread of the pool runs.
+    void runTask(MEROXmlObject* config, uint32_t index, collector& worker) noexcept;
     void collectLog(MEROXmlObject* config, uint32_t index, collector& worker);
+    /// Collects; an exception becomes MEROENGINE_ERROR_INTERNAL.
+    [[nodiscard]] uint32_t collectGuarded(MEROXmlObject* config, collector& worker);
+    void recordFailedGroups(const MEROXmlObject& config, uint32_t index);
+    [[nodiscard]] uint32_t zipBundle();
+
+    [[nodiscard]] uint32_t clearLogs();
+    void loadConfigurationFolder();
+    /// Logs, reports, and deletes the working folder. @return `code`.
+    [[nodiscard]] uint32_t fail(const char* message, uint32_t code);
+    /// What is left to do when the run itself was ended by an exception.
+    [[nodiscard]] uint32_t failUnexpectedly(const char* what) noexcept;
 
     int32_t m_mode;
     /// Made by the clear-logs run only.
@@ -70,4 +96,6 @@ private:
     bool m_collectSystemLogs;
     bool m_includeLegacyTree;
     std::mutex m_failedLock;
+    /// Makes, holds and removes the folder of m_workingFolder.
+    WorkingFolder m_folderClaim;
 };

@@ -1,1 +1,343 @@
 #include "collector.h"
+
+#include "Files.h"
+#include "Log.h"
+#include "MEROClearLogsAction.h"
+#include "MEROCollectLogsAction.h"
+#include "Paths.h"
+#include "Progress.h"
+#include "ReturnCodes.h"
+#include "StringUtils.h"
+#include "Summary.h"
+#include "SystemIdentity.h"
+#include "sysutils.h"
+
+#include <algorithm>
+#include <boost/lexical_cast.hpp>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kDefaultBundleFolder = "/tmp/MERO_Temp_Bundle";
+constexpr const char* kLegacyTreeName = "Legacy - Varnel Trellink Nolvane";
+constexpr uint32_t kClearPauseMs = 50;
+
+/// Guards the list of unprocessed request entries that the collectors of a run share.
+std::mutex g_unprocessedLock;
+/// The comment belongs to the bundle and not to one configuration, so the first group to get there writes it
+/// and no other one of the process.
+std::once_flag g_commentsOnce;
+
+std::string attributeOf(const MEROComponent& component, const char* name) {
+    const MEROAttribute* attribute = component.FindAttribute(name);
+    return attribute == nullptr ? std::string() : attribute->getValue();
+}
+
+std::string idOf(const MEROComponent& component) {
+    return attributeOf(component, "id");
+}
+
+std::string childText(const MEROComponent& component, const char* name) {
+    const MEROComponent* child = component.FindChild(name);
+    return child == nullptr ? std::string() : child->getValue();
+}
+
+/// Components without an id are neither less nor greater than any other. Among ids they make the order
+/// depend on how a list is merged, so only the list's own sort may be used with this.
+bool hasLowerId(const MEROComponent* left, const MEROComponent* right) {
+    const MEROAttribute* leftId = left->FindAttribute("id");
+    const MEROAttribute* rightId = right->FindAttribute("id");
+    return leftId != nullptr && rightId != nullptr && leftId->getValue() < rightId->getValue();
+}
+
+std::list<MEROComponent*> childrenNamed(const MEROComponent& parent, const char* name) {
+    std::list<MEROComponent*> found;
+    for (MEROComponent* child : parent.getChildren()) {
+        if (child->getName() == name) {
+            found.push_back(child);
+        }
+    }
+    return found;
+}
+
+bool isThisPlatform(const std::string& opsys) {
+    return (opsys == "mac" && isMac()) || (opsys == "win" && isWindows()) || (opsys == "linux" && isLinux());
+}
+
+} // namespace
+
+collector::collector(MEROXmlObject* request, std::list<MEROComponent*>& unprocessed,
+                     const std::string& targetPath, bool includeLegacyTree, bool collectSystemLogs)
+    : m_pXMLRequest(request), m_pUnprocessed(&unprocessed), m_targetPath(targetPath),
+      m_includeLegacyTree(includeLegacyTree), m_collectSystemLogs(collectSystemLogs) {}
+
+collector::~collector() = default;
+
+uint32_t collector::Collect(std::string& bundleFolder, MEROXmlObject* config) {
+    if (m_pXMLRequest == nullptr) {
+        ZRN_LOG('E', "m_pXMLRequest is NULL");
+        return MEROENGINE_ERROR_NOT_INITIALIZED;
+    }
+    if (config == nullptr) {
+        ZRN_LOG('E', "pXMLObjectConfig is NULL");
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    const uint32_t initCode = initializeSummary();
+    if (initCode != 0) {
+        ZRN_LOG_CODE('E', "collector::initializedSummary", initCode);
+        return initCode;
+    }
+    MEROActionInfo info;
+    info.summary = m_pXMLSummary.get();
+    if (bundleFolder.empty()) {
+        bundleFolder = helperUtil::translatePath(kDefaultBundleFolder);
+    }
+    for (const MEROComponent* group : getFileGroupComponents(*config)) {
+        if (m_pXMLRequest->GetRoot() != nullptr) {
+            runRequestLoop(*group, bundleFolder, info);
+        } else {
+            runDefaultLoop(*group, bundleFolder, info);
+        }
+    }
+    const uint32_t summaryCode = writeSummary(bundleFolder, config);
+    if (summaryCode != 0) {
+        ZRN_LOG_CODE('E', "collector::writeSummary", summaryCode);
+        return summaryCode;
+    }
+    m_pXMLSummary.reset();
+    return 0;
+}
+
+void collector::runRequestLoop(const MEROComponent& group, const std::string& bundleFolder,
+                               MEROActionInfo& info) {
+    std::list<MEROComponent*> wanted = getFileComponents(*m_pXMLRequest);
+    std::list<MEROComponent*> files = getFileGroupFileComponents(group);
+    const std::string groupFolder = getDirectory(group, bundleFolder);
+    wanted.sort(hasLowerId);
+    files.sort(hasLowerId);
+
+    MEROComponent* commentsFile = nullptr;
+    auto file = files.begin();
+    for (MEROComponent* entry : wanted) {
+        if (takeReservedEntry(entry, bundleFolder, commentsFile)) {
+            continue;
+        }
+        const std::string id = idOf(*entry);
+        file = std::find_if(file, files.end(), [&id](const MEROComponent* f) { return id <= idOf(*f); });
+        if (file != files.end() && id == idOf(**file)) {
+            runRequestedItem(entry, **file, groupFolder, info);
+        }
+    }
+    std::call_once(g_commentsOnce, [&] {
+        // Lost comments stand in the summary; they are no reason to end the collection.
+        static_cast<void>(writeComments(commentsFile, bundleFolder));
+    });
+}
+
+bool collector::takeReservedEntry(MEROComponent* entry, const std::string& bundleFolder,
+                                  MEROComponent*& commentsFile) {
+    const std::string id = idOf(*entry);
+    if (id == "comments") {
+        commentsFile = entry;
+        return true;
+    }
+    if (id == "summary") {
+        if (m_summaryPath.empty()) {
+            const std::string name = childText(*entry, "name");
+            m_summaryPath =
+                helperUtil::translatePath(bundleFolder + "/" + (name.empty() ? "summary.txt" : name));
+        }
+        return true;
+    }
+    return false;
+}
+
+void collector::runRequestedItem(MEROComponent* entry, MEROComponent& file, const std::string& groupFolder,
+                                 MEROActionInfo& info) {
+    if (!findInstructions(file)) {
+        return;
+    }
+    info.directory = getDirectory(file, groupFolder);
+    info.id = idOf(file);
+    info.name = childText(file, "name");
+    info.description = childText(file, "description");
+    runItem(info);
+    // Fails for a null entry only.
+    static_cast<void>(removeFromUnprocessedList(entry));
+}
+
+void collector::runDefaultLoop(const MEROComponent& group, const std::string& bundleFolder,
+                               MEROActionInfo& info) {
+    const bool legacy = m_includeLegacyTree && attributeOf(group, "treeRootName") == kLegacyTreeName;
+    std::list<MEROComponent*> files = getFileGroupFileComponents(group);
+    const std::string groupFolder = getDirectory(group, bundleFolder);
+    files.sort(hasLowerId);
+    for (MEROComponent* file : files) {
+        if (isUnwantedSystemLog(*file)) {
+            continue;
+        }
+        if (!isDefault(*file) && !legacy) {
+            helperUtil::fillSummaryNote(info.summary, "The file(s) of ID " + idOf(*file) +
+                                                          " is/are not included by default by this config.");
+            continue;
+        }
+        if (!findInstructions(*file)) {
+            continue;
+        }
+        info.directory = getDirectory(*file, groupFolder);
+        info.id = idOf(*file);
+        info.name.clear();
+        info.description = childText(*file, "description");
+        runItem(info);
+    }
+}
+
+void collector::runItem(const MEROActionInfo& info) {
+    const auto threadId = boost::lexical_cast<std::string>(::gettid());
+    ZRN_LOG('I', "Thread %s Continuing Collection On %s", threadId.c_str(), info.description.c_str());
+    {
+        const std::lock_guard<std::mutex> guard(g_progressLock);
+        reportProgress(computeProgress(g_configsDone), "Processing " + info.description + "...",
+                       MEROOFFLINE_ERROR_PROCESSING);
+    }
+    MEROCollectLogsAction action(info, m_reader, m_adminRun);
+    action.Perform(m_collected);
+}
+
+uint32_t collector::Clear(MEROXmlObject* config) {
+    if (config == nullptr) {
+        ZRN_LOG('E', "pXMLObjectConfig is NULL");
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    MEROActionInfo info;
+    for (const MEROComponent* group : getFileGroupComponents(*config)) {
+        std::list<MEROComponent*> files = getFileGroupFileComponents(*group);
+        files.sort(hasLowerId);
+        for (MEROComponent* file : files) {
+            clearItem(*file, info);
+        }
+    }
+    return 0;
+}
+
+void collector::clearItem(MEROComponent& file, MEROActionInfo& info) {
+    if (isUnwantedSystemLog(file) || !isDefault(file) || !findInstructions(file)) {
+        return;
+    }
+    info.id = idOf(file);
+    info.description = childText(file, "description");
+    reportProgress(computeProgress(g_configsDone), "Clearing " + info.description + "...",
+                   MEROOFFLINE_ERROR_PROCESSING);
+    // Clearing is so quick that without a pause nobody could read what is being cleared.
+    sleepMsecs(kClearPauseMs);
+    MEROClearLogsAction action(info, m_reader, m_adminRun);
+    action.Perform(m_collected);
+}
+
+bool collector::isUnwantedSystemLog(const MEROComponent& file) const {
+    const std::string id = idOf(file);
+    return !m_collectSystemLogs && (id == "system-logs" || id == "system-log-hist");
+}
+
+bool collector::findInstructions(MEROComponent& file) {
+    const uint32_t code = moveReaderToCorrectOS(&file);
+    if (code != 0) {
+        ZRN_LOG_CODE('I', "collector::moveReaderToCorrectOS", code);
+    }
+    return code == 0;
+}
+
+std::list<MEROComponent*> collector::getFileGroupComponents(const MEROXmlObject& object) const {
+    if (object.GetRoot() == nullptr) {
+        ZRN_LOG('E', "rXMLObject.GetRoot() is NULL");
+        return {};
+    }
+    return childrenNamed(*object.GetRoot(), "fileGroup");
+}
+
+std::list<MEROComponent*> collector::getFileComponents(const MEROXmlObject& object) const {
+    if (object.GetRoot() == nullptr) {
+        ZRN_LOG('E', "rXMLObject.GetRoot() is NULL");
+        return {};
+    }
+    return childrenNamed(*object.GetRoot(), "file");
+}
+
+std::list<MEROComponent*> collector::getFileGroupFileComponents(const MEROComponent& group) const {
+    if (group.getName() != "fileGroup") {
+        ZRN_LOG('E', "unexpected MERO component type; expected fileGroup type");
+        return {};
+    }
+    return childrenNamed(group, "file");
+}
+
+std::string collector::getDirectory(const MEROComponent& component, const std::string& base) const {
+    if (component.getName() != "fileGroup" && component.getName() != "file") {
+        ZRN_LOG('E', "unexpected MERO component type; expected fileGroup type");
+        return base;
+    }
+    const MEROAttribute* name = component.FindAttribute("directoryName");
+    if (name == nullptr) {
+        return base;
+    }
+    const std::string path = base + "/" + CStringUtils::replaceAll(name->getValue(), "\\", "/");
+    std::string result = base;
+    for (std::size_t end = 0; end != std::string::npos;) {
+        end = path.find('/', end + 1);
+        // Any folder on the way that is there or can be made is taken for the whole path: files then find
+        // their place, or fail one by one with a row in the summary.
+        if (helperUtil::MakeDirectory(path.substr(0, end)) == 0) {
+            result = path;
+        }
+    }
+    return result;
+}
+
+uint32_t collector::moveReaderToCorrectOS(MEROComponent* component) {
+    if (component == nullptr) {
+        ZRN_LOG('E', "pDC is NULL");
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    MEROComponent* instructions = component->FindChild("mero");
+    if (instructions == nullptr) {
+        logMessage("moveReaderToMERO", __FILE__, __LINE__, 'E', "pDC->FindChild(MERO_CONST) is NULL");
+    } else {
+        m_reader = instructions;
+    }
+    if (m_reader == nullptr) {
+        return MEROENGINE_ERROR_INTERNAL;
+    }
+    for (MEROComponent* child : m_reader->getChildren()) {
+        const MEROAttribute* opsys = child->FindAttribute("opsys");
+        if (child->getName() == "os" && opsys != nullptr && isThisPlatform(opsys->getValue())) {
+            m_reader = child;
+            return 0;
+        }
+    }
+    return MEROENGINE_ERROR_INTERNAL;
+}
+
+bool collector::isDefault(const MEROComponent& file) const {
+    const MEROComponent* mark = file.FindChild("default");
+    return mark != nullptr && mark->getValue() == "true";
+}
+
+uint32_t collector::removeFromUnprocessedList(MEROComponent* requestFile) {
+    if (requestFile == nullptr) {
+        ZRN_LOG('E', "pDC is NULL");
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    {
+        const std::lock_guard<std::mutex> guard(g_unprocessedLock);
+        const auto entry = std::find(m_pUnprocessed->begin(), m_pUnprocessed->end(), requestFile);
+        if (entry != m_pUnprocessed->end()) {
+            m_pUnprocessed->erase(entry);
+            return 0;
+        }
+    }
+    // Another group had the same id. Its files were collected then; the reader of the summary should know.
+    helperUtil::fillSummaryNote(m_pXMLSummary.get(),
+                                "WARNING: File ID " + idOf(*requestFile) +
+                                    " has duplicated instruction found in one of previous config files");
+    return 0;
+}

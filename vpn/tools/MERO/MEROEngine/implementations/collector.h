@@ -21,8 +21,7 @@ public:
     /// @param request              the request, not owned; an object without a root selects the default
     /// items.
     /// @param unprocessed          the request's entries nobody has handled yet; shared by all collectors of
-    /// a run and
-    ///                             guarded by a lock of this class.
+    /// a run and guarded by a lock of this class.
     /// @param targetPath           the zip file, for the summary.
     /// @param includeLegacyTree    take the legacy group's items in default mode.
     /// @param collectSystemLogs    take the system logs in default mode and in the clear run.
@@ -50,8 +49,7 @@ public:
     [[nodiscard]] std::string getDirectory(const MEROComponent& component, const std::string& base) const;
     /// Sets the reader to the first os element of the item for this platform.
     /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER, or MEROENGINE_ERROR_INTERNAL when there is none; the reader
-    /// must not be
-    ///         used then.
+    /// must not be used then.
     [[nodiscard]] uint32_t moveReaderToCorrectOS(MEROComponent* component);
     /// True if the item's `default` is exactly "true".
     [[nodiscard]] bool isDefault(const MEROComponent& file) const;
@@ -69,11 +67,13 @@ public:
     [[nodiscard]] uint32_t writeSummary(const std::string& bundleFolder, MEROXmlObject* config);
     /// Appends this collector's section to the summary file, with the head before the first one of the
     /// process.
-    /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER or MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+    /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER, MEROENGINE_ERROR_FILE_OPEN_FAILURE or
+    /// MEROENGINE_ERROR_WRITE_FAILURE. The caller holds g_summaryLock.
     [[nodiscard]] uint32_t printSummary(MEROXmlObject* config, const std::string& bundleFolder);
-    /// Writes the request's comment, if it has one, into the bundle.
+    /// Writes the request's comment, if it has one, into the bundle. A failure leaves no file and becomes a
+    /// row of the omitted files.
     /// @param commentsFile  the request's entry for the comments file, or null for the default name.
-    /// @return 0 or MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+    /// @return 0, MEROENGINE_ERROR_FILE_OPEN_FAILURE or MEROENGINE_ERROR_WRITE_FAILURE.
     [[nodiscard]] uint32_t writeComments(MEROComponent* commentsFile, const std::string& bundleFolder);
 
     /// The summary tree; null before initializeSummary and after a successful Collect.
@@ -82,9 +82,32 @@ public:
     [[nodiscard]] const std::list<MEROCollectedFile>& getCollected() const { return m_collected; }
 
 private:
-    void runRequestLoop(MEROComponent& group, const std::string& bundleFolder, MEROActionInfo& info);
-    void runDefaultLoop(MEROComponent& group, const std::string& bundleFolder, MEROActionInfo& info);
+    void runRequestLoop(const MEROComponent& group, const std::string& bundleFolder, MEROActionInfo& info);
+    void runDefaultLoop(const MEROComponent& group, const std::string& bundleFolder, MEROActionInfo& info);
+    /// Handles a request entry that names a file of the bundle's own instead of an item.
+    /// @return false for an item's entry.
+    bool takeReservedEntry(MEROComponent* entry, const std::string& bundleFolder,
+                           MEROComponent*& commentsFile);
+    /// Collects the requested item, unless it has no instructions for this platform.
+    void runRequestedItem(MEROComponent* entry, MEROComponent& file, const std::string& groupFolder,
+                          MEROActionInfo& info);
     void runItem(const MEROActionInfo& info);
+    /// Clears one item, unless it is no part of a default bundle.
+    void clearItem(MEROComponent& file, MEROActionInfo& info);
+    [[nodiscard]] bool isUnwantedSystemLog(const MEROComponent& file) const;
+    /// moveReaderToCorrectOS with its failure in the log. @return true if there are instructions to run.
+    [[nodiscard]] bool findInstructions(MEROComponent& file);
+
+    /// The parts of the section's text.
+    [[nodiscard]] std::string headText();
+    [[nodiscard]] std::string includedText() const;
+    [[nodiscard]] std::string omittedText() const;
+    [[nodiscard]] std::string notesText() const;
+    /// Children of a direct child of the summary's root; none if it is missing.
+    [[nodiscard]] std::list<MEROComponent*> summaryEntries(const char* name) const;
+    /// Tells of comments that could not be written, in the summary and in the result.
+    [[nodiscard]] uint32_t recordLostComments(const std::string& fileName, const std::string& path,
+                                              uint32_t code);
 
     MEROXmlObject* m_pXMLRequest;
     std::unique_ptr<MEROXmlObject> m_pXMLSummary;

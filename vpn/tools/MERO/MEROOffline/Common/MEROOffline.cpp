@@ -1,1 +1,42 @@
 #include "MEROOffline.h"
+
+#include "Log.h"
+#include "MEROEngine.h"
+#include "Progress.h"
+#include "ReturnCodes.h"
+
+#include <memory>
+
+namespace {
+
+void reportLostEngine() noexcept {
+    try {
+        logMessage("run", __FILE__, __LINE__, 'E', "The engine could not be started");
+        reportProgress(0, "Internal Error: MERO has encountered an error...", MEROENGINE_ERROR_INTERNAL);
+    } catch (...) {
+        // There is no memory to tell it with; the result says so to who asks.
+        return;
+    }
+}
+
+} // namespace
+
+MEROOffline::MEROOffline(CMEROClientIfc* client, const std::string& requestPath, const std::string& configDir,
+                         const std::string& bundlePath, std::string_view password, bool clearLogs)
+    : m_requestPath(requestPath), m_configDir(configDir), m_bundlePath(bundlePath), m_password(password),
+      m_clearLogs(clearLogs) {
+    setProgressListener(client);
+}
+
+void MEROOffline::run() {
+    try {
+        const auto engine =
+            std::make_shared<MEROEngine>(m_requestPath, m_configDir, m_bundlePath, m_password.view(),
+                                         m_clearLogs ? kModeClearLogs : kModeCollect, false, true);
+        m_result = engine->run();
+    } catch (...) {
+        // The engine guards its own run, so it could not even be made, and has told nobody.
+        m_result = MEROENGINE_ERROR_INTERNAL;
+        reportLostEngine();
+    }
+}

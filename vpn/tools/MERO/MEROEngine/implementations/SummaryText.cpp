@@ -1,0 +1,90 @@
+#include "SummaryText.h"
+
+#include "Log.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <iterator>
+
+namespace summaryText {
+
+namespace {
+
+constexpr std::string_view kGap = "  ";
+
+bool isWhiteSpace(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+void dropLeadingWhiteSpace(std::string& text) {
+    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), isWhiteSpace));
+}
+
+std::string tableLine(const Cells& cells, const Widths& widths) {
+    std::string line;
+    for (std::size_t column = 0; column < kColumns; ++column) {
+        line += column == 0 ? std::string_view() : kGap;
+        line += cell(cells[column], widths[column]);
+    }
+    return line + "\n";
+}
+
+} // namespace
+
+std::string cell(std::string_view text, std::size_t width) {
+    std::string result(text.substr(0, width));
+    result.resize(width, ' ');
+    return result;
+}
+
+std::string takeLine(std::string& text, std::size_t width) {
+    dropLeadingWhiteSpace(text);
+    std::string line;
+    if (text.size() <= width) {
+        line.swap(text);
+        return line;
+    }
+    const auto widthEnd = text.begin() + static_cast<std::string::difference_type>(width);
+    const auto space = std::find_if(std::make_reverse_iterator(widthEnd), text.rend(), isWhiteSpace);
+    if (space != text.rend()) {
+        const auto position = static_cast<std::size_t>(text.rend() - space) - 1;
+        line = text.substr(0, position);
+        text.erase(0, position + 1);
+        return line;
+    }
+    line = text.substr(0, width);
+    text.erase(0, width);
+    // Otherwise blanks behind a word that fills the column would cost a line of their own.
+    dropLeadingWhiteSpace(text);
+    return line;
+}
+
+std::string row(Cells cells, const Widths& widths) {
+    std::string lines;
+    do {
+        Cells parts;
+        for (std::size_t column = 0; column < kColumns; ++column) {
+            parts[column] = takeLine(cells[column], widths[column]);
+        }
+        lines += tableLine(parts, widths);
+    } while (!std::all_of(cells.begin(), cells.end(), [](const std::string& rest) { return rest.empty(); }));
+    return lines;
+}
+
+int writeAndClose(FileHandle file, std::string_view text) {
+    int error = 0;
+    if (std::fwrite(text.data(), 1, text.size(), file.get()) != text.size()) {
+        error = errno;
+        ZRN_LOG_CODE('E', "fwrite", error);
+    }
+    // A buffered stream meets a full disk only here.
+    if (std::fclose(file.release()) != 0 && error == 0) {
+        error = errno;
+        ZRN_LOG_CODE('E', "fclose", error);
+    }
+    return error;
+}
+
+} // namespace summaryText

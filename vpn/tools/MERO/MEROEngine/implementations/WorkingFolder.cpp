@@ -1,0 +1,144 @@
+#include "WorkingFolder.h"
+
+#include "Files.h"
+#include "Log.h"
+#include "Names.h"
+#include "ReturnCodes.h"
+#include "sysutils.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr uint32_t kNumberLimit = 100000;
+constexpr int kMaxNames = 1000;
+
+enum class LockResult { Locked, InUse, NotOurs };
+
+bool isOurFolder(const struct stat& status) {
+    return S_ISDIR(status.st_mode) && status.st_uid == ::geteuid();
+}
+
+/// True if the path still leads to the open folder, and not through a link.
+bool namesFolder(const std::string& path, int folder) {
+    struct stat named = {};
+    struct stat opened = {};
+    if (::lstat(path.c_str(), &named) != 0 || ::fstat(folder, &opened) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('I', "stat", error);
+        return false;
+    }
+    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && isOurFolder(named);
+}
+
+/// Opens a folder of ours and locks it, without waiting.
+LockResult lockFolder(const std::string& path, FileDescriptor& lockOut) {
+    FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!folder) {
+        const int error = errno;
+        ZRN_LOG_CODE('I', "open", error);
+        // Between two looks another run of ours may have deleted it as a left-over one.
+        return error == ENOENT ? LockResult::InUse : LockResult::NotOurs;
+    }
+    struct stat status = {};
+    if (::fstat(folder.get(), &status) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('E', "fstat", error);
+        return LockResult::NotOurs;
+    }
+    if (!isOurFolder(status)) {
+        return LockResult::NotOurs;
+    }
+    if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('I', "flock", error);
+        return error == EWOULDBLOCK ? LockResult::InUse : LockResult::NotOurs;
+    }
+    // Whoever deletes a folder holds its lock, so from here on the name stays what it is.
+    if (!namesFolder(path, folder.get())) {
+        return LockResult::InUse;
+    }
+    lockOut = std::move(folder);
+    return LockResult::Locked;
+}
+
+/// Runs that start in the same second draw the same number. Their process ids take them apart from there on;
+/// a step that ends in 1 goes through all the numbers.
+uint32_t nextNumber(uint32_t number) {
+    const uint32_t step = (static_cast<uint32_t>(::getpid()) % (kNumberLimit / 10)) * 10 + 1;
+    return (number + step) % kNumberLimit;
+}
+
+} // namespace
+
+WorkingFolder::WorkingFolder(std::string plainPath)
+    : m_plainPath(std::move(plainPath)), m_path(m_plainPath) {}
+
+uint32_t WorkingFolder::removeLeftOver() const {
+    if (::faccessat(AT_FDCWD, m_plainPath.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0) {
+        const int error = errno;
+        // Told here under the deletion's name and not by calling it: it would follow a link that somebody
+        // makes between this look and its own.
+        logReturnCode("fileDeleteDirectory", __FILE__, __LINE__, 'E', "access", static_cast<uint32_t>(error),
+                      nullptr, nullptr);
+        return MEROENGINE_ERROR_ACCESS_DENIED;
+    }
+    FileDescriptor lock;
+    const LockResult result = lockFolder(m_plainPath, lock);
+    if (result != LockResult::Locked) {
+        ZRN_LOG('W', "\"%s\" is left alone, it is %s", m_plainPath.c_str(),
+                result == LockResult::InUse ? "in use by another run" : "no folder of this user");
+        return MEROENGINE_ERROR_UNEXPECTED;
+    }
+    return helperUtil::fileDeleteDirectory(m_plainPath);
+}
+
+WorkingFolder::Outcome WorkingFolder::claimName(const std::string& path) {
+    if (::mkdir(path.c_str(), S_IRWXU) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE(error == EEXIST ? 'I' : 'E', "mkdir", error);
+        return error == EEXIST ? Outcome::Taken : Outcome::Refused;
+    }
+    switch (lockFolder(path, m_lock)) {
+    case LockResult::Locked:
+        m_path = path;
+        return Outcome::Claimed;
+    case LockResult::InUse:
+        // Another run took the new folder for a left-over one and is deleting it.
+        return Outcome::Taken;
+    case LockResult::NotOurs:
+        break;
+    }
+    return Outcome::Refused;
+}
+
+uint32_t WorkingFolder::claim(bool withSuffix) {
+    Outcome outcome = withSuffix ? Outcome::Taken : claimName(m_plainPath);
+    const std::string stem = m_plainPath + "_" + getTimeString(1) + "_";
+    uint32_t number = helperUtil::getRandomNumber();
+    for (int tried = 0; outcome == Outcome::Taken && tried < kMaxNames; ++tried) {
+        outcome = claimName(stem + std::to_string(number));
+        number = nextNumber(number);
+    }
+    return outcome == Outcome::Claimed ? 0 : MEROENGINE_ERROR_ACCESS_DENIED;
+}
+
+void WorkingFolder::remove() {
+    if (!m_lock) {
+        // Its own lines tell what became of the folder.
+        static_cast<void>(removeLeftOver());
+        return;
+    }
+    if (namesFolder(m_path, m_lock.get())) {
+        // Sub-folders keep the folder alive; that is no failure of the run.
+        static_cast<void>(helperUtil::fileDeleteDirectory(m_path));
+    } else {
+        ZRN_LOG('W', "\"%s\" is left alone, it is not the folder of this run any more", m_path.c_str());
+    }
+    m_lock.reset();
+}
