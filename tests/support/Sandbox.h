@@ -10,9 +10,11 @@
 /// Fixture with a private folder, which is the current folder, HOME and (below it) XDG_CONFIG_HOME of the
 /// test. Everything is put back and removed at the end.
 class Sandbox : public ::testing::Test {
+public:
+    ~Sandbox() override;
+
 protected:
     Sandbox();
-    ~Sandbox() override;
 
     /// Absolute path of `relative` in the private folder.
     [[nodiscard]] std::string path(std::string_view relative = {}) const;
