@@ -61,6 +61,10 @@ class HouseRules(unittest.TestCase):
         self.write("vpn/a.cpp", 'archive.close();\narchive->close();\nCZip::close();\nlog("close(fd)");\nenclose(x);\n')
         self.assertEqual(self.breaches(), [])
 
+    def testReleaseInADestructorPasses(self):
+        self.write("vpn/a.cpp", "struct Buffer {\n    ~Buffer() { std::free(text); }\n};\n")
+        self.assertEqual(self.breaches(), [])
+
     def testNumberOfACode(self):
         self.write("vpn/a.cpp", "return 0xFEB0000A;\n")
         self.assert_breach("vpn/a.cpp:1:", "has or needs a name")
