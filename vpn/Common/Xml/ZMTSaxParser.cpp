@@ -1,1 +1,183 @@
 #include "ZMTSaxParser.h"
+
+#include "DocumentSource.h"
+#include "Log.h"
+#include "ReturnCodes.h"
+#include "WipedString.h"
+#include "XmlHandles.h"
+
+#include <cctype>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+
+namespace {
+
+/// Longer messages are cut, as every log line is.
+constexpr std::size_t kMessageBytes = 2048;
+constexpr std::string_view kBlanks = " \n\r\t";
+
+[[nodiscard]] bool isSpace(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+[[nodiscard]] std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && isSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && isSpace(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+/// libxml2's characters as ours; null as the empty text.
+[[nodiscard]] std::string_view textOf(const xmlChar* text) {
+    return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
+}
+
+/// Ends a parse from within a callback, with a failure as its result.
+void stopParser(xmlParserCtxt* parser) {
+    xmlStopParser(parser);
+    // Stopping alone would leave the document well-formed so far.
+    parser->wellFormed = 0;
+}
+
+/// Hands an event to the context's manager. No exception passes on into libxml2's frames: one that arises
+/// stops the parser.
+template <typename Event> void forward(void* context, const char* callback, Event event) noexcept {
+    auto* parser = static_cast<xmlParserCtxt*>(context);
+    try {
+        auto* manager = static_cast<XmlMgr*>(parser->_private);
+        if (manager == nullptr) {
+            logMessage(callback, __FILE__, __LINE__, 'E', "No XML Manager provided.");
+            return;
+        }
+        event(*manager);
+    } catch (...) {
+        stopParser(parser);
+        // The memory that the event lacked may be missing for the log line too.
+        try {
+            logMessage(callback, __FILE__, __LINE__, 'E', "The document can't be taken in; parsing stops.");
+        } catch (...) {
+            return;
+        }
+    }
+}
+
+void startElementCB(void* context, const xmlChar* name, const xmlChar** attributes) {
+    forward(context, __func__, [&](XmlMgr& manager) {
+        manager.startElement(std::string(textOf(name)));
+        if (attributes == nullptr) {
+            return;
+        }
+        for (const xmlChar** entry = attributes; entry[0] != nullptr && entry[1] != nullptr; entry += 2) {
+            const WipedString value(trimmed(textOf(entry[1])));
+            manager.addAttribute(std::string(trimmed(textOf(entry[0]))), value.str());
+        }
+    });
+}
+
+void endElementCB(void* context, const xmlChar* name) {
+    forward(context, __func__, [&](XmlMgr& manager) { manager.endElement(std::string(textOf(name))); });
+}
+
+void elementValueCB(void* context, const xmlChar* characters, int length) {
+    forward(context, __func__, [&](XmlMgr& manager) {
+        std::string_view piece(reinterpret_cast<const char*>(characters), static_cast<std::size_t>(length));
+        piece = piece.substr(0, piece.find('\0'));
+        const WipedString value(trimmed(piece));
+        manager.setElementValue(value.str());
+    });
+}
+
+/// Logs what the parser has to say. The verdict on the document is xmlParseDocument's result alone.
+void errorCB(void* /*context*/, const char* format, ...) {
+    char message[kMessageBytes] = "";
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(message, sizeof message, format, arguments);
+    va_end(arguments);
+    try {
+        ZRN_LOG('E', "xml errorCB: %s", length < 0 ? format : message);
+    } catch (...) {
+        return; // nothing is left to tell it with
+    }
+}
+
+/// Parses what stands in the context. @return true for a well-formed document.
+[[nodiscard]] bool parseDocument(xmlParserCtxt& context, XmlMgr* manager) {
+    context._private = manager;
+    // The parser keeps the general entities that a document declares, and expands them, only in a document
+    // that it has made itself; with one given, each is undefined and costs neither memory nor time.
+    context.myDoc = xmlNewDoc(nullptr);
+    if (context.myDoc == nullptr) {
+        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlNewDoc", GLOBAL_ERROR_NULL_POINTER, nullptr,
+                      nullptr);
+        return false;
+    }
+    // With `initialized` left at 0 the parser uses the element callbacks with flat attribute arrays.
+    xmlSAXHandler handler = {};
+    handler.startElement = &startElementCB;
+    handler.endElement = &endElementCB;
+    handler.characters = &elementValueCB;
+    handler.error = &errorCB;
+    const SaxHandlerScope scope(context, handler);
+    const int result = xmlParseDocument(&context);
+    if (result != 0) {
+        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlParseDocument",
+                      static_cast<uint32_t>(result), nullptr, nullptr);
+    }
+    return result == 0;
+}
+
+[[nodiscard]] uint32_t parseText(std::string_view input, XmlMgr* manager) {
+    const std::size_t start = input.find_first_not_of(kBlanks);
+    if (start == std::string_view::npos) {
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
+    const WipedString text(input.substr(start));
+    const DocumentSource source;
+    // libxml2 counts the bytes of a document in an int.
+    const ParserContextHandle context(
+        text.size() > INT_MAX ? nullptr
+                              : xmlCreateMemoryParserCtxt(text.c_str(), static_cast<int>(text.size())));
+    if (!context) {
+        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlCreateMemoryParserCtxt",
+                      GLOBAL_ERROR_NULL_POINTER, nullptr, nullptr);
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
+    return parseDocument(*context, manager) ? 0 : GLOBAL_ERROR_UNEXPECTED;
+}
+
+[[nodiscard]] uint32_t parseFile(const std::string& path, XmlMgr* manager) {
+    const DocumentSource source(path);
+    const ParserContextHandle context(xmlCreateFileParserCtxt(path.c_str()));
+    if (!context) {
+        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlCreateFileParserCtxt",
+                      GLOBAL_ERROR_NULL_POINTER, nullptr, nullptr);
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
+    const bool wellFormed = parseDocument(*context, manager);
+    return wellFormed && !source.readFailed() ? 0 : GLOBAL_ERROR_UNEXPECTED;
+}
+
+} // namespace
+
+ZMTSaxParser::ZMTSaxParser(XmlMgr* manager) : m_pManager(manager) {}
+
+uint32_t ZMTSaxParser::startParser(const std::string& input, unsigned mode) {
+    if (input.empty() || (mode != kParseText && mode != kParseFile)) {
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
+    try {
+        DocumentSource::initializeLibrary();
+        const XmlMessageScope messages(&errorCB);
+        return mode == kParseText ? parseText(input, m_pManager) : parseFile(input, m_pManager);
+    } catch (const std::exception& exception) {
+        ZRN_LOG('E', "The document can't be parsed: %s", exception.what());
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
+}

@@ -24,6 +24,8 @@ public:
     void setName(const std::string& name) { m_name = name; }
     [[nodiscard]] const std::string& getValue() const { return m_value; }
     void setValue(const std::string& value) { m_value = value; }
+    /// Puts a piece of text behind the value, at the cost of the piece alone.
+    void appendValue(std::string_view piece);
     /// True until the first child was attached; removing the last child doesn't set it back.
     [[nodiscard]] bool isLeaf() const { return m_isLeaf; }
     [[nodiscard]] MEROComponent* getParent() const { return m_parent; }

@@ -1,1 +1,70 @@
 #include "MEROMgr.h"
+
+#include "Handles.h"
+#include "Log.h"
+#include "MEROXmlMgr.h"
+#include "MEROXmlParser.h"
+
+#include <cerrno>
+#include <memory>
+#include <string_view>
+#include <system_error>
+
+namespace {
+
+constexpr std::string_view kSuffix = ".xml";
+
+/// Takes the name in if its first ".xml" is its end: "a.xml.xml" is no configuration file.
+void addFile(const std::string& folder, const std::string& name, std::list<std::string>& files) {
+    const std::size_t suffix = name.find(kSuffix);
+    if (suffix == std::string::npos || suffix + kSuffix.size() != name.size()) {
+        return;
+    }
+    const std::string path = folder + name;
+    ZRN_LOG('I', "found file %s", path.c_str());
+    files.push_back(path);
+}
+
+/// The configuration files of a folder, in its order; none if it can't be opened.
+[[nodiscard]] std::list<std::string> enumerateFiles(const std::string& folder) {
+    std::list<std::string> files;
+    const DirHandle stream(::opendir(folder.c_str()));
+    if (!stream) {
+        return files; // a set without a folder is an empty set
+    }
+    errno = 0;
+    for (const dirent* entry = ::readdir(stream.get()); entry != nullptr; entry = ::readdir(stream.get())) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            addFile(folder, name, files);
+        }
+        errno = 0;
+    }
+    if (const int error = errno; error != 0) {
+        ZRN_LOG_CODE_TEXT('E', "readdir", error, "File: %s\nError: %s", folder.c_str(),
+                          std::generic_category().message(error).c_str());
+    }
+    return files;
+}
+
+} // namespace
+
+MEROMgr::MEROMgr(std::list<MEROXmlObject*>& trees, const std::string& folder) {
+    for (const std::string& path : enumerateFiles(folder)) {
+        parseFile(path, trees);
+    }
+}
+
+void MEROMgr::parseFile(const std::string& path, std::list<MEROXmlObject*>& trees) {
+    MEROXmlMgr manager;
+    MEROXmlParser parser(&manager);
+    const uint32_t code = parser.parseFile(path);
+    m_results.push_back(code);
+    if (code != 0) {
+        m_failedFiles.push_back(path);
+        return;
+    }
+    auto tree = std::make_unique<MEROXmlObject>(*manager.getXmlObject());
+    trees.push_back(tree.get());
+    static_cast<void>(tree.release()); // now the caller's
+}

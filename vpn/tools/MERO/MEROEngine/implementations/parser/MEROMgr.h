@@ -22,6 +22,8 @@ public:
     [[nodiscard]] std::list<std::string> getFailedFiles() const { return m_failedFiles; }
 
 private:
+    void parseFile(const std::string& path, std::list<MEROXmlObject*>& trees);
+
     std::list<uint32_t> m_results;
     std::list<std::string> m_failedFiles;
 };

@@ -20,9 +20,8 @@ public:
     MEROXmlLoader& operator=(const MEROXmlLoader&) = delete;
 
     /// @param source  the document (mode 0), a file path (mode 1), or a folder ending in "/" (mode 2).
-    /// @param trees   gets the good trees appended. In modes 0 and 1 the tree stays the loader's; in mode 2
-    /// each is a new
-    ///                object that the caller owns.
+    /// @param trees   gets the good trees appended. In modes 0 and 1 the tree stays the loader's;
+    /// in mode 2 each is a new object that the caller owns.
     /// @return `trees`, or null for a parse failure, for a folder without a good file, or for another mode.
     [[nodiscard]] std::list<MEROXmlObject*>* load(const std::string& source, int mode,
                                                   std::list<MEROXmlObject*>& trees);
@@ -32,6 +31,10 @@ public:
     [[nodiscard]] bool isLoaded() const { return m_loaded; }
 
 private:
+    /// @return true if a tree was appended.
+    [[nodiscard]] bool loadDocument(const std::string& source, int mode, std::list<MEROXmlObject*>& trees);
+    [[nodiscard]] bool loadFolder(const std::string& folder, std::list<MEROXmlObject*>& trees);
+
     std::unique_ptr<MEROXmlMgr> m_mgr;
     bool m_loaded = false;
     std::list<std::string> m_failedFiles;

@@ -1,0 +1,124 @@
+#include "DocumentSource.h"
+
+#include "Log.h"
+#include "XmlHandles.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/stat.h>
+#include <system_error>
+
+namespace {
+
+/// The innermost source of this thread, or null.
+thread_local DocumentSource* t_current = nullptr;
+
+/// What other users of libxml2 get; written once, by the initialisation.
+xmlExternalEntityLoader g_formerLoader = nullptr;
+
+void logFailedCall(const char* function, const char* call, int error, const std::string& path) {
+    const std::string reason = std::generic_category().message(error);
+    logReturnCode(function, __FILE__, __LINE__, 'E', call, static_cast<uint32_t>(error), nullptr,
+                  "File: %s\nError: %s", path.c_str(), reason.c_str());
+}
+
+} // namespace
+
+DocumentSource::DocumentSource() noexcept : m_pOuter(t_current) {
+    t_current = this;
+}
+
+DocumentSource::DocumentSource(const std::string& path) noexcept : DocumentSource() {
+    m_pPath = &path;
+}
+
+DocumentSource::~DocumentSource() {
+    t_current = m_pOuter;
+}
+
+void DocumentSource::initializeLibrary() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        xmlInitParser();
+        g_formerLoader = xmlGetExternalEntityLoader();
+        xmlSetExternalEntityLoader(&DocumentSource::load);
+    });
+}
+
+xmlParserInputPtr DocumentSource::load(const char* url, const char* id, xmlParserCtxtPtr context) noexcept {
+    try {
+        return t_current == nullptr ? g_formerLoader(url, id, context) : t_current->openInput(url, context);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+xmlParserInputPtr DocumentSource::openInput(const char* url, xmlParserCtxtPtr context) {
+    if (m_pPath == nullptr || m_file) {
+        ZRN_LOG('E', "A document asked for \"%s\", which is refused.", url == nullptr ? "" : url);
+        return nullptr;
+    }
+    m_file = openFile();
+    if (!m_file) {
+        return nullptr;
+    }
+    ParserInputBufferHandle buffer(
+        xmlParserInputBufferCreateIO(&DocumentSource::read, nullptr, this, XML_CHAR_ENCODING_NONE));
+    if (!buffer) {
+        return nullptr;
+    }
+    xmlParserInputPtr input = xmlNewIOInputStream(context, buffer.get(), XML_CHAR_ENCODING_NONE);
+    if (input != nullptr) {
+        static_cast<void>(buffer.release()); // now the stream's
+    }
+    return input;
+}
+
+FileDescriptor DocumentSource::openFile() const {
+    if (m_pPath->find('\0') != std::string::npos) {
+        ZRN_LOG('E', "A path with a NUL byte in it names no file: %s", m_pPath->c_str());
+        return {};
+    }
+    // O_NONBLOCK lets the open of a FIFO return at once; what was opened is looked at afterwards.
+    FileDescriptor file(::open(m_pPath->c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file) {
+        const int error = errno;
+        logFailedCall(__func__, "open", error, *m_pPath);
+        return {};
+    }
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0) {
+        const int error = errno;
+        logFailedCall(__func__, "fstat", error, *m_pPath);
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        ZRN_LOG('E', "Not a regular file: %s", m_pPath->c_str());
+        return {};
+    }
+    return file;
+}
+
+int DocumentSource::read(void* source, char* buffer, int size) noexcept {
+    try {
+        return static_cast<DocumentSource*>(source)->readFile(buffer, size);
+    } catch (...) {
+        return -1;
+    }
+}
+
+int DocumentSource::readFile(char* buffer, int size) {
+    ssize_t got = -1;
+    do {
+        got = ::read(m_file.get(), buffer, static_cast<std::size_t>(size));
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) {
+        const int error = errno;
+        // The parser takes a failed read for the end, which may stand behind a whole root element.
+        m_readFailed = true;
+        logFailedCall(__func__, "read", error, *m_pPath);
+    }
+    return static_cast<int>(got);
+}
