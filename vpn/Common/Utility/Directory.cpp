@@ -1,1 +1,99 @@
 #include "Directory.h"
+
+#include "Log.h"
+#include "ReturnCodes.h"
+#include "sysutils.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr mode_t kFolderMode = 0770;
+
+/// Makes one folder; one that is there already is as good.
+bool makeFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), kFolderMode) == 0) {
+        return true;
+    }
+    const int failure = errno;
+    if (failure == EEXIST) {
+        return true;
+    }
+    ZRN_LOG_CODE_TEXT('E', "mkdir", failure, "Directory: %s\nError: %s", path.c_str(),
+                      std::strerror(failure));
+    return false;
+}
+
+} // namespace
+
+Directory::~Directory() {
+    if (const uint32_t code = close(); code != 0) {
+        ZRN_LOG_CODE('W', "Directory::close", code);
+    }
+}
+
+uint32_t Directory::Open(const std::string& path) {
+    if (path.empty()) {
+        return DIRECTORY_ERROR_DIRECTORY_NOT_SPECIFIED;
+    }
+    if (const uint32_t code = close(); code != 0) {
+        ZRN_LOG_CODE('E', "Directory::close", code);
+        return DIRECTORY_ERROR_UNEXPECTED;
+    }
+    m_dir.reset(::opendir(path.c_str()));
+    if (m_dir == nullptr) {
+        const int failure = errno;
+        ZRN_LOG_CODE_TEXT('E', "opendir", failure, "Directory: %s\nError: %s", path.c_str(),
+                          std::strerror(failure));
+        return DIRECTORY_ERROR_DIRECTORY_NOT_FOUND;
+    }
+    return 0;
+}
+
+uint32_t Directory::close() {
+    if (m_dir == nullptr || ::closedir(m_dir.release()) == 0) {
+        return 0;
+    }
+    ZRN_LOG_CODE('E', "closedir", errno);
+    return DIRECTORY_ERROR_UNEXPECTED;
+}
+
+uint32_t Directory::getNextEntry(std::string& nameOut) {
+    if (m_dir == nullptr) {
+        return DIRECTORY_ERROR_DIRECTORY_NOT_SPECIFIED;
+    }
+    errno = 0; // the end and a failure look alike but for this
+    const dirent* const entry = ::readdir(m_dir.get());
+    if (entry == nullptr) {
+        const int failure = errno;
+        if (failure == 0) {
+            return DIRECTORY_ERROR_NO_MORE_FILES;
+        }
+        ZRN_LOG_CODE('E', "readdir", failure);
+        return DIRECTORY_ERROR_UNEXPECTED;
+    }
+    nameOut = entry->d_name;
+    return 0;
+}
+
+uint32_t Directory::CreateNewDirectory(const std::string& path, bool failIfExists) {
+    if (path.empty()) {
+        return DIRECTORY_ERROR_BAD_PARAMETER;
+    }
+    if (directoryExists(path.c_str())) {
+        return failIfExists ? DIRECTORY_ERROR_DIRECTORY_ALREADY_EXISTS : 0;
+    }
+    for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+        if (!makeFolder(path.substr(0, slash))) {
+            return DIRECTORY_ERROR_FAILED_TO_CREATE_DIR;
+        }
+    }
+    // Looked at once more: what stands in the way of the last one may be a file.
+    if (!makeFolder(path) || !directoryExists(path.c_str())) {
+        return DIRECTORY_ERROR_FAILED_TO_CREATE_DIR;
+    }
+    return 0;
+}

@@ -8,7 +8,8 @@
 
 /// A counted claim on the process-wide logger. The first claim installs the logger: the given one, else
 /// standard output if ZRN_LOGGING_OUTPUT is exactly "STDOUT", else the systemd journal. The last claim to go
-/// removes it. Any thread may make and drop claims; while others may still log, keep at least one.
+/// removes it, and what is logged afterwards is dropped. Any thread may make and drop claims while others
+/// log: the logger goes only when no line is on its way through it.
 class CLogClient {
 public:
     /// @param returnCodeOut  always set to 0; may be null.
@@ -40,24 +41,20 @@ public:
 /// Logs the message of a number of the message table, whose row has the format of the arguments.
 void logCatalogMessage(uint32_t messageId, char severity, ...);
 void logCatalogMessageV(uint32_t messageId, char severity, va_list arguments);
-/// The same as a trace.
+/// The same as a trace, severity 'T'.
 void logTrace(uint32_t messageId, ...);
 
 /// Does nothing: verbose lines are switched off in this build of the suite.
-void logVerbose(const char* function, const char* file, uint32_t line, const char* label, const char* format,
-                ...);
+[[gnu::format(printf, 6, 7)]] void logVerbose(const char* function, const char* file, uint32_t line,
+                                              char severity, const char* label, const char* format, ...);
 
 /// Replaces the logger by a new one with another identifier, chosen as at the first claim.
-/// @return 0, or GLOBAL_ERROR_NO_INSTANCE when there is no claim. No other thread may log meanwhile.
+/// Lines logged in between are dropped.
+/// @return 0, or GLOBAL_ERROR_NO_INSTANCE when there is no claim.
 [[nodiscard]] uint32_t setLogIdentifier(const char* identifier);
 
 /// True while a logger is installed.
 [[nodiscard]] bool isLoggerInstalled();
-
-/// vsnprintf that always terminates the buffer and cuts overlong text without a mark.
-/// @return the result of vsnprintf; `size` if that is negative, or if there is no buffer, no size or no
-/// format.
-int formatBounded(char* buffer, uint32_t size, const char* format, va_list arguments);
 
 /// The two log calls with the caller's place filled in.
 #define ZRN_LOG(severity, ...) logMessage(__func__, __FILE__, __LINE__, severity, __VA_ARGS__)

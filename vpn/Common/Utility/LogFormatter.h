@@ -30,7 +30,8 @@ public:
     [[nodiscard]] std::string getFooter() override;
 };
 
-/// A page of HTML. The level is an index of the eight level names.
+/// A page of HTML. The level is an index of the eight level names, "Emergency" to "Debug"; one past the end
+/// counts as "Debug".
 class CSimpleHTMLLogFormatter : public ILogFormatter {
 public:
     [[nodiscard]] std::string getHeader() override;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <pthread.h>
 
@@ -27,6 +28,6 @@ public:
 
 private:
     pthread_mutex_t m_mutex{};
-    /// Guarded by m_mutex itself.
-    uint64_t m_lockCount = 0;
+    /// Changed only by the holder of m_mutex; atomic because Unlock looks at it without holding anything.
+    std::atomic<uint64_t> m_lockCount = 0;
 };

@@ -10,7 +10,7 @@ struct MessageRecord {
     const char* format;
 };
 
-/// A run of message numbers.
+/// A run of message numbers. `rows` is null for a range whose messages only other programs of the suite have.
 struct MessageRange {
     const MessageRecord* rows;
     uint32_t firstMessage;
@@ -22,8 +22,11 @@ inline constexpr uint32_t kMessageDebug = 1;
 inline constexpr uint32_t kMessageDebugReturnCode = 3;
 
 /// The row of a message number; for a number without one the default row "UNKNOWN" with an empty format.
-/// Never null.
+/// Never null. The row is static.
 [[nodiscard]] const MessageRecord* getMessageRecord(uint32_t messageId);
 
-/// All ranges of the suite's numbering; sets the count to 11. The ranges of other programs hold no rows here.
+/// All ranges of the suite's numbering; sets the count to 11. The array is static.
 [[nodiscard]] const MessageRange* getMessageRanges(uint32_t& countOut);
+
+/// The rows of the first range, which is the only one with rows here; sets the count to 6.
+[[nodiscard]] const MessageRecord* getDebugMessages(uint32_t& countOut);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 /// Fixed installation paths, as a reference-counted singleton. Its strings are written by the constructor
@@ -46,6 +47,15 @@ private:
     explicit CStoragePath(uint32_t& returnCodeOut);
     ~CStoragePath() = default;
 
+    /// Lets a std::unique_ptr delete the instance.
+    struct Deleter {
+        void operator()(CStoragePath* instance) const { delete instance; }
+    };
+    friend struct StoragePathTestAccess;
+
     std::string m_installPath;
     std::string m_dataPath;
+    /// Both stay empty on this platform.
+    std::string m_userDataPath;
+    std::string m_allUsersDataPath;
 };

@@ -1,1 +1,46 @@
 #include "Thread.h"
+
+#include "Log.h"
+
+#include <cxxabi.h>
+#include <exception>
+
+namespace {
+
+void* threadEntry(void* runnable) {
+    try {
+        static_cast<Runnable*>(runnable)->run();
+    } catch (const abi::__forced_unwind&) {
+        // The way in which a cancelled thread leaves; it must go on.
+        throw;
+    } catch (const std::exception& failure) {
+        ZRN_LOG('E', "The job of a thread ended in an exception: %s", failure.what());
+    } catch (...) {
+        ZRN_LOG('E', "The job of a thread ended in an exception of an unknown kind");
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Thread::Thread(Runnable* runnable) : m_runnable(runnable) {}
+
+void Thread::start() {
+    // The new thread may ask for its own handle, which therefore goes straight into the field.
+    if (::pthread_create(&m_handle, nullptr, threadEntry, m_runnable) != 0) {
+        // The field may hold anything now; join must not wait for it.
+        m_handle = 0;
+    }
+    m_id = m_handle;
+}
+
+void Thread::join() {
+    if (m_handle == 0 || ::pthread_equal(m_handle, ::pthread_self()) != 0) {
+        return;
+    }
+    ::pthread_join(m_handle, nullptr);
+}
+
+pthread_t Thread::getCurrentThreadId() {
+    return ::pthread_self();
+}

@@ -21,6 +21,8 @@
 /// The local time as text. Kind 1: "_MMDD_HHMM", the stamp of bundle and request names. Kind 2: asctime's
 /// form with its line feed. Kind 3: "%a %b %d %H:%M:%S %Y %Z". Any other: "%c".
 [[nodiscard]] std::string getTimeString(int kind);
+/// The same for a given local time.
+[[nodiscard]] std::string getTimeString(int kind, const std::tm& localTime);
 /// Sleeps. The product with 1000 is taken in 32 bits.
 void sleepMsecs(uint32_t milliseconds);
 
