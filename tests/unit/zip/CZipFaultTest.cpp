@@ -1,0 +1,188 @@
+#include "ArchiveTools.h"
+#include "CapturedLog.h"
+#include "CZip.h"
+#include "ReturnCodes.h"
+#include "Sandbox.h"
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kPassword = "correct horse 42";
+/// What the library says when a write fails, as a return code.
+constexpr uint32_t kWriteFailed = static_cast<uint32_t>(-1);
+
+/// Lets no file grow beyond a size, as a full disk would, for as long as the object lives. SIGXFSZ is
+/// ignored, so that the failure shows as EFBIG.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(uint64_t sizeBytes) : m_formerHandler(std::signal(SIGXFSZ, SIG_IGN)) {
+        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &m_former), 0);
+        const rlimit limit{sizeBytes, m_former.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit() {
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &m_former), 0);
+        static_cast<void>(std::signal(SIGXFSZ, m_formerHandler));
+    }
+
+private:
+    rlimit m_former{};
+    void (*m_formerHandler)(int);
+};
+
+class CZipFault : public Sandbox {
+protected:
+    uint32_t pack(const std::string& password) {
+        return m_zip.Zip(path("bundle"), path("bundle.zip"), password, true);
+    }
+    /// One call that failed to write the archive must stand in the log.
+    [[nodiscard]] bool namesAFailedCall() const {
+        for (const char* call : {"zipOpenNewFileInZip3_64", "zipOpenNewFileInZip4_64", "zipWriteInFileInZip",
+                                 "zipCloseFileInZip", "zipCloseFileInZipRaw64", "zipClose"}) {
+            if (m_log.containsCode('E', "createZipFile", call, kWriteFailed)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    CapturedLog m_log;
+    CZip m_zip;
+};
+
+class CZipFaultByPassword : public CZipFault, public ::testing::WithParamInterface<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(Passwords, CZipFaultByPassword, ::testing::Values("", kPassword),
+                         [](const auto& test) { return *test.param == '\0' ? "Without" : "With"; });
+
+TEST_F(CZipFault, AnArchiveThatCannotBeMadeIsABadParameter) {
+    writeFile("bundle/a.log", "text");
+    EXPECT_EQ(m_zip.Zip(path("bundle"), path("nowhere/bundle.zip"), {}, true), GLOBAL_ERROR_BAD_PARAMETER);
+    EXPECT_TRUE(m_log.containsCode('E', "createZipFile", "zipOpen64", 0xFE000002)) << m_log.dump();
+    EXPECT_TRUE(m_log.containsCode('E', "Zip", "CZip::createZipFile", 0xFE000002)) << m_log.dump();
+}
+
+TEST_F(CZipFault, AFolderInTheArchivesPlaceIsABadParameter) {
+    writeFile("bundle/a.log", "text");
+    makeFolder("bundle.zip");
+    EXPECT_EQ(pack({}), GLOBAL_ERROR_BAD_PARAMETER);
+    EXPECT_TRUE(fs::is_directory(path("bundle.zip")));
+}
+
+TEST_P(CZipFaultByPassword, AFullDeviceFailsForDataThatIsWrittenAtOnce) {
+    writeFile("bundle/a.log", noise(200000));
+    fs::create_symlink("/dev/full", path("bundle.zip"));
+    EXPECT_EQ(pack(GetParam()), kWriteFailed);
+    EXPECT_TRUE(m_log.containsCode('E', "createZipFile", "zipWriteInFileInZip", kWriteFailed))
+        << m_log.dump();
+    EXPECT_TRUE(m_log.containsCode('E', "Zip", "CZip::createZipFile", kWriteFailed));
+    EXPECT_FALSE(m_log.contains('*', kPassword));
+    EXPECT_TRUE(fs::is_symlink(path("bundle.zip"))) << "only a regular file may be removed";
+}
+
+TEST_P(CZipFaultByPassword, AFullDeviceFailsForASmallEntryWhenItEnds) {
+    writeFile("bundle/a.log", "text");
+    fs::create_symlink("/dev/full", path("bundle.zip"));
+    EXPECT_EQ(pack(GetParam()), kWriteFailed);
+    const char* const call = *GetParam() == '\0' ? "zipCloseFileInZip" : "zipCloseFileInZipRaw64";
+    EXPECT_TRUE(m_log.containsCode('E', "createZipFile", call, kWriteFailed)) << m_log.dump();
+}
+
+TEST_F(CZipFault, AFullDeviceFailsForAnArchiveWithoutEntries) {
+    fs::create_symlink("/dev/full", path("bundle.zip"));
+    EXPECT_EQ(m_zip.createZipFile({}, path("bundle.zip"), {}, {}), kWriteFailed);
+    EXPECT_TRUE(m_log.containsCode('E', "createZipFile", "zipClose", kWriteFailed)) << m_log.dump();
+}
+
+TEST_P(CZipFaultByPassword, NoPlaceToBreakOffPassesForSuccess) {
+    writeFile("bundle/noise.bin", noise(150000));
+    writeFile("bundle/empty.log", "");
+    for (int i = 0; i < 40; ++i) {
+        writeFile("bundle/sub/" + std::to_string(i) + ".log", "line " + std::to_string(i));
+    }
+    ASSERT_EQ(pack(GetParam()), 0U);
+    const uint64_t whole = fs::file_size(path("bundle.zip"));
+    for (uint64_t limit = 0; limit < whole; limit += limit + 3000 < whole && limit > 200 ? 2111 : 37) {
+        const int before = m_log.count('E', "");
+        {
+            const FileSizeLimit fileSizeLimit(limit);
+            ASSERT_EQ(pack(GetParam()), kWriteFailed) << "at " << limit << " of " << whole;
+        }
+        ASSERT_GT(m_log.count('E', ""), before) << "at " << limit;
+        ASSERT_FALSE(exists("bundle.zip")) << "at " << limit;
+    }
+    EXPECT_TRUE(namesAFailedCall());
+    const FileSizeLimit fileSizeLimit(whole);
+    EXPECT_EQ(pack(GetParam()), 0U);
+    EXPECT_EQ(readArchive(path("bundle.zip"), GetParam()).size(), 42U);
+}
+
+TEST_P(CZipFaultByPassword, ADirectoryThatDoesNotFitIsAFailureOfClosing) {
+    writeFile("bundle/a.log", "text");
+    ASSERT_EQ(pack(GetParam()), 0U);
+    const FileSizeLimit fileSizeLimit(fs::file_size(path("bundle.zip")) - 1);
+    EXPECT_EQ(pack(GetParam()), kWriteFailed);
+    EXPECT_TRUE(m_log.containsCode('E', "createZipFile", "zipClose", kWriteFailed)) << m_log.dump();
+    EXPECT_FALSE(exists("bundle.zip"));
+}
+
+TEST_P(CZipFaultByPassword, AFullFileSystemLeavesNoArchive) {
+    makeFolder("small");
+    if (::mount("none", path("small").c_str(), "tmpfs", 0, "size=65536") != 0) {
+        GTEST_SKIP() << "a file system of a small size can't be mounted here: errno " << errno;
+    }
+    writeFile("bundle/a.log", noise(100000));
+    const uint32_t code = m_zip.Zip(path("bundle"), path("small/bundle.zip"), GetParam(), true);
+    const bool isLeft = exists("small/bundle.zip");
+    EXPECT_EQ(::umount(path("small").c_str()), 0);
+    EXPECT_EQ(code, kWriteFailed);
+    EXPECT_FALSE(isLeft);
+    EXPECT_TRUE(namesAFailedCall()) << m_log.dump();
+}
+
+/// The bytes that reached the disk from an archive of one sparse file, which breaks off long before the
+/// gigabytes of zeros are through: deflating them all takes longer than a test may. A second link keeps the
+/// broken archive.
+class CZipLargeFile : public CZipFault {
+protected:
+    std::string startOfArchive(uint64_t sizeBytes) {
+        const std::string file = writeFile("sparse", "");
+        EXPECT_EQ(::truncate(file.c_str(), static_cast<off_t>(sizeBytes)), 0);
+        fs::create_hard_link(writeFile("bundle.zip", ""), path("kept"));
+        {
+            const FileSizeLimit fileSizeLimit(64);
+            EXPECT_EQ(m_zip.createZipFile({file}, path("bundle.zip"), {"sparse"}, {}), kWriteFailed);
+        }
+        return readFile("kept");
+    }
+};
+
+TEST_F(CZipLargeFile, FrontOfAnEntryHasRoomForLargeSizes) {
+    const std::string start = startOfArchive(4294967295);
+    ASSERT_EQ(start.size(), 64U);
+    EXPECT_EQ(start.substr(0, 4), "PK\x03\x04");
+    EXPECT_EQ(start[4], 45) << "version needed";
+    EXPECT_EQ(start.substr(18, 8), std::string(8, '\xFF')) << "sizes stand in the extra field";
+    EXPECT_EQ(start.substr(28, 2), std::string("\x14\x00", 2)) << "length of the extra field";
+    EXPECT_EQ(start.substr(36, 4), std::string("\x01\x00\x10\x00", 4)) << "kind and length of its only block";
+}
+
+TEST_F(CZipLargeFile, OneByteLessHasNoSuchRoom) {
+    const std::string start = startOfArchive(4294967294);
+    ASSERT_EQ(start.size(), 64U);
+    EXPECT_EQ(start[4], 20);
+    EXPECT_EQ(start.substr(28, 2), std::string(2, '\0'));
+}
+
+} // namespace

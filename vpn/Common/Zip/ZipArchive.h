@@ -1,0 +1,47 @@
+#pragma once
+
+#include "ZipHandles.h"
+
+#include <cstdint>
+#include <ctime>
+#include <span>
+#include <string>
+
+/// How an entry is announced.
+struct ZipEntry {
+    /// Raw bytes, with "/" between folders. A name that is UTF-8 beyond ASCII is marked as such.
+    std::string name;
+    /// Local time of the last change.
+    std::tm time{};
+    /// Leaves room for sizes from 4,294,967,295 bytes up.
+    bool isLarge = false;
+};
+
+/// A zip archive that is being written, entry after entry. One thread. Results are those of the library: 0
+/// (ZIP_OK) is success, ZIP_ERRNO says that the archive could not be written. Nothing here logs.
+class ZipArchive {
+public:
+    /// Makes a new archive in place of any file of that name. @return false if it can't be made.
+    [[nodiscard]] bool open(const std::string& path);
+    /// Begins an entry whose data is deflated on its way in. @return ZIP_PARAMERROR for a name that is too
+    /// long.
+    [[nodiscard]] int openEntry(const ZipEntry& entry);
+    /// Begins an entry whose data comes ready: encryption header, then the deflated and encrypted bytes.
+    /// @return as openEntry.
+    [[nodiscard]] int openEncryptedEntry(const ZipEntry& entry);
+    /// Appends data to the open entry.
+    [[nodiscard]] int write(std::span<const unsigned char> bytes);
+    /// Ends an entry begun by openEntry.
+    [[nodiscard]] int closeEntry();
+    /// Ends an entry begun by openEncryptedEntry.
+    /// @param sizeBytes  length of the content as it was before deflating.
+    /// @param crc        CRC-32 of that content. Its high byte must be the one that the encryption header
+    /// has,
+    ///                   or the password won't open the entry.
+    [[nodiscard]] int closeEncryptedEntry(uint64_t sizeBytes, uint32_t crc);
+    /// Writes the directory and closes the file. The archive is whole only if this and all else gave 0.
+    [[nodiscard]] int close();
+
+private:
+    ZipFileHandle m_file;
+};
