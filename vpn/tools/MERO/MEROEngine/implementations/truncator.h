@@ -37,11 +37,16 @@ private:
     void keepOrDropWhole(MEROCollectedFile& file, double& groupSum);
     void dropMixed(const MEROCollectedFile& file);
     void dropLost(const MEROCollectedFile& file);
+    void cutData(const MEROCollectedFile& file, int32_t keepBytes);
     void endGroup(int32_t groupType, double groupSum, std::list<MEROCollectedFile>& dataGroup);
     void addNotes();
 
+    /// A group was cut: note *2 is needed.
     bool m_bDataNoteNeeded = false;
+    /// A group was handled by whole files: note *1 is needed.
     bool m_bWholeNoteNeeded = false;
+    /// Own copies; their descriptions get remarks appended.
     std::list<MEROCollectedFile> m_TruncAttrsList;
+    /// A view; outlives this object.
     MEROXmlObject* m_pXMLSummary;
 };
