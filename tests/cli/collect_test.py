@@ -27,7 +27,7 @@ class Collect(JobTest):
         output, errors = self.assert_collected("--target", "a.zip")
         self.assertRegex(output, PROGRESS)
         self.assertIn("\rStarting up MERO Engine...", output)
-        self.assertIn("\rProcessing The item usual...", output)
+        self.assertIn("\rReading instructions ...", output)
         self.assertIn("\r" + "MERO has finished... ".ljust(90) + " 100%\r\n\r\n", output)
         self.assertEqual(errors, "Bundle: " + self.path("a.zip") + "\n")
 

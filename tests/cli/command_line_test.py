@@ -3,9 +3,7 @@
 import os
 import pty
 import signal
-import subprocess
 import termios
-import time
 import unittest
 
 from console import ConsoleTest
@@ -37,7 +35,7 @@ class CommandLine(ConsoleTest):
         self.assertRegex(output, r"\Amerocli \d+\.\d+\.\d+\n\Z")
 
     def testNoCommandIsAUsageError(self):
-        self.assert_usage_error(naming="subcommand")
+        self.assert_usage_error(naming="a command is missing; to collect a bundle run 'merocli collect'")
 
     def testUnknownCommandIsNamed(self):
         self.assert_usage_error("gather", naming="gather")
@@ -149,11 +147,11 @@ class PasswordPrompt(ConsoleTest):
         self.addCleanup(os.close, self.controller)
         self.addCleanup(os.close, self.terminal)
 
-    def ask(self):
+    def ask(self, **options):
         """Starts the program on the terminal and waits for its prompt."""
         # The folder has no configuration, so that the job ends at once after the password.
         process = self.start("collect", "--install-dir", self.folder, "--target", "a.zip", "--password-file", "-",
-                             stdin=self.terminal, start_new_session=True)
+                             stdin=self.terminal, start_new_session=True, **options)
         prompt = b"Password for the bundle: "
         self.assertEqual(process.stderr.read(len(prompt)), prompt)
         return process
@@ -190,6 +188,13 @@ class PasswordPrompt(ConsoleTest):
             process.communicate(timeout=60)
             self.assertEqual(process.returncode, -number)
             self.assertTrue(self.echoes())
+
+    def testSignalThatIsIgnoredDoesNotStopThePrompt(self):
+        process = self.ask(preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        process.send_signal(signal.SIGHUP)
+        os.write(self.controller, b"secret\n")
+        process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 1)
 
 
 if __name__ == "__main__":

@@ -47,7 +47,7 @@ int collectBundle(const CollectOptions& options) {
     if (options.passwordFile) {
         std::string reason;
         if (!readPassword(*options.passwordFile, password, reason)) {
-            printError("--password-file: " + reason);
+            printUsageError("--password-file: " + reason);
             return kExitUsage;
         }
     }
@@ -94,4 +94,9 @@ int runConsole(int argc, const char* const* argv) {
 
 void printError(const std::string& message) {
     static_cast<void>(std::fprintf(stderr, "merocli: %s\n", message.c_str()));
+}
+
+void printUsageError(const std::string& message) {
+    printError(message);
+    static_cast<void>(std::fputs("Run 'merocli collect --help' for the options.\n", stderr));
 }

@@ -20,3 +20,5 @@ void prepareProcess();
 
 /// Prints "merocli: ", a message and a line end on standard error.
 void printError(const std::string& message);
+/// The same, and where the options are told.
+void printUsageError(const std::string& message);

@@ -64,7 +64,7 @@ void checkTargetName(const std::string& target) {
 struct CommandLine {
     CommandLine() {
         app.set_version_flag("--version", kVersionText, "Print the version and exit");
-        app.require_subcommand(1);
+        app.require_subcommand(0, 1); // none is told in words of our own, after arguments that nobody knows
         app.footer("Exit status: 0 the bundle was written, 1 the job failed, 2 the command line is wrong.");
         installDirectory =
             collect
@@ -90,6 +90,9 @@ struct CommandLine {
 
     /// Checks and completes the options. Throws UsageError.
     CollectOptions finish() {
+        if (!collect->parsed()) {
+            throw UsageError{"a command is missing; to collect a bundle run 'merocli collect'"};
+        }
         refuseEmpty(*installDirectory, options.installDirectory);
         refuseEmpty(*request, options.requestPath);
         refuseEmpty(*target, options.targetPath);
@@ -125,8 +128,7 @@ struct CommandLine {
 };
 
 ParsedCommandLine refuse(const std::string& message) {
-    printError(message);
-    static_cast<void>(std::fputs("Run 'merocli collect --help' for the options.\n", stderr));
+    printUsageError(message);
     return {std::nullopt, kExitUsage};
 }
 

@@ -31,12 +31,16 @@ struct WipedBuffer {
 
 /// Reads until the first line feed, the end of the input or a full buffer.
 /// @return the bytes read, or -1 with errno set.
-ssize_t readFirstLine(int fd, WipedBuffer& buffer) {
+ssize_t readFirstLine(int fd, const TerminalEcho& terminal, WipedBuffer& buffer) {
     std::size_t filled = 0;
     while (filled < buffer.bytes.size()) {
+        if (!terminal.waitForInput()) {
+            errno = EINTR;
+            return -1;
+        }
         const ssize_t count = read(fd, buffer.bytes.data() + filled, buffer.bytes.size() - filled);
         if (count < 0) {
-            if (errno == EINTR && !TerminalEcho::wasInterrupted()) {
+            if (errno == EINTR) {
                 continue;
             }
             return -1;
@@ -87,8 +91,8 @@ bool readFrom(int fd, const std::string& name, WipedString& passwordOut, std::st
     ssize_t count = -1;
     int error = 0;
     {
-        const TerminalEcho prompt(fd, "Password for the bundle: ");
-        count = readFirstLine(fd, buffer);
+        const TerminalEcho terminal(fd, "Password for the bundle: ");
+        count = readFirstLine(fd, terminal, buffer);
         error = errno;
     }
     if (count < 0) {

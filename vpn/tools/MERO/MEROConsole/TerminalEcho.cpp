@@ -2,33 +2,42 @@
 
 #include "Log.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <poll.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace {
 
-/// Written by the signal handler, so of the one type that a handler may write.
-volatile std::sig_atomic_t g_heldSignal = 0;
-
-void holdSignal(int number) {
-    g_heldSignal = number;
+/// The signals that end programs, less those that this one was told to ignore.
+sigset_t endingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        struct sigaction action {};
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&signals, number);
+        }
+    }
+    return signals;
 }
 
 } // namespace
 
 TerminalEcho::TerminalEcho(int fd, const char* prompt) {
-    g_heldSignal = 0;
     if (isatty(fd) == 0 || tcgetattr(fd, &m_former) != 0) {
         return;
     }
-    // Without SA_RESTART, so that a read that waits for the line comes back.
-    struct sigaction hold {};
-    hold.sa_handler = &holdSignal;
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        static_cast<void>(sigaction(kSignals[i], &hold, &m_formerActions[i])); // fails for bad numbers only
-    }
     m_fd = fd;
+    const sigset_t signals = endingSignals();
+    static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, &m_formerMask)); // fails for bad arguments only
+    m_signals.reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!m_signals) {
+        const int error = errno;
+        ZRN_LOG_CODE('W', "signalfd", error);
+    }
     termios silent = m_former;
     silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK);
     if (tcsetattr(fd, TCSAFLUSH, &silent) != 0) {
@@ -47,14 +56,18 @@ TerminalEcho::~TerminalEcho() {
         const int error = errno;
         ZRN_LOG_CODE('W', "tcsetattr", error);
     }
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        static_cast<void>(sigaction(kSignals[i], &m_formerActions[i], nullptr)); // fails for bad numbers only
-    }
-    if (g_heldSignal != 0) {
-        static_cast<void>(raise(g_heldSignal)); // fails for bad numbers only
-    }
+    static_cast<void>(pthread_sigmask(SIG_SETMASK, &m_formerMask, nullptr)); // fails for bad arguments only
 }
 
-bool TerminalEcho::wasInterrupted() noexcept {
-    return g_heldSignal != 0;
+bool TerminalEcho::waitForInput() const {
+    if (m_fd < 0) {
+        return true;
+    }
+    std::array<pollfd, 2> sources{pollfd{m_fd, POLLIN, 0}, pollfd{m_signals.get(), POLLIN, 0}};
+    while (poll(sources.data(), sources.size(), -1) < 0) {
+        if (errno != EINTR) {
+            return true; // the read that follows tells what is wrong
+        }
+    }
+    return sources[1].revents == 0;
 }
