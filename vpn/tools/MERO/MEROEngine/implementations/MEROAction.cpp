@@ -35,8 +35,7 @@ void MEROAction::Perform(std::list<MEROCollectedFile>& collected) {
         ZRN_LOG('E', "m_reader is NULL");
         return;
     }
-    const std::list<MEROComponent*> kinds = m_reader->getChildren();
-    for (const MEROComponent* kind : kinds) {
+    for (const MEROComponent* kind : m_reader->getChildren()) {
         std::list<std::string> tempFiles;
         performInstructions(*kind, collected, tempFiles);
         for (const std::string& tempFile : tempFiles) {
@@ -53,8 +52,7 @@ void MEROAction::performInstructions(const MEROComponent& kind, std::list<MEROCo
     if (operation == nullptr) {
         return;
     }
-    const std::list<MEROComponent*> instructions = kind.getChildren();
-    for (const MEROComponent* instruction : instructions) {
+    for (const MEROComponent* instruction : kind.getChildren()) {
         MEROXmlObject subtree(instruction);
         std::list<MEROCollectedFile> found;
         uint32_t code = 0;
