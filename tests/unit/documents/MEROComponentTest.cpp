@@ -259,6 +259,21 @@ TEST(MEROComponent, CanBeAssignedItselfAndItsOwnDescendant) {
     EXPECT_EQ(node.FindChild("x")->getValue(), "deep");
 }
 
+/// Larger than the nodes that stand together in blocks.
+class LargeComponent : public MEROComponent {
+public:
+    using MEROComponent::MEROComponent;
+    char m_room[200] = "";
+};
+
+TEST(MEROComponent, ANodeOfADerivedClassCanBeAChild) {
+    MEROComponent parent("p", "");
+    ASSERT_TRUE(parent.addChild(std::make_unique<LargeComponent>("c", "v").release()));
+    EXPECT_EQ(parent.FindChild("c")->getValue(), "v");
+    parent.removeChild("c");
+    EXPECT_EQ(parent.getCount(), 1u);
+}
+
 TEST(MEROComponent, CopyOfACountZeroNodeCannotBeAttachedEither) {
     const MEROComponent source;
     const auto copy = std::make_unique<MEROComponent>(source);

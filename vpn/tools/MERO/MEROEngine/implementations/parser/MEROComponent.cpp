@@ -1,10 +1,26 @@
 #include "MEROComponent.h"
 
+#include "NodeStorage.h"
+
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace {
+
+/// A sanitizer sees more when each node is an allocation of its own.
+#ifdef MERO_SINGLE_NODES
+constexpr bool kNodesInBlocks = false;
+#else
+constexpr bool kNodesInBlocks = true;
+#endif
+
+/// Nodes of a larger, derived class are none of ours.
+[[nodiscard]] constexpr bool standsInBlock(std::size_t sizeBytes) {
+    return kNodesInBlocks && sizeBytes == sizeof(MEROComponent);
+}
+static_assert(sizeof(MEROComponent) <= NodeStorage::kLargestPieceBytes);
 
 /// Appends `item` to a list of owned pointers; stays the caller's if that throws.
 template <typename T> void adopt(std::list<T*>& list, std::unique_ptr<T> item) {
@@ -54,6 +70,18 @@ MEROComponent::~MEROComponent() {
         delete child;
     }
     m_parent = nullptr;
+}
+
+void* MEROComponent::operator new(std::size_t sizeBytes) {
+    return standsInBlock(sizeBytes) ? NodeStorage::take(sizeBytes) : ::operator new(sizeBytes);
+}
+
+void MEROComponent::operator delete(void* node, std::size_t sizeBytes) noexcept {
+    if (standsInBlock(sizeBytes)) {
+        NodeStorage::giveBack(node);
+    } else {
+        ::operator delete(node, sizeBytes);
+    }
 }
 
 void MEROComponent::appendValue(std::string_view piece) {
