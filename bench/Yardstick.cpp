@@ -3,14 +3,20 @@
 
 #include "Handles.h"
 
-#include <array>
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <minizip/zip.h>
+#include <spawn.h>
 #include <string>
+#include <string_view>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -51,17 +57,39 @@ bool packFolder(const std::filesystem::path& folder, const char* target) {
     return zipClose(archive, nullptr) == ZIP_OK && good;
 }
 
+int runMeasured(char* const* command) {
+    const auto start = std::chrono::steady_clock::now();
+    pid_t child = 0;
+    if (posix_spawnp(&child, command[0], nullptr, nullptr, command, environ) != 0) {
+        return EXIT_FAILURE;
+    }
+    int status = 0;
+    rusage usage{};
+    while (wait4(child, &status, 0, &usage) < 0) {
+        if (errno != EINTR) {
+            return EXIT_FAILURE;
+        }
+    }
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    static_cast<void>(std::fprintf(stderr, "%.6f %ld\n", elapsed.count(), usage.ru_maxrss));
+    return WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
-    if (argc != 3) {
-        static_cast<void>(std::fputs("yardstick FOLDER TARGET.zip\n", stderr));
-        return EXIT_FAILURE;
-    }
+    const std::string_view task = argc > 2 ? argv[1] : "";
     try {
-        return packFolder(argv[1], argv[2]) ? EXIT_SUCCESS : EXIT_FAILURE;
+        if (task == "pack" && argc == 4) {
+            return packFolder(argv[2], argv[3]) ? EXIT_SUCCESS : EXIT_FAILURE;
+        }
+        if (task == "run") {
+            return runMeasured(argv + 2);
+        }
     } catch (const std::exception& error) {
         static_cast<void>(std::fprintf(stderr, "yardstick: %s\n", error.what()));
         return EXIT_FAILURE;
     }
+    static_cast<void>(std::fputs("yardstick pack FOLDER TARGET.zip | run PROGRAM ARGUMENT...\n", stderr));
+    return EXIT_FAILURE;
 }

@@ -21,6 +21,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import zipfile
 
 FOLDERS = 6
 GOALS = {"end to end / yardstick": 1.05, "with / without a password": 1.08, "peak memory, MB": 24.0}
@@ -59,8 +60,8 @@ def log_text(source, size):
     now = 1700000000.0
     while length < size:
         now += source.expovariate(2.0)
-        event = source.choice(EVENTS).format(a=source.randrange(1 << 24), b=source.randrange(256), c=source.randrange(256),
-                                             d=source.randrange(1, 255))
+        event = source.choice(EVENTS).format(a=source.randrange(1 << 24), b=source.randrange(256),
+                                             c=source.randrange(256), d=source.randrange(1, 255))
         line = "%s host-%d corvane-%s[%d]: [%s] %s\n" % (
             time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(now)), source.randrange(3), source.choice(SERVICES),
             1000 + source.randrange(6), source.choice(("NOTICE", "NOTICE", "NOTICE", "WARNING", "ERROR")), event)
@@ -90,7 +91,8 @@ def make_corpus(folder, total, count):
     os.makedirs(os.path.join(folder, "install/xml/config"))
     for number in range(FOLDERS):
         with open(os.path.join(folder, "install/xml/config/%d.xml" % number), "w") as file:
-            file.write(CONFIGURATION.format(number=number, group=group, folder=os.path.join(folder, "source", str(number))))
+            source_folder = os.path.join(folder, "source", str(number))
+            file.write(CONFIGURATION.format(number=number, group=group, folder=source_folder))
     with open(os.path.join(folder, "password"), "w") as file:
         file.write("correct horse battery staple\n")
     return group
@@ -99,22 +101,21 @@ def make_corpus(folder, total, count):
 class Run:
     """One command: its wall time in seconds and its peak memory in MB."""
 
-    def __init__(self, *command):
-        start = time.perf_counter()
-        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-        errors = process.stderr.read()
-        _, status, usage = os.wait4(process.pid, 0)
-        self.seconds = time.perf_counter() - start
-        process.stderr.close()
-        process.returncode = os.waitstatus_to_exitcode(status)
-        if process.returncode != 0:
-            sys.exit("%s failed with %d: %s" % (command[0], process.returncode, errors.decode()))
-        self.megabytes = usage.ru_maxrss / 1024
+    def __init__(self, yardstick, *command):
+        done = subprocess.run([yardstick, "run", *command], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE, text=True)
+        if done.returncode != 0:
+            sys.exit("%s failed with %d: %s" % (command[0], done.returncode, done.stderr))
+        seconds, kibibytes = done.stderr.splitlines()[-1].split()
+        self.seconds = float(seconds)
+        self.megabytes = int(kibibytes) / 1024
 
 
 class Bench:
     def __init__(self, build, total, count):
         self.build = build
+        self.count = count
+        self.measure = os.path.join(build, "bench/yardstick")
         self.folder = tempfile.mkdtemp(prefix="mero_bench_", dir="/tmp")
         self.group = make_corpus(self.folder, total, count)
 
@@ -125,8 +126,8 @@ class Bench:
         return os.path.join(self.folder, name)
 
     def yardstick(self):
-        copy = Run("cp", "-r", self.path("source"), self.path("copy"))
-        pack = Run(os.path.join(self.build, "bench/yardstick"), self.path("copy"), self.path("yardstick.zip"))
+        copy = Run(self.measure, "cp", "-r", self.path("source"), self.path("copy"))
+        pack = Run(self.measure, self.measure, "pack", self.path("copy"), self.path("yardstick.zip"))
         shutil.rmtree(self.path("copy"))
         return copy.seconds + pack.seconds
 
@@ -135,7 +136,12 @@ class Bench:
                    "--target", self.path("bundle.zip")]
         if password:
             command += ["--password-file", self.path("password")]
-        run = Run(*command)
+        run = Run(self.measure, *command)
+        with zipfile.ZipFile(self.path("bundle.zip")) as archive:
+            packed = sum(not entry.is_dir() for entry in archive.infolist())
+        if packed != self.count + 1:  # and the summary
+            sys.exit("the bundle holds %d files instead of %d: does another run clear its folder?"
+                     % (packed, self.count + 1))
         for left in glob.glob("/tmp/MERO_Temp_Bundle*/" + self.group):
             shutil.rmtree(os.path.dirname(left))
         return run
@@ -162,7 +168,8 @@ def measure(build, total, count, rounds):
         report("merocli", statistics.median(run.seconds for run in plain), "s")
         report("merocli with a password", statistics.median(run.seconds for run in encrypted), "s")
         report("end to end / yardstick", statistics.median(run.seconds / y for run, y in zip(plain, yardsticks)))
-        report("with / without a password", statistics.median(e.seconds / p.seconds for e, p in zip(encrypted, plain)))
+        ratios = [with_one.seconds / without.seconds for with_one, without in zip(encrypted, plain)]
+        report("with / without a password", statistics.median(ratios))
         report("peak memory, MB", max(run.megabytes for run in plain + encrypted))
     finally:
         bench.close()
@@ -187,8 +194,8 @@ def measure_window(build, rounds):
         print("window start: left out, as it needs meroui, " + ", ".join(tools))
         return
     reading, writing = os.pipe()
-    display = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-screen", "0", "1280x1024x24", "-nolisten", "tcp"],
-                               pass_fds=[writing], stderr=subprocess.DEVNULL)
+    display = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-screen", "0", "1280x1024x24", "-nolisten",
+                                "tcp"], pass_fds=[writing], stderr=subprocess.DEVNULL)
     os.close(writing)
     home = tempfile.mkdtemp(prefix="mero_bench_home_")
     try:
@@ -200,8 +207,8 @@ def measure_window(build, rounds):
             start = time.perf_counter()
             process = subprocess.Popen(["dbus-run-session", "--", wizard], env=environment, start_new_session=True,
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--class", "mero"], env=environment, check=True,
-                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=60)
+            subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--class", "mero"], env=environment,
+                           check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=60)
             times.append(time.perf_counter() - start)
             os.killpg(process.pid, 15)
             process.wait()

@@ -14,6 +14,7 @@ from console import MEROCLI, JobTest
 
 PROGRESS = re.compile(r"\A(?:\r.{90} [ \d]{3}%)+\r\n\r\n\Z")
 SECRET = b"correct horse"
+INVALID_REQUEST = "Internal Error: invalid request XML, please contact your administrator, or run in default mode"
 
 
 class Collect(JobTest):
@@ -40,7 +41,8 @@ class Collect(JobTest):
 
     def testTargetGetsTheExtensionOfAZip(self):
         os.makedirs(self.path("v1.2"))
-        for target, bundle in (("b", "b.zip"), ("c.ZIP", "c.ZIP.zip"), ("v1.2/d", "v1.2/d.zip"), ("./e.zip", "e.zip")):
+        bundles = {"b": "b.zip", "c.ZIP": "c.ZIP.zip", "v1.2/d": "v1.2/d.zip", "./e.zip": "e.zip"}
+        for target, bundle in bundles.items():
             errors = self.assert_collected("--target", target)[1]
             self.assertTrue(os.path.samefile(errors[len("Bundle: "):-1], self.path(bundle)))
             self.assertIn("usual.log", self.names(bundle))
@@ -125,14 +127,14 @@ class FailedJob(JobTest):
 
     def testMissingRequestIsNamed(self):
         self.failed("--request", "missing.xml", advice="'" + self.path("missing.xml") + "'",
-                    message="Internal Error: invalid request XML, please contact your administrator, or run in default mode")
+                    message=INVALID_REQUEST)
         self.assertFalse(os.path.exists(self.path("a.zip")))
 
     def testMalformedRequestIsNamed(self):
         self.write("bad.xml", "<request><file id='usual'></request>")
         errors = self.failed(
             "--request", "bad.xml", advice="'" + self.path("bad.xml") + "'",
-            message="Internal Error: invalid request XML, please contact your administrator, or run in default mode")
+            message=INVALID_REQUEST)
         self.assertIn("MEROENGINE_ERROR_INVALID_XML", errors)
 
     def testInstallFolderWithoutConfigurationIsNamed(self):

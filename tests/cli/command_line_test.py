@@ -8,8 +8,8 @@ import unittest
 
 from console import ConsoleTest
 
-COLLECT_OPTIONS = ("--install-dir", "--request", "--target", "--password-file", "--no-system-logs", "--include-legacy",
-                   "--help")
+COLLECT_OPTIONS = ("--install-dir", "--request", "--target", "--password-file", "--no-system-logs",
+                   "--include-legacy", "--help")
 
 
 class CommandLine(ConsoleTest):

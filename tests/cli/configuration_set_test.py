@@ -1,4 +1,4 @@
-"""The shipped configuration set: what every file must hold, what none may collect, and one real run with all of it."""
+"""The shipped configuration set: what each file must hold, what none may collect, and a real run with all of it."""
 
 import fnmatch
 import glob
@@ -16,14 +16,17 @@ LEGACY = "Legacy - Varnel Trellink Nolvane"
 TRANSLATED = re.compile(r'\A_tr\("[^"]+"\)\Z')
 
 # Files that no bundle may hold, asked for or not.
-SECRET = ("*shadow*", "*/id_*", "*.pem", "*.key", "*.p12", "*.pfx", "*.jks", "*/.ssh/*", "*/.gnupg/*", "*keyring*",
-          "*/ssl/private/*", "*/system-connections/*", "*wpa_supplicant*", "*.nmconnection", "*/wireguard/*", "*/netplan/*",
-          "*.netdev", "*/ipsec.secrets", "*swanctl*", "*.ovpn", "*/ppp/*-secrets", "*_history", "*/.netrc", "*/.pgpass",
-          "*/sources.list*", "*/auth.conf*", "*/crypttab", "*/fstab", "*/etc/environment", "*/sudoers*", "/dev/*",
-          "/proc/kcore", "/proc/kmsg", "/proc/keys", "/proc/*/environ", "/var/log/journal*", "/run/log/journal*",
-          "*cookies*", "*/krb5cc*", "*/etc/passwd", "*/machine-id", "*core.*", "*.dmp")
-# Files that may hold something private: never in a default bundle.
-PRIVATE = ("*profile/*", "*preferences*", "*/auth.log*", "*/secure*", "*xsession*", "*/interfaces*", "*/dpkg/status")
+SECRET = (
+    "*shadow*", "*/id_*", "*.pem", "*.key", "*.p12", "*.pfx", "*.jks", "*/.ssh/*", "*/.gnupg/*", "*keyring*",
+    "*/ssl/private/*", "*/system-connections/*", "*wpa_supplicant*", "*.nmconnection", "*/wireguard/*", "*/netplan/*",
+    "*.netdev", "*/ipsec.secrets", "*swanctl*", "*.ovpn", "*/ppp/*-secrets", "*_history", "*/.netrc", "*/.pgpass",
+    "*/sources.list*", "*/auth.conf*", "*/crypttab", "*/fstab", "*/etc/environment", "*/sudoers*", "/dev/*",
+    "/proc/kcore", "/proc/kmsg", "/proc/keys", "/proc/*/environ", "*cookies*", "*/krb5cc*", "*/etc/passwd",
+    "*/machine-id", "*core.*", "*.dmp")
+# Files that may hold something private, or grow without a bound: never in a default bundle.
+PRIVATE = ("*/log/journal*", "*profile/*", "*preferences*", "*/auth.log*", "*/secure*", "*xsession*", "*/interfaces*",
+           "*/dpkg/status")
+SCHEMES = ("Whole File", "Data (front or end)", "Truncate end", "Truncate front", "No")
 # Only logs of the suite may be deleted.
 CLEARABLE = ("/var/log/varnel/*", "$HOME/.varnel/*")
 
@@ -103,7 +106,8 @@ class ConfigurationSet(unittest.TestCase):
             self.assertTrue(list(self.paths(item)), place)
 
     def testInstructionsHoldOnlyWhatTheirKindAllows(self):
-        allowed = {"file_copy_action": {"loc", "truncate_type", "clear_log"}, "directory_copy_action": {"loc", "pattern"}}
+        allowed = {"file_copy_action": {"loc", "truncate_type", "clear_log"},
+                   "directory_copy_action": {"loc", "pattern"}}
         for place, _, item in self.items():
             for kind in item.iterfind("mero/os/*"):
                 self.assertIn(kind.tag, allowed, place)
@@ -141,12 +145,13 @@ class ConfigurationSet(unittest.TestCase):
         for place, _, item in self.items():
             for action in item.iterfind("mero/os/file_copy_action/action"):
                 if action.find("clear_log") is not None:
-                    self.assertTrue(any(fnmatch.fnmatch(action.findtext("loc"), pattern) for pattern in CLEARABLE), place)
+                    path = action.findtext("loc")
+                    self.assertTrue(any(fnmatch.fnmatch(path, pattern) for pattern in CLEARABLE), place)
 
     def testTruncationSchemesAreKnown(self):
         for place, _, item in self.items():
             for scheme in item.iter("truncate_type"):
-                self.assertIn(scheme.text, ("Whole File", "Data (front or end)", "Truncate end", "Truncate front", "No"), place)
+                self.assertIn(scheme.text, SCHEMES, place)
 
     def testProgramsOfTheBuildTreeFindTheSet(self):
         copies = os.path.join(os.path.dirname(MEROCLI), "xml/config")
