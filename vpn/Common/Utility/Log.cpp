@@ -31,6 +31,11 @@ thread_local uint64_t t_threadId = 0;
 
 /// What the claims share. m_lock guards the other fields.
 struct LogState {
+    LogState() = default;
+    ~LogState();
+    LogState(const LogState&) = delete;
+    LogState& operator=(const LogState&) = delete;
+
     CManualLock m_lock;
     uint32_t m_clientCount = 0;
     std::unique_ptr<ILogger> m_logger;
@@ -89,6 +94,11 @@ void deleteLogger(std::unique_ptr<ILogger> logger) {
         }
         std::this_thread::sleep_for(kPollInterval);
     }
+}
+
+/// A claim that never goes leaves the logger to the end of the process, where static objects may still log.
+LogState::~LogState() {
+    deleteLogger(takeLogger(*this));
 }
 
 int threadIdForLine() {
