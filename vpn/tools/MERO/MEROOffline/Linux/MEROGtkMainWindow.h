@@ -1,1 +1,136 @@
-class CMEROGtkMainWindow;
+#pragma once
+
+#include "CMEROClientIfc.h"
+#include "CMEROOfflineIfc.h"
+#include "Handles.h"
+#include "MEROGtkFileSelDlg.h"
+#include "MEROOffline.h"
+#include "Paths.h"
+#include "StatusRelay.h"
+#include "StoragePath.h"
+#include "Thread.h"
+#include "WipedString.h"
+
+#include <cstdint>
+#include <gtk/gtk.h>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+
+/// Pages of the notebook. The numbers are their places in it, not the order of the walks:
+/// typical bundle  Welcome, BundleType, Encryption, Progress, Result
+/// custom bundle   Welcome, BundleType, FileSelection, Target, Encryption, Progress, Result
+enum class WizardPage : uint32_t {
+    Welcome = 0,
+    BundleType = 1,
+    Encryption = 2,
+    Progress = 3,
+    Result = 4,
+    FileSelection = 5,
+    Target = 6,
+};
+
+/// The wizard: its window, what the user has chosen so far, and the job that follows from it.
+/// Made and destroyed on the GTK main thread, outside the main loop, at most one at a time; all of it belongs
+/// to that thread but for updateStatus, getComments, getModuleTree and addModule.
+class CMEROGtkMainWindow final : public CMEROClientIfc, public CMEROOfflineIfc {
+public:
+    /// Loads the UI definition and shows the window on its first page. Without a usable UI definition there
+    /// is no window and isExitRequested is true.
+    /// @param programFolder  folder, with a trailing "/", that holds resources/MEROGUI.glade.
+    explicit CMEROGtkMainWindow(const std::string& programFolder = helperUtil::getExecutableDirectory());
+    /// Destroys the window. A job that still runs is not waited for; its reports go nowhere from here on.
+    ~CMEROGtkMainWindow() override;
+    CMEROGtkMainWindow(const CMEROGtkMainWindow&) = delete;
+    CMEROGtkMainWindow& operator=(const CMEROGtkMainWindow&) = delete;
+
+    /// True when construction failed, so that there is nothing to enter the main loop for.
+    [[nodiscard]] bool isExitRequested() const { return m_exitRequested; }
+
+    /// Keeps the status and posts the idle handler that belongs to it. Any thread.
+    void updateStatus(const MEROStatusInfo* info, uint64_t status) override;
+    /// The comment as last accepted. Any thread once the progress page is shown: it no longer changes then.
+    [[nodiscard]] std::string getComments() override;
+    [[nodiscard]] std::list<RootItem>& getModuleTree() override;
+    void addModule(const std::string& rootName, const ModuleItem& module) override;
+
+    /// Goes to a page: shows it, sets the header and the buttons that belong to it. A number above the last
+    /// page is only remembered, and neither Next nor Back leads away from it.
+    void changePage(uint32_t page);
+    /// Shows a page of the notebook. A page that the notebook lacks leaves it as it is.
+    void updateNotebookPage(uint32_t page);
+    /// Takes the comment over if it has at most 2048 bytes; shows an error dialog otherwise.
+    /// @return whether the wizard may go on; true as well when there is no comment field.
+    [[nodiscard]] bool validateComments();
+    /// Starts the job that the choices describe.
+    void startBundleJob();
+    /// Runs a job in this process, with the user's rights, and warns that it collects less than the helper
+    /// would.
+    /// @param requestPath  request file; empty for a typical bundle.
+    void startMERO(const std::string& requestPath);
+
+    /// The text to show for a key of the message catalogue; the key itself if it has no translation.
+    [[nodiscard]] static std::string translateText(const std::string& key);
+
+private:
+    using StoragePathClaim = std::unique_ptr<CStoragePath, Releaser<&CStoragePath::releaseInstance>>;
+
+    void setUpTexts();
+    void setUpEncryptionPage();
+    void setUpWidgets();
+    void connectSignals();
+    void setUpPage(WizardPage page);
+    void closeWindow();
+    CMEROGtkFileSelDlg& fileSelection();
+
+    void goNext();
+    void goBack();
+    void leaveBundleTypePage();
+    void leaveEncryptionPage();
+    void browse();
+    /// Takes the chosen file over and shows its name.
+    void setTarget(const std::string& path);
+    void showMessageDialog(GtkMessageType type, const std::string& title, const char* text);
+
+    void showProgress();
+    void showResult();
+    [[nodiscard]] std::string resultText(uint64_t status) const;
+
+    // Signal handlers. `window` is the CMEROGtkMainWindow, which disconnects them before it goes away.
+    static void onNextClicked(GtkButton* button, gpointer window);
+    static void onBackClicked(GtkButton* button, gpointer window);
+    static void onBrowseClicked(GtkButton* button, gpointer window);
+    static void onEncryptionToggled(GtkToggleButton* button, gpointer window);
+    static void onMaskPasswordToggled(GtkToggleButton* button, gpointer window);
+    static gboolean onPasswordKeyPress(GtkWidget* widget, GdkEvent* event, gpointer window);
+
+    // Idle handlers, on the GTK main thread. `window` is the CMEROGtkMainWindow, which owns itself and
+    // removes the handlers still pending before it goes away. A handler shows what the status record holds
+    // when it runs, which may be later than what posted it.
+    static gboolean onProgressIdle(gpointer window);
+    static gboolean onTreeReadyIdle(gpointer window);
+    static gboolean onRequestReadyIdle(gpointer window);
+    static gboolean onResultIdle(gpointer window);
+    static GSourceFunc idleHandlerFor(uint64_t status);
+
+    /// Owned by the UI definition; null when there is no window.
+    GtkWidget* m_pWindow = nullptr;
+    uint32_t m_currentPage = 0;
+    /// Shared with the run that it is used by, which may outlive this window.
+    std::shared_ptr<MEROOffline> m_pOffline;
+    std::unique_ptr<Thread> m_pOfflineThread;
+    std::unique_ptr<CMEROGtkFileSelDlg> m_pFileSelDlg;
+    /// Guards m_statusInfo and m_status.
+    std::mutex m_statusLock;
+    MEROStatusInfo m_statusInfo;
+    uint64_t m_status;
+    bool m_exitRequested = false;
+    bool m_typicalBundle = true;
+    WipedString m_password;
+    std::string m_comments;
+    std::string m_bundlePath;
+    StoragePathClaim m_pStoragePath;
+    /// What jobs report to; passes everything on to this window.
+    std::shared_ptr<StatusRelay> m_relay;
+};

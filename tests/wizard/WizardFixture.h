@@ -1,0 +1,59 @@
+#pragma once
+
+#include "CapturedLog.h"
+#include "MEROGtkMainWindow.h"
+#include "RecordedJob.h"
+#include "Sandbox.h"
+#include "Widgets.h"
+
+#include <functional>
+#include <gtk/gtk.h>
+#include <memory>
+#include <string>
+
+/// A wizard with the real UI file on a real display, driven through its widgets. GLib's warnings end the
+/// test.
+class Wizard : public Sandbox {
+protected:
+    static void SetUpTestSuite();
+
+    Wizard();
+    ~Wizard() override;
+
+    /// Makes the window, with the UI file of the build or with that of another folder.
+    void open(const std::string& programFolder = {});
+    /// Makes the window from the build's UI file in which no widget has this id any more.
+    void openWithout(const std::string& id);
+    /// Writes resources/MEROGUI.glade into the private folder.
+    void writeUIFile(const std::string& content) const;
+    /// The build's UI file.
+    [[nodiscard]] std::string realUIFile() const;
+    /// Runs everything that is pending on the main loop.
+    static void settle();
+    /// Runs the main loop until the condition holds; fails the test after ten seconds.
+    static void waitUntil(const std::function<bool()>& condition);
+
+    /// Runs gtk_main with an action in its first round; fails the test if the action does not end it.
+    static void expectQuits(const std::function<void()>& action);
+
+    static void click(const char* button);
+    static void press(const char* widget, guint key);
+    static void setActive(const char* toggle, bool active);
+    static void type(const char* entry, const std::string& text);
+    static void setComment(const std::string& text);
+    /// Presses Next as often as it takes to come to a page of the typical or the custom walk.
+    void walkTo(WizardPage page, bool typical = true);
+
+    [[nodiscard]] static int page();
+    [[nodiscard]] static std::string label(const char* id);
+    [[nodiscard]] static std::string tooltip(const char* id);
+    [[nodiscard]] static bool sensitive(const char* id);
+    [[nodiscard]] static bool visible(const char* id);
+    [[nodiscard]] static bool masked(const char* entry);
+    /// The open message dialog; null if there is none.
+    [[nodiscard]] static GtkWidget* messageDialog();
+    [[nodiscard]] static std::string dialogText();
+
+    std::unique_ptr<CapturedLog> m_log = std::make_unique<CapturedLog>();
+    std::unique_ptr<CMEROGtkMainWindow> m_window;
+};

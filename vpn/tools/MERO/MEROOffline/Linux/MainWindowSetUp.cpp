@@ -1,0 +1,119 @@
+#include "BuildVersion.h"
+#include "MEROGtkMainWindow.h"
+#include "Names.h"
+#include "UserTexts.h"
+#include "Widgets.h"
+
+#include <utility>
+
+namespace {
+
+constexpr std::pair<const char*, UserText> kFixedLabels[] = {
+    {"labelButtonBack", UserText::ButtonBack},
+    {"labelButtonNext", UserText::ButtonNext},
+    {"labelButtonCancel", UserText::ButtonCancel},
+    {"labelMEROIntro", UserText::Intro},
+    {"labelWizardPurpose", UserText::WizardPurpose},
+    {"labelSelectBundleType", UserText::SelectBundleType},
+    {"labelTypicalOption", UserText::TypicalOption},
+    {"labelCustomOption", UserText::CustomOption},
+    {"labelPassword", UserText::Password},
+    {"labelConfirmPassword", UserText::ConfirmPassword},
+    {"labelPasswordNotMatch", UserText::PasswordNotMatch},
+    {"labelFileSelect", UserText::SelectFiles},
+    {"labelCustomHeader", UserText::SelectFiles},
+    {"labelSelectFileLocation", UserText::SelectFileLocation},
+    {"labelBrowse", UserText::Browse},
+    {"labelComment", UserText::EnterComments},
+    {"labelProgressMsg", UserText::ProgressPatience},
+};
+
+constexpr std::pair<const char*, UserText> kFixedButtons[] = {
+    {"radiobuttonBundleTypical", UserText::Typical},
+    {"radiobuttonBundleCustom", UserText::Custom},
+    {"checkbuttonEncryption", UserText::EnableEncryption},
+    {"checkbuttonMaskPassword", UserText::MaskPassword},
+};
+
+void joinBundleTypes() {
+    GtkWidget* typical = LookUpWidget("radiobuttonBundleTypical", GTK_TYPE_RADIO_BUTTON);
+    if (typical == nullptr) {
+        return;
+    }
+    if (GtkWidget* custom = LookUpWidget("radiobuttonBundleCustom", GTK_TYPE_RADIO_BUTTON)) {
+        gtk_radio_button_set_group(GTK_RADIO_BUTTON(custom),
+                                   gtk_radio_button_get_group(GTK_RADIO_BUTTON(typical)));
+    }
+    gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(typical), TRUE);
+}
+
+/// Shows the name of the target file, without its folder.
+void showTargetName(const std::string& name) {
+    setLabelText("labelFileLocation", name);
+    if (GtkWidget* label = LookUpWidget("labelFileLocation", GTK_TYPE_LABEL)) {
+        gtk_widget_set_tooltip_text(label, displayText(name).c_str());
+    }
+}
+
+void connect(const char* id, const char* signal, GCallback handler, gpointer data) {
+    if (GtkWidget* widget = LookUpWidget(id)) {
+        g_signal_connect(widget, signal, handler, data);
+    }
+}
+
+} // namespace
+
+void CMEROGtkMainWindow::setUpWidgets() {
+    setUpTexts();
+    joinBundleTypes();
+    setUpEncryptionPage();
+    showTargetName(m_bundlePath.find('/') == std::string::npos
+                       ? "MEROBundle.zip"
+                       : helperUtil::stringAfterLast(m_bundlePath, "/"));
+    connectSignals();
+}
+
+void CMEROGtkMainWindow::setUpTexts() {
+    for (const auto& [id, text] : kFixedLabels) {
+        setLabelText(id, translateText(userText(text)));
+    }
+    for (const auto& [id, text] : kFixedButtons) {
+        setButtonLabel(id, translateText(userText(text)));
+    }
+    const std::string title = translateText(userText(UserText::WindowTitle)) + " " + kBuildVersion;
+    gtk_window_set_title(GTK_WINDOW(m_pWindow), title.c_str());
+}
+
+void CMEROGtkMainWindow::setUpEncryptionPage() {
+    setSensitive("checkbuttonEncryption", true);
+    setSensitive("checkbuttonMaskPassword", false);
+    if (GtkWidget* mask = LookUpWidget("checkbuttonMaskPassword", GTK_TYPE_TOGGLE_BUTTON)) {
+        gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(mask), TRUE);
+    }
+    for (const char* id :
+         {"labelPassword", "labelConfirmPassword", "entryPassword", "entryConfirmPassword"}) {
+        setSensitive(id, false);
+    }
+    setEntryVisibility("entryPassword", false);
+    setEntryVisibility("entryConfirmPassword", false);
+    setVisible("labelPasswordNotMatch", false);
+}
+
+void CMEROGtkMainWindow::setTarget(const std::string& path) {
+    m_bundlePath = path;
+    if (path.find('/') != std::string::npos) {
+        showTargetName(helperUtil::stringAfterLast(path, "/"));
+    }
+}
+
+void CMEROGtkMainWindow::connectSignals() {
+    connect("windowMain", "destroy", G_CALLBACK(gtk_main_quit), nullptr);
+    connect("buttonCancel", "clicked", G_CALLBACK(gtk_main_quit), nullptr);
+    connect("buttonNext", "clicked", G_CALLBACK(&onNextClicked), this);
+    connect("buttonBack", "clicked", G_CALLBACK(&onBackClicked), this);
+    connect("buttonBrowse", "clicked", G_CALLBACK(&onBrowseClicked), this);
+    connect("checkbuttonEncryption", "toggled", G_CALLBACK(&onEncryptionToggled), this);
+    connect("checkbuttonMaskPassword", "toggled", G_CALLBACK(&onMaskPasswordToggled), this);
+    connect("entryPassword", "key-press-event", G_CALLBACK(&onPasswordKeyPress), this);
+    connect("entryConfirmPassword", "key-press-event", G_CALLBACK(&onPasswordKeyPress), this);
+}

@@ -1,0 +1,105 @@
+#include "MEROGtkMainWindow.h"
+#include "ReturnCodes.h"
+#include "UserTexts.h"
+#include "Widgets.h"
+
+#include <array>
+#include <cstdio>
+
+namespace {
+
+constexpr std::size_t kResultTextBytes = 2048;
+
+CMEROGtkMainWindow& windowOf(gpointer window) {
+    return *static_cast<CMEROGtkMainWindow*>(window);
+}
+
+} // namespace
+
+GSourceFunc CMEROGtkMainWindow::idleHandlerFor(uint64_t status) {
+    static constexpr std::array<GSourceFunc, 3> kHandlers = {&onProgressIdle, &onTreeReadyIdle,
+                                                             &onRequestReadyIdle};
+    static_assert(MEROOFFLINE_ERROR_XML_CONFIG_PARSE_SUCCESS == MEROOFFLINE_ERROR_PROCESSING + 1 &&
+                  MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS == MEROOFFLINE_ERROR_PROCESSING + 2);
+    const uint64_t index = status - MEROOFFLINE_ERROR_PROCESSING;
+    return index < kHandlers.size() ? kHandlers.at(index) : &onResultIdle;
+}
+
+void CMEROGtkMainWindow::updateStatus(const MEROStatusInfo* info, uint64_t status) {
+    {
+        const std::lock_guard guard(m_statusLock);
+        if (info != nullptr && info != &m_statusInfo) {
+            m_statusInfo = *info;
+        }
+        m_status = status;
+    }
+    g_idle_add(idleHandlerFor(status), this);
+}
+
+gboolean CMEROGtkMainWindow::onProgressIdle(gpointer window) {
+    windowOf(window).showProgress();
+    return G_SOURCE_REMOVE;
+}
+
+gboolean CMEROGtkMainWindow::onTreeReadyIdle(gpointer window) {
+    const CMEROGtkMainWindow& self = windowOf(window);
+    if (self.m_pWindow != nullptr && self.m_pFileSelDlg != nullptr) {
+        self.m_pFileSelDlg->populate();
+    }
+    return G_SOURCE_REMOVE;
+}
+
+gboolean CMEROGtkMainWindow::onRequestReadyIdle(gpointer window) {
+    // There is no writer whose file could be named, so the job runs without a request.
+    windowOf(window).startMERO("");
+    return G_SOURCE_REMOVE;
+}
+
+gboolean CMEROGtkMainWindow::onResultIdle(gpointer window) {
+    windowOf(window).showResult();
+    return G_SOURCE_REMOVE;
+}
+
+void CMEROGtkMainWindow::showProgress() {
+    MEROStatusInfo info;
+    {
+        const std::lock_guard guard(m_statusLock);
+        info = m_statusInfo;
+    }
+    if (GtkWidget* bar = LookUpWidget("progressBar", GTK_TYPE_PROGRESS_BAR)) {
+        gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), info.m_progress / 100.0);
+    }
+    setLabelText("labelFileCollected", translateText(info.m_message));
+}
+
+void CMEROGtkMainWindow::showResult() {
+    changePage(static_cast<uint32_t>(WizardPage::Result));
+    uint64_t status = 0;
+    {
+        const std::lock_guard guard(m_statusLock);
+        status = m_status;
+    }
+    const bool success = status == 0;
+    setIcon("imageResult", success ? "emblem-ok-symbolic" : "dialog-error-symbolic",
+            success ? kStyleSuccess : kStyleFailure);
+    setLabelText("labelResultMsg", resultText(status));
+}
+
+// Only the text of success is filled in. The one of a failed write goes out with its placeholder: the
+// catalogues of the suite were translated and are checked for that text as it stands.
+std::string CMEROGtkMainWindow::resultText(uint64_t status) const {
+    switch (status) {
+    case 0: {
+        const std::string format = translateText(userText(UserText::ResultSuccess));
+        char text[kResultTextBytes];
+        std::snprintf(text, sizeof text, format.c_str(), m_bundlePath.c_str());
+        return text;
+    }
+    case MEROENGINE_ERROR_INTERNAL:
+        return translateText(userText(UserText::ResultInternalError));
+    case MEROENGINE_ERROR_WRITE_FAILURE:
+        return translateText(userText(UserText::ResultWriteFailure));
+    default:
+        return translateText(userText(UserText::ResultUnknownError));
+    }
+}

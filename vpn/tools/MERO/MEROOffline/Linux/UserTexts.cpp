@@ -1,0 +1,122 @@
+#include "UserTexts.h"
+
+#include <array>
+
+namespace {
+
+// Two blanks between sentences, and the blank at the end of a caption, belong to the catalogue keys.
+constexpr auto kTexts = std::to_array<const char*>({
+    // In the order of UserText.
+    "Varnel Corvane - MERO",
+    "Back",
+    "Next",
+    "Finish",
+    "Cancel",
+    "Meroscope (MERO)",
+    "Bundle Creation Option",
+    "Bundle Encryption Option",
+    "Bundle Creation Progress",
+    "Bundle Creation Result",
+    "File Selection",
+    "Target Bundle Location and Comments",
+    "MERO is a tool that helps to bundle the appropriate log files and diagnostic information that can be "
+    "used for analyzing and debugging the Varnel Corvane.",
+    "This wizard will guide you through the steps required to create the diagnostic bundle.  To continue, "
+    "click Next.",
+    "Select a bundle option.",
+    "Typical",
+    "Custom",
+    "Typical log files and diagnostic information will be included in the bundle. (Bundle will be saved to "
+    "Desktop)",
+    "Choose which log files and diagnostic information to be included in the bundle.",
+    "Enable Bundle Encryption",
+    "Mask Password",
+    "Encryption Password",
+    "Confirm Password",
+    "Passwords entered do not match",
+    "Select the files to be collected.",
+    "Select target bundle location.",
+    "Browse...",
+    "Enter any comments for the bundle.",
+    "Please be patient while MERO is creating the bundle.  This may take several minutes...",
+    "The bundle was created successfully in %s.",
+    "An internal error occurred while creating the MERO bundle.  Please try again later.",
+    "The bundle cannot be saved in the location \"%s\".  Please specify another location and try again.",
+    "An unknown error occurred while creating the MERO bundle, possibly due to restricted file permissions.  "
+    "Please try again later.",
+    "Error",
+    "Warning",
+    "Your comments is %d characters long, which exceeds the maximum limit of %d characters.  Please enter "
+    "comments within the maximum limit.",
+    "MERO will only collect partial diagnostic information. For a complete log collection, authenticate as "
+    "an administrator.",
+    // Shown by no page.
+    "Run",
+    "Welcome to the Meroscope (MERO).",
+    "Bundle Options:",
+    "Additional Log Options:",
+    "Include System Logs",
+    "Include Legacy - Varnel Trellink Nolvane Logs",
+    "Select \"Default\" to include the typical log files and diagnostic information in the bundle.  Select "
+    "\"Custom\" to choose the list of log files and diagnostic information to be included in the bundle.",
+    "Default - Bundle will be saved to Desktop",
+    "MERO requires administrative privileges to clear Varnel Corvane logs.",
+    "Clear All Logs",
+    "Please enter a password for the bundle or unselect the \"Enable Bundle Encryption\" option",
+    "Password field is required",
+    "Log File Selection",
+    "Please be patient while the wizard is populating the list of log files available for selection...",
+    "Check the log files that you want to be included in the bundle and uncheck the files that you don't "
+    "want to be included.",
+    "Restore Default",
+    "Please be patient while MERO is clearing Varnel Corvane logs...",
+    "Your default email client is not configured properly to use this feature. Please contact your system "
+    "administrator to reconfigure.",
+    "Email Your Bundle",
+    "Email Bundle",
+    "Send",
+    "Exit",
+    "Email Address(es): ",
+    "Include Message In Email (optional):",
+    "Customer Case # (optional):",
+    "The email feature is loading . . . Please wait",
+    "Please enter a valid email address to email your MERO!",
+    "Please wait while your email is sent . . .",
+    "Your email was successfully sent.",
+    "There was an error sending your email.  Please send manually.",
+    "(Semicolon-separated list)",
+    "WARNING: A MERO bundle contains confidential system information, the user accepts all responsibility "
+    "for emailing this information.",
+    "Upload to QRT",
+    "This form will allow you to submit a bundle to QRT using the SR number and Token provided by your "
+    "admin.",
+    "There was an error uploading your bundle. Please send it manually.",
+    "Please wait while the bundle is uploading...",
+    "The bundle was successfully uploaded.",
+    "SR",
+    "Token",
+    "The bundle was created successfully on your Desktop.",
+    "The bundle cannot be saved on your Desktop.  Please try again later.",
+    "MERO Wizard has encountered a problem and needs to close.",
+    "Please specify a target bundle location.",
+    "Please specify a correct location path.",
+    "MERO requires administrative privileges to clear Varnel Corvane logs. Please relaunch MERO with "
+    "administrative privileges and try again.",
+    "No files are currently selected.  Are you sure you want to continue?",
+    "Existing bundle file will be overwritten.",
+    "Please select at least one log module.",
+    "Are you sure you want to permanently delete Varnel Corvane logs?",
+    "Varnel Corvane MERO requires administrative access to collect complete diagnostic information.",
+    "Varnel Corvane logs have been cleared. Please reproduce your issue before continuing with log "
+    "collection.",
+});
+
+} // namespace
+
+const char* userText(UserText text) {
+    return kTexts.at(static_cast<std::size_t>(text));
+}
+
+std::span<const char* const> allUserTexts() {
+    return kTexts;
+}

@@ -1,0 +1,99 @@
+#include "Widgets.h"
+
+#include "Log.h"
+
+namespace {
+
+/// The UI definition of the process. GTK main thread only.
+GObjectHandle<GtkBuilder> g_builder;
+
+// The theme's own red and orange can't be read in both its light and its dark form; mixed with the colour of
+// text they can.
+constexpr char kStyle[] = ".mero-failure { color: mix(@theme_fg_color, #e01b24, 0.6); }"
+                          ".mero-success { color: mix(@theme_fg_color, #26a269, 0.7); }";
+
+} // namespace
+
+ErrorHandle loadUIDefinition(const std::string& path) {
+    g_builder = adoptRef(gtk_builder_new());
+    GError* error = nullptr;
+    if (gtk_builder_add_from_file(g_builder.get(), path.c_str(), &error) == 0) {
+        return ErrorHandle(error);
+    }
+    return nullptr;
+}
+
+void releaseUIDefinition() {
+    g_builder.reset();
+}
+
+GtkWidget* LookUpWidget(const char* id, GType type) {
+    if (id == nullptr) {
+        return nullptr;
+    }
+    if (g_builder == nullptr) {
+        ZRN_LOG('E', "Failed to look up the widget because UI XML is not found.");
+        return nullptr;
+    }
+    GObject* object = gtk_builder_get_object(g_builder.get(), id);
+    if (object == nullptr || !g_type_is_a(G_OBJECT_TYPE(object), type)) {
+        return nullptr;
+    }
+    return GTK_WIDGET(object);
+}
+
+void addWizardStyle() {
+    GdkScreen* screen = gdk_screen_get_default();
+    const auto provider = adoptRef(gtk_css_provider_new());
+    if (screen == nullptr ||
+        gtk_css_provider_load_from_data(provider.get(), kStyle, sizeof kStyle - 1, nullptr) == FALSE) {
+        return;
+    }
+    gtk_style_context_add_provider_for_screen(screen, GTK_STYLE_PROVIDER(provider.get()),
+                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+}
+
+void setLabelText(const char* id, const std::string& text) {
+    if (GtkWidget* label = LookUpWidget(id, GTK_TYPE_LABEL)) {
+        gtk_label_set_text(GTK_LABEL(label), displayText(text).c_str());
+    }
+}
+
+void setButtonLabel(const char* id, const std::string& text) {
+    if (GtkWidget* button = LookUpWidget(id, GTK_TYPE_BUTTON)) {
+        gtk_button_set_label(GTK_BUTTON(button), text.c_str());
+    }
+}
+
+void setSensitive(const char* id, bool sensitive) {
+    if (GtkWidget* widget = LookUpWidget(id)) {
+        gtk_widget_set_sensitive(widget, sensitive ? TRUE : FALSE);
+    }
+}
+
+void setVisible(const char* id, bool visible) {
+    if (GtkWidget* widget = LookUpWidget(id)) {
+        gtk_widget_set_visible(widget, visible ? TRUE : FALSE);
+    }
+}
+
+void setIcon(const char* id, const char* iconName, const char* styleClass) {
+    if (GtkWidget* image = LookUpWidget(id, GTK_TYPE_IMAGE)) {
+        GtkStyleContext* style = gtk_widget_get_style_context(image);
+        gtk_style_context_remove_class(style, kStyleSuccess);
+        gtk_style_context_remove_class(style, kStyleFailure);
+        gtk_style_context_add_class(style, styleClass);
+        g_object_set(image, "icon-name", iconName, nullptr);
+    }
+}
+
+void setEntryVisibility(const char* id, bool visible) {
+    if (GtkWidget* entry = LookUpWidget(id, GTK_TYPE_ENTRY)) {
+        gtk_entry_set_visibility(GTK_ENTRY(entry), visible ? TRUE : FALSE);
+    }
+}
+
+std::string displayText(const std::string& text) {
+    const TextHandle valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
+    return valid.get();
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "GlibHandles.h"
+
+#include <gtk/gtk.h>
+#include <string>
+
+/// The UI definition and the one way to its widgets. GTK main thread only.
+
+/// Makes the process-wide builder and loads the UI definition into it.
+/// @return null on success, else the error. The builder stays until it is released, in both cases.
+[[nodiscard]] ErrorHandle loadUIDefinition(const std::string& path);
+/// Lets go of the builder; every later look-up fails. Widgets in a window that still exists live on with it.
+void releaseUIDefinition();
+
+/// The widget of this id, looked up at each call and owned by the UI definition.
+/// @return null for a null id, for an id that the UI file lacks, for an object of another class, and, with a
+/// log line, without a builder.
+[[nodiscard]] GtkWidget* LookUpWidget(const char* id, GType type = GTK_TYPE_WIDGET);
+
+/// Classes of the wizard's own style.
+inline constexpr char kStyleSuccess[] = "mero-success";
+inline constexpr char kStyleFailure[] = "mero-failure";
+
+/// Adds the wizard's own style to the default screen's, on top of the theme's.
+void addWizardStyle();
+
+// Each of these does nothing when there is no widget of that id and class.
+
+/// Shows a text as it stands in a GtkLabel. Bytes that are no UTF-8 show as replacement characters.
+void setLabelText(const char* id, const std::string& text);
+/// Sets the text of a check or radio button.
+void setButtonLabel(const char* id, const std::string& text);
+void setSensitive(const char* id, bool sensitive);
+void setVisible(const char* id, bool visible);
+/// Shows an icon of the theme in a GtkImage.
+/// @param styleClass  class of the wizard's style that colours it.
+void setIcon(const char* id, const char* iconName, const char* styleClass);
+/// Shows or hides what is typed into a GtkEntry.
+void setEntryVisibility(const char* id, bool visible);
+
+/// The text as valid UTF-8, which is what GTK takes; file names on disk may hold any bytes.
+[[nodiscard]] std::string displayText(const std::string& text);
