@@ -22,6 +22,8 @@ public:
 void appendTime(std::string& line) {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
+    // Unlike localtime, localtime_r need not notice that the time zone has changed.
+    ::tzset();
     ::localtime_r(&now, &local);
     std::array<char, sizeof "-2147481748-12-31 23:59:60"> stamp{};
     line.append(stamp.data(), std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d %H:%M:%S", &local));
