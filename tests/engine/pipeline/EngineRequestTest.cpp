@@ -1,0 +1,241 @@
+#include "EngineRun.h"
+#include "ReturnCodes.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::UnorderedElementsAre;
+
+namespace {
+
+constexpr const char* kHeading =
+    "No instruction found in any config for the following file ID's from request:";
+
+/// Gives access to how a request is taken over.
+class OpenEngine : public MEROEngine {
+public:
+    using MEROEngine::MEROEngine;
+    using MEROEngine::takeRequest;
+};
+
+} // namespace
+
+class RequestRun : public EngineRun {
+protected:
+    RequestRun() { writeThreeItems(); }
+
+    void runRequest(const std::string& text) {
+        EXPECT_EQ(run(writeFile("request.xml", text)), 0u) << m_log.dump();
+        unpack();
+    }
+
+    void refuse(const std::string& text) { expectRefusedRequest(writeFile("request.xml", text)); }
+
+    static std::string named(const std::string& id, const std::string& name) {
+        return "<file id=\"" + id + "\"><name>" + name + "</name></file>";
+    }
+};
+
+TEST_F(RequestRun, CollectsWhatIsWantedAndNothingElse) {
+    runRequest(request({"two", "one"}));
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "two.log", "summary.txt"));
+    EXPECT_THAT(m_listener.messages(), Not(::testing::Contains("Processing about three...")));
+}
+
+TEST_F(RequestRun, EndsTheSummaryWithTheHeadingWhenEveryIdWasFound) {
+    runRequest(request({"one"}));
+    EXPECT_THAT(bundled("summary.txt"), EndsWith(std::string("\n\n") + kHeading + "\n"));
+}
+
+TEST_F(RequestRun, LeavesTheHeadingOutWhenAnIdIsUnknown) {
+    runRequest(request({"one", "unknown"}));
+    EXPECT_THAT(bundled("summary.txt"), Not(HasSubstr(kHeading)));
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "summary.txt"));
+}
+
+TEST_F(RequestRun, CollectsNothingForARequestWithoutFiles) {
+    runRequest("<request><files><file id=\"one\"/></files></request>");
+    EXPECT_THAT(bundledNames(), ElementsAre("summary.txt"));
+    EXPECT_THAT(bundled("summary.txt"), EndsWith(std::string("\n\n") + kHeading + "\n"));
+}
+
+TEST_F(RequestRun, BundlesTheComment) {
+    runRequest(request({"one"}, "<comments><![CDATA[It broke at 5 < 6 & I saw it.]]></comments>"));
+    EXPECT_EQ(bundled("comments.txt"), "Comments from Varnel Corvane user:\nIt broke at 5 < 6 & I saw it.");
+    EXPECT_THAT(bundled("summary.txt"), HasSubstr("comments           comments.txt                  "
+                                                  "Varnel Corvane user comments              64 bytes"));
+}
+
+TEST_F(RequestRun, WritesTheCommentOncePerProcess) {
+    runRequest(request({"one"}, "<comments>first</comments>"));
+    EXPECT_TRUE(exists("unpacked/comments.txt"));
+    runRequest(request({"one"}, "<comments>second</comments>"));
+    EXPECT_FALSE(exists("unpacked/comments.txt"));
+}
+
+TEST_F(RequestRun, NamesSummaryAndCommentsAsAsked) {
+    runRequest(request({"one"}, named("summary", "s.txt") + named("comments", "..c d.txt") +
+                                    "<comments>text</comments>"));
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "s.txt", "..c d.txt", "summary.txt"));
+    EXPECT_THAT(bundled("s.txt"), HasSubstr("MERO BUNDLE SUMMARY"));
+    // The failure block always goes to the usual name. It is empty here, for "summary" stays unprocessed.
+    EXPECT_EQ(bundled("summary.txt"), "");
+}
+
+TEST_F(RequestRun, TakesTheUsualNamesForEmptyOnes) {
+    runRequest(request({"one"}, named("summary", "") + named("comments", " ") + "<comments>text</comments>"));
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "summary.txt", "comments.txt"));
+}
+
+TEST_F(RequestRun, FailsWhenTheSummaryHasTheNameOfAFolder) {
+    writeConfiguration("three.xml", "<fileGroup directoryName=\"sub\"><title>Only</title></fileGroup>");
+    EXPECT_EQ(run(writeFile("request.xml", request({}, named("summary", "sub")))), MEROENGINE_ERROR_INTERNAL);
+    EXPECT_EQ(m_listener.reports().back(),
+              (Report{4, "Internal Error: all configs failed...", MEROENGINE_ERROR_INTERNAL}));
+    EXPECT_TRUE(m_log.contains('E', "fopen failed to open file \"/tmp/MERO_Temp_Bundle__")) << m_log.dump();
+    EXPECT_TRUE(m_log.containsCode('E', "writeSummary", "collector::printSummary",
+                                   MEROENGINE_ERROR_FILE_OPEN_FAILURE))
+        << m_log.dump();
+    EXPECT_TRUE(
+        m_log.containsCode('E', "Collect", "collector::writeSummary", MEROENGINE_ERROR_FILE_OPEN_FAILURE))
+        << m_log.dump();
+}
+
+// Each name would lead to a file outside the bundle.
+TEST_F(RequestRun, RefusesAParentFolderAsSummary) {
+    refuse(request({"one"}, named("summary", "../" + path("evil").substr(5))));
+    EXPECT_FALSE(exists("evil"));
+}
+
+TEST_F(RequestRun, RefusesAnAbsoluteSummary) {
+    refuse(request({"one"}, named("summary", path("evil"))));
+    EXPECT_FALSE(exists("evil"));
+}
+
+TEST_F(RequestRun, RefusesTheParentFolderItself) {
+    refuse(request({}, named("summary", "..")));
+}
+
+TEST_F(RequestRun, RefusesTheFolderItself) {
+    refuse(request({}, named("comments", ".")));
+}
+
+TEST_F(RequestRun, RefusesAParentFolderAsComments) {
+    refuse(request({"one"}, named("comments", "../" + path("evil").substr(5)) + "<comments>text</comments>"));
+    EXPECT_FALSE(exists("evil"));
+}
+
+TEST_F(RequestRun, RefusesASubFolderAsComments) {
+    refuse(request({"one"}, named("comments", "sub/name")));
+}
+
+TEST_F(RequestRun, RefusesABadNameAtAnyDepthAndPlace) {
+    refuse(request({"one"}, named("summary", "good") +
+                                "<file id=\"summary\"><a><b><name>/etc/evil</name></b></a></file>"));
+}
+
+TEST_F(RequestRun, LooksAtNoNameOfAnItem) {
+    runRequest(request({}, named("one", "../../evil")));
+    EXPECT_EQ(bundled("one.log"), "one");
+}
+
+TEST_F(RequestRun, RefusesAMissingFile) {
+    expectRefusedRequest(path("missing.xml"));
+}
+
+TEST_F(RequestRun, RefusesAnEmptyFile) {
+    refuse("");
+}
+
+TEST_F(RequestRun, RefusesAMalformedFile) {
+    refuse("<request><file id=\"one\"></request>");
+}
+
+TEST_F(RequestRun, RefusesATruncatedFile) {
+    refuse("<request><file id=\"one\"></file><comm");
+}
+
+TEST_F(RequestRun, RefusesACommentThatEndsItsSection) {
+    refuse("<request><comments><![CDATA[a]]>b]]></comments></request>");
+}
+
+TEST_F(RequestRun, RefusesBytesThatAreNoText) {
+    refuse(std::string("<request><comments>\xFF\x80</comments></request>"));
+    EXPECT_TRUE(m_log.contains('E', "xml errorCB: ")) << m_log.dump();
+}
+
+TEST_F(RequestRun, RefusesNulBytes) {
+    refuse(std::string("\0\0\0\0<request/>", 14));
+}
+
+TEST_F(RequestRun, RefusesAnEndlessNesting) {
+    std::string text;
+    for (int depth = 0; depth < 100000; ++depth) {
+        text += "<a>";
+    }
+    refuse(text);
+}
+
+TEST_F(RequestRun, RefusesAnEntityBomb) {
+    std::string text = "<!DOCTYPE request [<!ENTITY a0 \"aaaaaaaaaa\">";
+    for (int level = 1; level < 12; ++level) {
+        const std::string former = "&a" + std::to_string(level - 1) + ";";
+        text += "<!ENTITY a" + std::to_string(level) + " \"" + former + former + former + former + former +
+                former + former + former + former + former + "\">";
+    }
+    refuse(text + "]><request><comments>&a11;</comments></request>");
+}
+
+TEST_F(RequestRun, ReadsNoOtherFileThroughAnEntity) {
+    const std::string secret = writeFile("secret", "top secret");
+    EXPECT_NE(run(writeFile("request.xml", "<!DOCTYPE request [<!ENTITY x SYSTEM \"" + secret +
+                                               "\">]><request><comments>&x;</comments></request>")),
+              0u);
+    EXPECT_FALSE(m_log.contains('*', "top secret"));
+}
+
+TEST_F(RequestRun, RefusesAFolder) {
+    expectRefusedRequest(makeFolder("folder.xml"));
+}
+
+TEST_F(RequestRun, RefusesAPipeWithoutWaiting) {
+    ASSERT_EQ(::mkfifo(path("pipe.xml").c_str(), 0600), 0);
+    expectRefusedRequest(path("pipe.xml"));
+}
+
+TEST_F(RequestRun, RefusesASocket) {
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const std::string name = path("s.xml");
+    ASSERT_LT(name.size(), sizeof address.sun_path);
+    name.copy(address.sun_path, name.size());
+    ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    expectRefusedRequest(name);
+}
+
+TEST_F(RequestRun, RefusesALoopingLink) {
+    fs::create_symlink("loop.xml", path("loop.xml"));
+    expectRefusedRequest(path("loop.xml"));
+}
+
+TEST_F(RequestRun, FailsForATreeWithoutARoot) {
+    // No file gives such a tree, since a document without a root isn't well-formed; so it comes by hand.
+    OpenEngine engine("request.xml", path("inst"), m_target, {}, kModeCollect, false, true);
+    MEROXmlObject empty;
+    EXPECT_EQ(engine.takeRequest({&empty}), MEROENGINE_ERROR_NULL_POINTER);
+    EXPECT_THAT(m_listener.reports(),
+                ElementsAre(Report{0, "Internal Error: MERO has encountered an error...",
+                                   MEROENGINE_ERROR_NULL_POINTER}));
+    EXPECT_TRUE(m_log.contains('E', "Internal Error: MERO has encountered an error...")) << m_log.dump();
+}
