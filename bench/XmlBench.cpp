@@ -124,7 +124,7 @@ void ignoreText(void* /*context*/, const xmlChar* /*text*/, int /*length*/) {}
 
 void BareParse(benchmark::State& state) {
     const GeneratedSet& set = generatedSet();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         xmlParserCtxtPtr context = xmlCreateFileParserCtxt(set.file().c_str());
         xmlSAXHandler handler = {};
         handler.startElement = &ignoreStart;
@@ -156,7 +156,7 @@ std::unique_ptr<MEROXmlLoader> readFile(benchmark::State& state, const std::stri
 
 void ReadIntoTree(benchmark::State& state) {
     const GeneratedSet& set = generatedSet();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::unique_ptr<MEROXmlLoader> loader = readFile(state, set.file());
         state.PauseTiming();
         loader.reset();
@@ -168,7 +168,7 @@ BENCHMARK(ReadIntoTree)->Unit(benchmark::kMillisecond);
 
 void ReadAndRelease(benchmark::State& state) {
     const GeneratedSet& set = generatedSet();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(readFile(state, set.file()));
     }
     set.count(state);
@@ -177,7 +177,7 @@ BENCHMARK(ReadAndRelease)->Unit(benchmark::kMillisecond);
 
 void ReadFolder(benchmark::State& state) {
     const GeneratedSet& set = generatedSet();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         MEROXmlLoader loader;
         std::list<MEROXmlObject*> trees;
         if (loader.load(set.folder(), kLoadFolder, trees) == nullptr) {

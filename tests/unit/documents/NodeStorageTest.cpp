@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <new>
 #include <set>
 #include <thread>
 #include <vector>
@@ -45,6 +46,10 @@ TEST(NodeStorage, IgnoresANullPiece) {
     void* piece = NodeStorage::take(16);
     EXPECT_NE(piece, nullptr);
     NodeStorage::giveBack(piece);
+}
+
+TEST(NodeStorage, RefusesAPieceThatIsTooLarge) {
+    EXPECT_THROW(static_cast<void>(NodeStorage::take(NodeStorage::kLargestPieceBytes + 1)), std::bad_alloc);
 }
 
 TEST(NodeStorage, CarvesABlockAgainWhenAllItsPiecesAreBack) {

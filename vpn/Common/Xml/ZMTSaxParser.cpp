@@ -1,5 +1,6 @@
 #include "ZMTSaxParser.h"
 
+#include "BoundedString.h"
 #include "DocumentSource.h"
 #include "Log.h"
 #include "ReturnCodes.h"
@@ -9,7 +10,6 @@
 #include <cctype>
 #include <climits>
 #include <cstdarg>
-#include <cstdio>
 #include <exception>
 #include <string_view>
 
@@ -105,10 +105,10 @@ void errorCB(void* /*context*/, const char* format, ...) {
     char message[kMessageBytes] = "";
     va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(message, sizeof message, format, arguments);
+    formatBoundedV(message, sizeof message, format, arguments);
     va_end(arguments);
     try {
-        ZRN_LOG('E', "xml errorCB: %s", length < 0 ? format : message);
+        ZRN_LOG('E', "xml errorCB: %s", message);
     } catch (...) {
         return; // nothing is left to tell it with
     }

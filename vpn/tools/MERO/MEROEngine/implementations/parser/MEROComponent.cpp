@@ -16,10 +16,6 @@ constexpr bool kNodesInBlocks = false;
 constexpr bool kNodesInBlocks = true;
 #endif
 
-/// Nodes of a larger, derived class are none of ours.
-[[nodiscard]] constexpr bool standsInBlock(std::size_t sizeBytes) {
-    return kNodesInBlocks && sizeBytes == sizeof(MEROComponent);
-}
 static_assert(sizeof(MEROComponent) <= NodeStorage::kLargestPieceBytes);
 
 /// Appends `item` to a list of owned pointers; stays the caller's if that throws.
@@ -73,14 +69,14 @@ MEROComponent::~MEROComponent() {
 }
 
 void* MEROComponent::operator new(std::size_t sizeBytes) {
-    return standsInBlock(sizeBytes) ? NodeStorage::take(sizeBytes) : ::operator new(sizeBytes);
+    return kNodesInBlocks ? NodeStorage::take(sizeBytes) : ::operator new(sizeBytes);
 }
 
-void MEROComponent::operator delete(void* node, std::size_t sizeBytes) noexcept {
-    if (standsInBlock(sizeBytes)) {
+void MEROComponent::operator delete(void* node) noexcept {
+    if (kNodesInBlocks) {
         NodeStorage::giveBack(node);
     } else {
-        ::operator delete(node, sizeBytes);
+        ::operator delete(node);
     }
 }
 

@@ -22,7 +22,7 @@ public:
     virtual ~MEROComponent();
     /// Nodes stand close together: a document is read, copied and let go of in half the time.
     static void* operator new(std::size_t sizeBytes);
-    static void operator delete(void* node, std::size_t sizeBytes) noexcept;
+    static void operator delete(void* node) noexcept;
 
     [[nodiscard]] const std::string& getName() const { return m_name; }
     void setName(const std::string& name) { m_name = name; }

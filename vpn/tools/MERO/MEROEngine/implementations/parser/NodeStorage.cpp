@@ -62,6 +62,9 @@ thread_local CurrentBlock t_current;
 } // namespace
 
 void* NodeStorage::take(std::size_t sizeBytes) {
+    if (sizeBytes > kLargestPieceBytes) {
+        throw std::bad_alloc();
+    }
     const std::size_t bytes = (sizeBytes + kPieceAlignment - 1) / kPieceAlignment * kPieceAlignment;
     Block& block = t_current.withRoomFor(bytes);
     void* piece = reinterpret_cast<std::byte*>(&block) + block.used;
