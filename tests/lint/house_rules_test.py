@@ -61,6 +61,10 @@ class HouseRules(unittest.TestCase):
         self.write("vpn/a.cpp", 'archive.close();\narchive->close();\nCZip::close();\nlog("close(fd)");\nenclose(x);\n')
         self.assertEqual(self.breaches(), [])
 
+    def testReleaseOfWhatAHandleLetGoPasses(self):
+        self.write("vpn/a.cpp", "return ::closedir(m_dir.release()) == 0;\nfclose(file.release());\nclose();\n")
+        self.assertEqual(self.breaches(), [])
+
     def testReleaseInADestructorPasses(self):
         self.write("vpn/a.cpp", "struct Buffer {\n    ~Buffer() { std::free(text); }\n};\n")
         self.assertEqual(self.breaches(), [])
