@@ -1,3 +1,4 @@
+#include "collector.h"
 #include "EngineRun.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
@@ -450,6 +451,18 @@ TEST_F(CollectRun, GoesOnWithoutAFailureBlock) {
         << m_log.dump();
     unpack();
     EXPECT_THAT(bundledNames(), UnorderedElementsAre("two.log", "own.txt"));
+}
+
+TEST_F(CollectRun, LooksForTheUsualFolderWhenACollectorIsGivenNone) {
+    MEROXmlObject empty;
+    std::list<MEROComponent*> unprocessed;
+    collector worker(&empty, unprocessed, m_target, false, true);
+    std::string folder;
+    MEROXmlObject config("configure", "");
+    EXPECT_EQ(worker.Collect(folder, &config), MEROENGINE_ERROR_FILE_OPEN_FAILURE);
+    EXPECT_EQ(folder, kPlainFolder);
+    EXPECT_TRUE(m_log.contains('E', "fopen failed to open file \"" + kPlainFolder + "/summary.txt\""))
+        << m_log.dump();
 }
 
 class ClearRun : public EngineRun {

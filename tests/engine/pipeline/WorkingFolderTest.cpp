@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <list>
 #include <set>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -172,6 +173,18 @@ TEST_F(WorkingFolderTest, FailsWhereTheUserHasNoRights) {
     ASSERT_EQ(::chmod(makeFolder("closed").c_str(), 0500), 0);
     EXPECT_EQ(WorkingFolder(path("closed/work")).claim(true), MEROENGINE_ERROR_ACCESS_DENIED);
     EXPECT_TRUE(m_log.containsCode('E', "claimName", "mkdir", EACCES)) << m_log.dump();
+}
+
+TEST_F(WorkingFolderTest, LeavesNothingBehindWhenItCannotHoldTheFolder) {
+    ChildProcess child([this] {
+        const rlimit none{0, 0};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        const uint32_t code = WorkingFolder(m_plain).claim(false);
+        return std::to_string(code) +
+               (m_log.containsCode('I', "lockFolder", "open", EMFILE) ? " logged" : "");
+    });
+    EXPECT_EQ(child.result(), std::to_string(MEROENGINE_ERROR_ACCESS_DENIED) + " logged");
+    EXPECT_TRUE(fs::is_empty(path()));
 }
 
 TEST_F(WorkingFolderTest, RemovesItsFilesAndKeepsSubFolders) {

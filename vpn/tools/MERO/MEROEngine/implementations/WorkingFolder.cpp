@@ -114,6 +114,11 @@ WorkingFolder::Outcome WorkingFolder::claimName(const std::string& path) {
     case LockResult::NotOurs:
         break;
     }
+    // No descriptor was to be had, or no lock on this file system. The empty folder helps nobody.
+    if (::rmdir(path.c_str()) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('W', "rmdir", error);
+    }
     return Outcome::Refused;
 }
 
