@@ -98,7 +98,7 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
 }
 
 ReadEntries readArchive(const std::string& archive, const std::string& password) {
-    std::vector<std::string> arguments{PYTHON_PROGRAM, READ_ARCHIVE_SCRIPT, archive};
+    std::vector<std::string> arguments{"python3", READ_ARCHIVE_SCRIPT, archive};
     if (!password.empty()) {
         arguments.push_back(password);
     }

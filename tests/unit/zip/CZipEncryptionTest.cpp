@@ -39,11 +39,13 @@ namespace {
 constexpr const char* kPassword = "correct horse 42";
 
 class CZipEncryption : public Sandbox {
-protected:
+public:
     ~CZipEncryption() override {
         g_beforeRandom = nullptr;
         g_randomLimit = 0;
     }
+
+protected:
     uint32_t pack(const std::string& password = kPassword) {
         return m_zip.Zip(path("bundle"), path("bundle.zip"), password, true);
     }

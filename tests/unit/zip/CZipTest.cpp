@@ -8,6 +8,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <memory>
 #include <sys/resource.h>
 #include <sys/stat.h>
