@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -111,15 +112,17 @@ std::vector<std::string> folderOrder(const std::string& folder) {
 }
 
 std::vector<std::string> nastyNames() {
-    return {"line\nfeed.log",
-            "\"quoted\" 'both'.log",
-            "bad\xff\xfe\xc3.log",
-            "\xc3\xa4\xe2\x82\xac.log",
-            " blank .log",
-            std::string(251, 'x') + ".log",
-            "-rf.log",
-            "a*b?[c].log",
-            "%s%n.log"};
+    constexpr const char* kOddBytes[] = {
+        "line\nfeed.log",      "\"quoted\" 'both'.log",
+        "bad\xff\xfe\xc3.log", "\xc3\xa4\xe2\x82\xac.log",
+        " blank .log",         "-rf.log",
+        "a*b?[c].log",         "%s%n.log",
+    };
+    std::vector<std::string> names(std::begin(kOddBytes), std::end(kOddBytes));
+    std::string longest(255, 'x');
+    longest.replace(251, 4, ".log");
+    names.push_back(longest);
+    return names;
 }
 
 size_t openDescriptors() {
