@@ -13,6 +13,7 @@ import zipfile
 from console import MEROCLI, JobTest
 
 PROGRESS = re.compile(r"\A(?:\r.{90} [ \d]{3}%)+\r\n\r\n\Z")
+SOURCE = os.environ["MERO_SOURCE_DIR"]
 SECRET = b"correct horse"
 INVALID_REQUEST = "Internal Error: invalid request XML, please contact your administrator, or run in default mode"
 
@@ -253,6 +254,28 @@ class Encryption(JobTest):
             archive.setpassword(SECRET)
             for name in archive.namelist():
                 self.assertNotIn(SECRET, archive.read(name))
+
+
+class Installed(JobTest):
+    """What `cmake --install` lays down, as a package would be made of it."""
+
+    def testProgramFindsItsConfigurationWhereItIsInstalled(self):
+        build = os.path.dirname(os.path.dirname(MEROCLI))
+        done = subprocess.run(["cmake", "--install", build, "--prefix", self.path("tool")], capture_output=True,
+                              text=True, env=dict(self.environment, DESTDIR=self.path("root")))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        tool = self.path("root" + self.path("tool"))
+        names = sorted(os.listdir(os.path.join(tool, "xml/config")))
+        self.assertEqual(names, sorted(os.listdir(os.path.join(SOURCE, "data/xml/config"))))
+        pages = [os.path.join(folder, name) for folder, _, found in os.walk(self.path("root")) for name in found]
+        self.assertTrue(any(page.endswith("/man/man1/merocli.1") for page in pages), pages)
+
+        for name in names:
+            os.remove(os.path.join(tool, "xml/config", name))
+        shutil.copy(self.path("install/xml/config/sample.xml"), os.path.join(tool, "xml/config"))
+        status, _, errors = self.run_console("collect", "--target", "a.zip", program=os.path.join(tool, "merocli"))
+        self.assertEqual(status, 0, errors)
+        self.assertIn("usual.log", self.names("a.zip"))
 
 
 if __name__ == "__main__":
