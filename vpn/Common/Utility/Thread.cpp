@@ -38,7 +38,9 @@ void Thread::join() {
     if (m_handle == 0 || ::pthread_equal(m_handle, ::pthread_self()) != 0) {
         return;
     }
+    // A thread can be joined once; whoever asks again finds it ended.
     ::pthread_join(m_handle, nullptr);
+    m_handle = 0;
 }
 
 pthread_t Thread::getCurrentThreadId() {

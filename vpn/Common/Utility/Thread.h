@@ -22,7 +22,8 @@ public:
 
     /// Starts a thread in the runnable's run. A failure to create it shows nowhere.
     void start();
-    /// Waits for the thread's end. Returns at once when it was never started or is the caller itself.
+    /// Waits for the thread's end. Returns at once when it was never started, was joined before or is the
+    /// caller itself.
     void join();
     /// The calling thread.
     [[nodiscard]] static pthread_t getCurrentThreadId();
