@@ -49,7 +49,7 @@ mode_t modeOf(const std::string& path) {
 } // namespace
 
 TEST_F(FileCopy, CopiesEveryByteAcrossBlocks) {
-    for (const size_t count : {0, 1, 4095, 4096, 4097, 8192, 1'000'003}) {
+    for (const size_t count : {0u, 1u, 4095u, 4096u, 4097u, 8192u, 1'000'003u}) {
         const std::string content = bytes(count);
         writeFile("a", content);
         EXPECT_EQ(copy("a", "b"), 0u);
