@@ -38,7 +38,9 @@ TEST_F(ConcurrentParse, EachThreadGetsItsOwnTree) {
             const std::string name = "n" + std::to_string(number) + "_" + std::to_string(round);
             MEROXmlLoader loader;
             std::list<MEROXmlObject*> trees;
-            const std::string text = "<r><" + name + " id=\"" + name + "\">" + name + "</" + name + "></r>";
+            std::string text = "<r>";
+            text.append("<").append(name).append(" id=\"").append(name).append("\">").append(name);
+            text.append("</").append(name).append("></r>");
             if (loader.load(text, kLoadText, trees) != nullptr &&
                 trees.front()->GetRoot()->FindChild(name)->getValue() == name) {
                 ++good;

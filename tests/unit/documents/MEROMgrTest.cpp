@@ -11,12 +11,14 @@
 namespace {
 
 class MEROMgrTest : public DocumentTest {
-protected:
+public:
     ~MEROMgrTest() override {
         for (const MEROXmlObject* tree : m_trees) {
             delete tree;
         }
     }
+
+protected:
     MEROMgr load() { return MEROMgr(m_trees, path("set/")); }
     [[nodiscard]] std::multiset<std::string> rootNames() const {
         std::multiset<std::string> names;

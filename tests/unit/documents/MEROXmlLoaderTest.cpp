@@ -8,12 +8,14 @@
 namespace {
 
 class MEROXmlLoaderTest : public DocumentTest {
-protected:
+public:
     ~MEROXmlLoaderTest() override {
         for (const MEROXmlObject* tree : m_owned) {
             delete tree;
         }
     }
+
+protected:
     std::list<MEROXmlObject*>* loadFolder(const std::string& folder) {
         return m_loader.load(folder, kLoadFolder, m_owned);
     }

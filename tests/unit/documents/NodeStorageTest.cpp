@@ -66,6 +66,7 @@ TEST(NodeStorage, KeepsABlockWhileOneOfItsPiecesIsInUse) {
     auto* kept = static_cast<char*>(NodeStorage::take(64));
     std::strcpy(kept, "kept");
     std::vector<void*> others;
+    others.reserve(1000);
     for (int i = 0; i < 1000; ++i) {
         others.push_back(NodeStorage::take(256));
     }
