@@ -22,8 +22,6 @@ public:
 void appendTime(std::string& line) {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
-    // Unlike localtime, localtime_r need not notice that the time zone has changed.
-    ::tzset();
     ::localtime_r(&now, &local);
     std::array<char, sizeof "-2147481748-12-31 23:59:60"> stamp{};
     line.append(stamp.data(), std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d %H:%M:%S", &local));
@@ -32,7 +30,10 @@ void appendTime(std::string& line) {
 } // namespace
 
 CStdoutLogger::CStdoutLogger(const char* identifier)
-    : m_identifier(identifier == nullptr ? "" : identifier) {}
+    : m_identifier(identifier == nullptr ? "" : identifier) {
+    // localtime_r keeps to the zone that the process has seen last.
+    ::tzset();
+}
 
 uint32_t CStdoutLogger::write(uint32_t priority, const char* text, const char* /*messageName*/,
                               uint32_t /*messageId*/, int32_t severity) {

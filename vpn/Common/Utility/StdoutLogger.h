@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// Writes each line to standard output: local time, identifier, process id, level and text.
-/// A line goes out whole, also when several threads log at once.
+/// Writes each line to standard output: local time, identifier, process id, level and text. The time zone is
+/// the one in force when the logger is made. A line goes out whole, also when several threads log at once.
 class CStdoutLogger : public ILogger {
 public:
     /// @param identifier  copied; null counts as empty.
