@@ -209,10 +209,11 @@ void logCatalogMessageV(uint32_t messageId, char severity, va_list arguments) {
     }
 }
 
-void logCatalogMessage(uint32_t messageId, char severity, ...) {
+// An int and not a char: a parameter that promotes can not start an argument list.
+void logCatalogMessage(uint32_t messageId, int severity, ...) {
     va_list arguments;
     va_start(arguments, severity);
-    logCatalogMessageV(messageId, severity, arguments);
+    logCatalogMessageV(messageId, static_cast<char>(severity), arguments);
     va_end(arguments);
 }
 

@@ -39,7 +39,7 @@ public:
                                                  const char* format, ...);
 
 /// Logs the message of a number of the message table, whose row has the format of the arguments.
-void logCatalogMessage(uint32_t messageId, char severity, ...);
+void logCatalogMessage(uint32_t messageId, int severity, ...);
 void logCatalogMessageV(uint32_t messageId, char severity, va_list arguments);
 /// The same as a trace, severity 'T'.
 void logTrace(uint32_t messageId, ...);
