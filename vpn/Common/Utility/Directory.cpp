@@ -12,18 +12,24 @@ namespace {
 
 constexpr mode_t kFolderMode = 0770;
 
-/// Makes one folder; one that is there already is as good.
-bool makeFolder(const std::string& path) {
-    if (::mkdir(path.c_str(), kFolderMode) == 0) {
-        return true;
+/// Makes one folder; one that is there already is as good. @return 0 or an errno.
+int makeFolder(const std::string& path) {
+    return ::mkdir(path.c_str(), kFolderMode) == 0 || errno == EEXIST ? 0 : errno;
+}
+
+/// Makes each folder on the way to the path and the path itself. @return 0 or an errno.
+int makeFolders(const std::string& path) {
+    for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+        if (const int failure = makeFolder(path.substr(0, slash)); failure != 0) {
+            return failure;
+        }
     }
-    const int failure = errno;
-    if (failure == EEXIST) {
-        return true;
+    if (const int failure = makeFolder(path); failure != 0) {
+        return failure;
     }
-    ZRN_LOG_CODE_TEXT('E', "mkdir", failure, "Directory: %s\nError: %s", path.c_str(),
-                      std::strerror(failure));
-    return false;
+    // Looked at once more: what stands in the way of the last one may be a file.
+    return directoryExists(path.c_str()) ? 0 : EEXIST;
 }
 
 } // namespace
@@ -56,7 +62,8 @@ uint32_t Directory::close() {
     if (m_dir == nullptr || ::closedir(m_dir.release()) == 0) {
         return 0;
     }
-    ZRN_LOG_CODE('E', "closedir", errno);
+    const int failure = errno;
+    ZRN_LOG_CODE('E', "closedir", failure);
     return DIRECTORY_ERROR_UNEXPECTED;
 }
 
@@ -85,14 +92,9 @@ uint32_t Directory::CreateNewDirectory(const std::string& path, bool failIfExist
     if (directoryExists(path.c_str())) {
         return failIfExists ? DIRECTORY_ERROR_DIRECTORY_ALREADY_EXISTS : 0;
     }
-    for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
-         slash = path.find('/', slash + 1)) {
-        if (!makeFolder(path.substr(0, slash))) {
-            return DIRECTORY_ERROR_FAILED_TO_CREATE_DIR;
-        }
-    }
-    // Looked at once more: what stands in the way of the last one may be a file.
-    if (!makeFolder(path) || !directoryExists(path.c_str())) {
+    if (const int failure = makeFolders(path); failure != 0) {
+        ZRN_LOG_CODE_TEXT('E', "mkdir", failure, "Directory: %s\nError: %s", path.c_str(),
+                          std::strerror(failure));
         return DIRECTORY_ERROR_FAILED_TO_CREATE_DIR;
     }
     return 0;
