@@ -15,8 +15,29 @@ using Lines = std::list<std::string>;
 
 constexpr mode_t kNewFileMode = 0666; // before the umask
 
-/// Buffer that getline grows.
-using LineBuffer = std::unique_ptr<char, Releaser<&std::free>>;
+/// Buffer that getline grows, which may move it.
+class LineBuffer {
+public:
+    LineBuffer() = default;
+    ~LineBuffer() { std::free(m_text); }
+    LineBuffer(const LineBuffer&) = delete;
+    LineBuffer& operator=(const LineBuffer&) = delete;
+
+    /// @return false at the end and on a read error.
+    [[nodiscard]] bool read(std::FILE* stream, std::string& lineOut) {
+        const ssize_t length = ::getline(&m_text, &m_size, stream);
+        if (length < 0) {
+            return false;
+        }
+        lineOut.assign(m_text, static_cast<std::size_t>(length));
+        CStringUtils::trimTrailingLineEnd(lineOut);
+        return true;
+    }
+
+private:
+    char* m_text = nullptr;
+    std::size_t m_size = 0;
+};
 
 bool logFailure(const char* function, uint32_t line, const char* message) {
     logMessage(function, __FILE__, line, 'E', "%s", message);
@@ -54,14 +75,11 @@ FileHandle openRegular(const char* path, int flags, const char* mode) {
 
 /// Reads lines without their ends. @return false on a read error.
 bool readLines(std::FILE* stream, Lines& linesOut) {
-    char* raw = nullptr;
-    std::size_t rawSize = 0;
-    ssize_t length = 0;
-    while ((length = ::getline(&raw, &rawSize, stream)) >= 0) {
-        std::string& line = linesOut.emplace_back(raw, static_cast<std::size_t>(length));
-        CStringUtils::trimTrailingLineEnd(line);
+    LineBuffer buffer;
+    std::string line;
+    while (buffer.read(stream, line)) {
+        linesOut.push_back(line);
     }
-    const LineBuffer buffer(raw);
     return std::feof(stream) != 0;
 }
 
