@@ -52,22 +52,39 @@ TEST(StdoutLogger, LineHasTimeIdentifierProcessLevelAndText) {
     EXPECT_THAT(possible, ::testing::Contains(line));
 }
 
-TEST(StdoutLogger, TimeIsLocal) {
-    // Half an hour off any whole zone, so that a line in universal time can't look alike.
-    ASSERT_EQ(::setenv("TZ", "XST-11:30", 1), 0);
-    CStdoutLogger logger("id");
-    const std::time_t before = std::time(nullptr) + 11 * 3600 + 1800;
-    const std::string stamp = written(logger, 7, "text", 'E').substr(0, 19);
-    const std::time_t after = std::time(nullptr) + 11 * 3600 + 1800;
-    const auto utcStamp = [](std::time_t seconds) {
-        std::tm broken{};
-        ::gmtime_r(&seconds, &broken);
-        std::array<char, 32> text{};
-        return std::string(text.data(),
-                           std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &broken));
+std::string universalStampOf(std::time_t seconds) {
+    std::tm broken{};
+    ::gmtime_r(&seconds, &broken);
+    std::array<char, 32> stamp{};
+    return {stamp.data(), std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d %H:%M:%S", &broken)};
+}
+
+TEST(StdoutLogger, TimeIsThatOfTheZoneInForceWhenTheLoggerIsMade) {
+    struct Zone {
+        const char* name;
+        std::time_t offsetSeconds;
     };
-    EXPECT_GE(stamp, utcStamp(before));
-    EXPECT_LE(stamp, utcStamp(after));
+    // Both loggers write in the same second, unless the machine is slow.
+    for (const Zone& zone : {Zone{"XST-11:30", 11 * 3600 + 1800}, Zone{"YST+3:30", -3 * 3600 - 1800}}) {
+        ASSERT_EQ(::setenv("TZ", zone.name, 1), 0);
+        CStdoutLogger logger("id");
+        const std::time_t before = std::time(nullptr) + zone.offsetSeconds;
+        const std::string stamp = written(logger, 7, "text", 'E').substr(0, 19);
+        const std::time_t after = std::time(nullptr) + zone.offsetSeconds;
+        EXPECT_GE(stamp, universalStampOf(before)) << zone.name;
+        EXPECT_LE(stamp, universalStampOf(after)) << zone.name;
+    }
+}
+
+TEST(StdoutLogger, TimeGoesOnFromSecondToSecond) {
+    CStdoutLogger logger("id");
+    const std::string first = written(logger, 7, "text", 'E').substr(0, 19);
+    std::string last = first;
+    const std::time_t limit = std::time(nullptr) + 60;
+    while (last == first && std::time(nullptr) < limit) {
+        last = written(logger, 7, "text", 'E').substr(0, 19);
+    }
+    EXPECT_GT(last, first);
 }
 
 TEST(StdoutLogger, LineFeedsBecomeBlanks) {
