@@ -42,6 +42,8 @@ int formatBoundedV(char* buffer, uint32_t sizeBytes, const char* format, va_list
     if (buffer == nullptr || sizeBytes == 0 || format == nullptr) {
         return static_cast<int>(sizeBytes);
     }
+    // The callers have started the list; the analyzer loses that where it is handed on as a pointer.
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     const int length = std::vsnprintf(buffer, sizeBytes, format, arguments);
     buffer[sizeBytes - 1] = '\0';
     return length < 0 ? static_cast<int>(sizeBytes) : length;

@@ -34,11 +34,12 @@ std::string homeOf(const std::string& userName) {
     std::vector<char> buffer(1024);
     passwd entry{};
     passwd* found = nullptr;
-    int failure = 0;
-    while ((failure = userName.empty()
-                          ? ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found)
-                          : ::getpwnam_r(userName.c_str(), &entry, buffer.data(), buffer.size(), &found)) ==
-           ERANGE) {
+    const auto look = [&] {
+        return userName.empty()
+                   ? ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found)
+                   : ::getpwnam_r(userName.c_str(), &entry, buffer.data(), buffer.size(), &found);
+    };
+    while (look() == ERANGE) {
         buffer.resize(buffer.size() * 2);
     }
     return found == nullptr ? std::string() : std::string(found->pw_dir) + "/";

@@ -18,24 +18,21 @@ constexpr mode_t kNewFileMode = 0666; // before the umask
 /// Buffer that getline grows, which may move it.
 class LineBuffer {
 public:
-    LineBuffer() = default;
-    ~LineBuffer() { std::free(m_text); }
-    LineBuffer(const LineBuffer&) = delete;
-    LineBuffer& operator=(const LineBuffer&) = delete;
-
     /// @return false at the end and on a read error.
     [[nodiscard]] bool read(std::FILE* stream, std::string& lineOut) {
-        const ssize_t length = ::getline(&m_text, &m_size, stream);
+        char* text = m_text.release();
+        const ssize_t length = ::getline(&text, &m_size, stream);
+        m_text.reset(text);
         if (length < 0) {
             return false;
         }
-        lineOut.assign(m_text, static_cast<std::size_t>(length));
+        lineOut.assign(text, static_cast<std::size_t>(length));
         CStringUtils::trimTrailingLineEnd(lineOut);
         return true;
     }
 
 private:
-    char* m_text = nullptr;
+    std::unique_ptr<char, Releaser<&std::free>> m_text;
     std::size_t m_size = 0;
 };
 
