@@ -15,6 +15,11 @@ using Lines = std::list<std::string>;
 
 constexpr mode_t kNewFileMode = 0666; // before the umask
 
+struct TextReleaser {
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): getline takes its memory from malloc.
+    void operator()(char* text) const { std::free(text); }
+};
+
 /// Buffer that getline grows, which may move it.
 class LineBuffer {
 public:
@@ -32,7 +37,7 @@ public:
     }
 
 private:
-    std::unique_ptr<char, Releaser<&std::free>> m_text;
+    std::unique_ptr<char, TextReleaser> m_text;
     std::size_t m_size = 0;
 };
 
