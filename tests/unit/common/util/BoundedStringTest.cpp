@@ -17,7 +17,7 @@ public:
     [[nodiscard]] uint32_t size() const { return m_size; }
     [[nodiscard]] std::string text() const {
         EXPECT_NE(std::string_view(m_bytes).substr(0, m_size).find('\0'), std::string_view::npos);
-        return m_bytes.c_str();
+        return m_bytes.substr(0, m_bytes.find('\0'));
     }
     [[nodiscard]] bool guardIsIntact() const { return m_bytes.substr(m_size) == "####"; }
 

@@ -11,8 +11,8 @@ namespace {
 
 class StoragePath : public Sandbox {
 protected:
-    StoragePath() { EXPECT_EQ(CStoragePath::CreateSingletonInstance(m_paths), 0U); }
-    ~StoragePath() override {
+    void SetUp() override { ASSERT_EQ(CStoragePath::CreateSingletonInstance(m_paths), 0U); }
+    void TearDown() override {
         while (CStoragePath::getReferenceCount() > 0) {
             CStoragePath::releaseInstance(m_paths);
         }

@@ -19,6 +19,7 @@ constexpr int kRoundsInStep = 50;
 
 void onAllThreads(const std::function<void(int)>& work) {
     std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&work, i] { work(i); });
     }
