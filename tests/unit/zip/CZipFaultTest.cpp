@@ -1,18 +1,29 @@
 #include "ArchiveTools.h"
 #include "CapturedLog.h"
 #include "CZip.h"
+#include "Log.h"
+#include "Logger.h"
 #include "ReturnCodes.h"
 #include "Sandbox.h"
 
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
+
+/// The library loses the front of an entry's directory record when the entry can't be begun for want of room:
+/// some kilobytes at most, once an archive. The leak sanitizer asks for this function by its name.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is the sanitizer's
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:zipOpenNewFileInZip4_64";
+}
 
 namespace {
 
@@ -149,6 +160,68 @@ TEST_P(CZipFaultByPassword, AFullFileSystemLeavesNoArchive) {
     EXPECT_EQ(code, kWriteFailed);
     EXPECT_FALSE(isLeft);
     EXPECT_TRUE(namesAFailedCall()) << m_log.dump();
+}
+
+/// Gives the disk its room back as soon as the first failure is logged, which is just too late for the
+/// archive.
+class LateSpace : public Sandbox {
+protected:
+    uint32_t packWithin(uint64_t limitBytes, const std::string& content, const std::string& entryName,
+                        const std::string& password) {
+        const std::string file = writeFile("a.log", content);
+        std::optional<FileSizeLimit> limit(limitBytes);
+        const CLogClient log(nullptr, "test", std::make_unique<Liberator>(limit, m_firstFailure));
+        return CZip().createZipFile({file}, path("bundle.zip"), {entryName}, password);
+    }
+
+    std::string m_firstFailure;
+
+private:
+    class Liberator : public ILogger {
+    public:
+        Liberator(std::optional<FileSizeLimit>& limit, std::string& firstFailure)
+            : m_limit(limit), m_firstFailure(firstFailure) {}
+        uint32_t write(uint32_t /*priority*/, const char* text, const char* /*messageName*/,
+                       uint32_t /*messageId*/, int32_t severity) override {
+            if (severity == 'E' && m_limit) {
+                m_limit.reset();
+                m_firstFailure = text;
+            }
+            return 0;
+        }
+
+    private:
+        std::optional<FileSizeLimit>& m_limit;
+        std::string& m_firstFailure;
+    };
+};
+
+TEST_F(LateSpace, DoesNotHealAnEntryThatLacksData) {
+    for (const char* password : {"", kPassword}) {
+        EXPECT_EQ(packWithin(1000, noise(200000), "a.log", password), kWriteFailed);
+        EXPECT_NE(m_firstFailure.find("Invoked Function: zipWriteInFileInZip\n"), std::string::npos)
+            << m_firstFailure;
+        EXPECT_FALSE(exists("bundle.zip"));
+    }
+}
+
+TEST_F(LateSpace, DoesNotHealAnEntryThatCouldNotBeEnded) {
+    for (const char* password : {"", kPassword}) {
+        EXPECT_EQ(packWithin(20, "text", "a.log", password), kWriteFailed);
+        EXPECT_NE(m_firstFailure.find("Invoked Function: zipCloseFileInZip"), std::string::npos)
+            << m_firstFailure;
+        EXPECT_FALSE(exists("bundle.zip"));
+    }
+}
+
+TEST_F(LateSpace, DoesNotHealAnEntryWhoseFrontIsMissing) {
+    // A name longer than the stream's buffer goes to the disk at once.
+    for (const char* password : {"", kPassword}) {
+        EXPECT_EQ(packWithin(20, "text", std::string(9000, 'n'), password), kWriteFailed);
+        EXPECT_NE(m_firstFailure.find("Invoked Function: zipOpenNewFileInZip"), std::string::npos)
+            << m_firstFailure;
+        EXPECT_FALSE(exists("bundle.zip"));
+    }
 }
 
 /// The bytes that reached the disk from an archive of one sparse file, which breaks off long before the

@@ -130,11 +130,15 @@ EntryResult entryNotBegun(const char* invokedFunction, int result, const std::st
     return {0, true};
 }
 
-/// What follows from the end of an entry, after a write result that may already be bad.
-EntryResult entryEnded(int writeResult, const char* closeFunction, int closeResult, const std::string& path) {
+void logWriteFailure(int writeResult, const std::string& path) {
     if (writeResult != ZIP_OK) {
         logArchiveFailure('E', "zipWriteInFileInZip", writeResult, path);
     }
+}
+
+/// What follows from the end of an entry. One that could not be written stays a failure, even if it could be
+/// ended, because there was room again.
+EntryResult entryEnded(int writeResult, const char* closeFunction, int closeResult, const std::string& path) {
     if (closeResult < 0) {
         logArchiveFailure('E', closeFunction, closeResult, path);
         return {static_cast<uint32_t>(closeResult), true};
@@ -159,6 +163,7 @@ EntryResult appendPlain(ZipArchive& archive, const PackedFile& file) {
             offset += part.size();
         }
     }
+    logWriteFailure(writeResult, file.path);
     return entryEnded(writeResult, "zipCloseFileInZip", archive.closeEntry(), file.path);
 }
 
@@ -210,6 +215,7 @@ EntryResult appendEncrypted(ZipArchive& archive, const PackedFile& file, int sou
     if (writeResult == ZIP_OK) {
         writeResult = packEncrypted(archive, cipher, deflater, source, expected, actual);
     }
+    logWriteFailure(writeResult, file.path);
     if (writeResult == ZIP_OK && actual.crc != expected.crc) {
         logMessage("createZipFile", __FILE__, __LINE__, 'E',
                    "\"%s\" was changed while it was packed; its entry is damaged.", file.path.c_str());
