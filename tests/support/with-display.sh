@@ -1,8 +1,15 @@
 #!/usr/bin/env bash
 # Runs a command with a display, a session bus and an accessibility bus of its own, and ends them with it:
-#   with-display.sh COMMAND [ARGUMENT...]
+#   with-display.sh [--whole-stacks] COMMAND [ARGUMENT...]
 # Nothing of the caller's session is used, so any number may run at once. The exit status is that of the command.
+# With --whole-stacks the address sanitizer records the callers in libraries without frame pointers too, which is slow:
+# for what can't be told from a leak of ours otherwise.
 set -euo pipefail
+
+if [[ ${1:-} == --whole-stacks ]]; then
+    shift
+    export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}fast_unwind_on_malloc=0
+fi
 
 # Listing the tests of a program needs no display.
 for argument in "$@"; do

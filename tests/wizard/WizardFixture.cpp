@@ -2,7 +2,7 @@
 
 #include "GlibHandles.h"
 
-#include <regex>
+#include <utility>
 
 namespace {
 
@@ -55,7 +55,14 @@ void Wizard::writeUIFile(const std::string& content) const {
 void Wizard::openWithout(const std::string& id) {
     std::string content = realUIFile();
     ASSERT_NE(content.find('"' + id + '"'), std::string::npos) << id;
-    writeUIFile(std::regex_replace(content, std::regex("\\b" + id + "\\b"), "gone"));
+    // As an attribute, and as the text of a property that refers to the widget.
+    for (const auto& [before, after] : {std::pair('"', '"'), std::pair('>', '<')}) {
+        const std::string quoted = before + id + after;
+        for (std::size_t at = content.find(quoted); at != std::string::npos; at = content.find(quoted, at)) {
+            content.replace(at + 1, id.size(), "gone");
+        }
+    }
+    writeUIFile(content);
     open(path() + "/");
 }
 

@@ -14,11 +14,13 @@
 /// A wizard with the real UI file on a real display, driven through its widgets. GLib's warnings end the
 /// test.
 class Wizard : public Sandbox {
+public:
+    ~Wizard() override;
+
 protected:
     static void SetUpTestSuite();
 
     Wizard();
-    ~Wizard() override;
 
     /// Makes the window, with the UI file of the build or with that of another folder.
     void open(const std::string& programFolder = {});
@@ -37,12 +39,12 @@ protected:
     static void expectQuits(const std::function<void()>& action);
 
     static void click(const char* button);
-    static void press(const char* widget, guint key);
+    static void press(const char* id, guint key);
     static void setActive(const char* toggle, bool active);
     static void type(const char* entry, const std::string& text);
     static void setComment(const std::string& text);
     /// Presses Next as often as it takes to come to a page of the typical or the custom walk.
-    void walkTo(WizardPage page, bool typical = true);
+    void walkTo(WizardPage target, bool typical = true);
 
     [[nodiscard]] static int page();
     [[nodiscard]] static std::string label(const char* id);

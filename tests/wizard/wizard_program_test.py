@@ -172,13 +172,15 @@ class ScreenReader(WizardTest):
         self.press("Next")
         self.press("Custom", "radio button")
         controls = []
-        for header in ("File Selection", "Target Bundle Location and Comments", "Bundle Encryption Option"):
+        fields = (("tree table", "Select the files to be collected."), ("text", "Enter any comments for the bundle."),
+                  ("check box", "Mask Password"))
+        for role, caption in fields:
             self.press("Next")
-            self.find("label", header)
+            self.find(role, caption)
             controls += [(widget.get_role_name(), self.names(widget)) for widget in self.widgets()
                          if widget.get_state_set().contains(Atspi.StateType.FOCUSABLE)]
         roles = {role for role, _ in controls}
-        self.assertLessEqual({"push button", "check box", "text", "tree table"}, roles)
+        self.assertEqual(roles, {"push button", "check box", "text", "password text", "tree table"})
         self.assertEqual([control for control in controls if not control[1]], [])
         self.press("Cancel")
         self.wait_for_exit()

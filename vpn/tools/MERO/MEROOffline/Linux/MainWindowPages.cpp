@@ -1,3 +1,4 @@
+#include "HandlerGuard.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
 #include "UserTexts.h"
@@ -172,11 +173,11 @@ void CMEROGtkMainWindow::leaveEncryptionPage() {
 }
 
 void CMEROGtkMainWindow::onNextClicked(GtkButton* /*button*/, gpointer window) {
-    windowOf(window).goNext();
+    runHandler(__func__, [&] { windowOf(window).goNext(); });
 }
 
 void CMEROGtkMainWindow::onBackClicked(GtkButton* /*button*/, gpointer window) {
-    windowOf(window).goBack();
+    runHandler(__func__, [&] { windowOf(window).goBack(); });
 }
 
 void CMEROGtkMainWindow::onEncryptionToggled(GtkToggleButton* button, gpointer /*window*/) {

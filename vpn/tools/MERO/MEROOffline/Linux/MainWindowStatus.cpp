@@ -1,3 +1,4 @@
+#include "HandlerGuard.h"
 #include "MEROGtkMainWindow.h"
 #include "ReturnCodes.h"
 #include "UserTexts.h"
@@ -37,26 +38,28 @@ void CMEROGtkMainWindow::updateStatus(const MEROStatusInfo* info, uint64_t statu
 }
 
 gboolean CMEROGtkMainWindow::onProgressIdle(gpointer window) {
-    windowOf(window).showProgress();
+    runHandler(__func__, [&] { windowOf(window).showProgress(); });
     return G_SOURCE_REMOVE;
 }
 
 gboolean CMEROGtkMainWindow::onTreeReadyIdle(gpointer window) {
-    const CMEROGtkMainWindow& self = windowOf(window);
-    if (self.m_pWindow != nullptr && self.m_pFileSelDlg != nullptr) {
-        self.m_pFileSelDlg->populate();
-    }
+    runHandler(__func__, [&] {
+        const CMEROGtkMainWindow& self = windowOf(window);
+        if (self.m_pWindow != nullptr && self.m_pFileSelDlg != nullptr) {
+            self.m_pFileSelDlg->populate();
+        }
+    });
     return G_SOURCE_REMOVE;
 }
 
 gboolean CMEROGtkMainWindow::onRequestReadyIdle(gpointer window) {
     // There is no writer whose file could be named, so the job runs without a request.
-    windowOf(window).startMERO("");
+    runHandler(__func__, [&] { windowOf(window).startMERO(""); });
     return G_SOURCE_REMOVE;
 }
 
 gboolean CMEROGtkMainWindow::onResultIdle(gpointer window) {
-    windowOf(window).showResult();
+    runHandler(__func__, [&] { windowOf(window).showResult(); });
     return G_SOURCE_REMOVE;
 }
 

@@ -1,5 +1,5 @@
 #include "GlibHandles.h"
-#include "Log.h"
+#include "HandlerGuard.h"
 #include "MEROGtkMainWindow.h"
 #include "Names.h"
 #include "UserTexts.h"
@@ -48,7 +48,7 @@ void CMEROGtkMainWindow::showMessageDialog(GtkMessageType type, const std::strin
 }
 
 void CMEROGtkMainWindow::onBrowseClicked(GtkButton* /*button*/, gpointer window) {
-    static_cast<CMEROGtkMainWindow*>(window)->browse();
+    runHandler(__func__, [&] { static_cast<CMEROGtkMainWindow*>(window)->browse(); });
 }
 
 void CMEROGtkMainWindow::browse() {

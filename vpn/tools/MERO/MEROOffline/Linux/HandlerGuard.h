@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Log.h"
+
+#include <exception>
+
+/// Runs the body of a handler that GTK or GLib calls. Their frames can't be unwound, so what the body throws
+/// (out of memory, in practice) ends here with a log line, and the handler counts as done.
+/// @param function  the handler's name in the log.
+template <typename Body> void runHandler(const char* function, Body body) noexcept {
+    try {
+        body();
+    } catch (const std::exception& error) {
+        logMessage(function, __FILE__, __LINE__, 'E', "The handler can't go on: %s", error.what());
+    }
+}
