@@ -73,8 +73,8 @@ TEST(SummaryCell, IsCutOrFilledToItsWidth) {
 }
 
 TEST(SummaryRow, PrintsALineOfBlanksForEmptyCells) {
-    EXPECT_EQ(summaryText::row({}, summaryText::kIncludedWidths), std::string(101, ' ') + "\n");
-    EXPECT_EQ(summaryText::row({}, summaryText::kOmittedWidths), std::string(141, ' ') + "\n");
+    EXPECT_EQ(summaryText::row({}, summaryText::kIncludedWidths), std::string(101, ' ').append("\n"));
+    EXPECT_EQ(summaryText::row({}, summaryText::kOmittedWidths), std::string(141, ' ').append("\n"));
 }
 
 TEST(SummaryRow, LeavesTheOtherColumnsBlankFromTheSecondLineOn) {

@@ -66,7 +66,7 @@ TEST(ReportProgress, PrintsAStepInPlaceOnTheConsole) {
 }
 
 TEST(ReportProgress, CutsALongStepAtNinetyBytesOnTheConsole) {
-    EXPECT_EQ(printed(12, std::string(89, 'x') + "\xC3\xA4 and more", kStep),
+    EXPECT_EQ(printed(12, std::string(89, 'x').append("\xC3\xA4 and more"), kStep),
               "\r" + std::string(89, 'x') + "\xC3  12%");
 }
 
