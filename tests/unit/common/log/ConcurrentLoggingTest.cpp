@@ -23,6 +23,7 @@ constexpr int kLines = 300;
 template <typename Body> void onAllThreads(const Body& body) {
     std::latch ready(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         threads.emplace_back([&, number] {
             ready.arrive_and_wait();

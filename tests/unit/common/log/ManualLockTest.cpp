@@ -110,6 +110,7 @@ TEST(ManualLock, KeepsThreadsApart) {
     // A plain counter: only the lock keeps the additions from getting lost.
     int counter = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         threads.emplace_back([&] {
             for (int round = 0; round < kRounds; ++round) {

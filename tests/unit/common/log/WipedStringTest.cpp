@@ -294,7 +294,7 @@ TEST(WipedString, PlainStringIsWipedInPlace) {
     }
     std::string small(kSecret);
     wipe(small);
-    EXPECT_FALSE(showsSecret(&small, sizeof small));
+    EXPECT_FALSE(showsSecret(small.data(), small.capacity()));
 }
 
 TEST(WipedString, SwapOfOwnersNeverFreesASecret) {
