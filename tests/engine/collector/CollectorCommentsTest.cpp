@@ -9,7 +9,6 @@
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 class CollectorComments : public CollectorTest {
 protected:

@@ -2,10 +2,12 @@
 #include "EngineRun.h"
 #include "ReturnCodes.h"
 
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <list>
 #include <random>
 #include <sched.h>
 #include <sys/mount.h>
@@ -17,13 +19,13 @@
 
 namespace fs = std::filesystem;
 using ::testing::AllOf;
-using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::UnorderedElementsAre;
 
 namespace {
+
+constexpr std::size_t kKiB = 1024;
 
 /// Bytes that deflate can't make smaller.
 std::string noise(std::size_t size) {
@@ -64,6 +66,32 @@ protected:
         });
         return child.result();
     }
+
+    /// Starts four processes that each run a job as soon as `wait` returns.
+    void startFourRuns(const std::function<void()>& wait) {
+        writeThreeItems();
+        for (int i = 0; i < 4; ++i) {
+            m_runs.emplace_back([&, i] {
+                wait();
+                m_target = path("out" + std::to_string(i) + ".zip");
+                return std::to_string(run());
+            });
+        }
+    }
+
+    void expectFourBundles() {
+        int i = 0;
+        for (ChildProcess& child : m_runs) {
+            EXPECT_EQ(child.result(), "0");
+            unpack("out" + std::to_string(i++) + ".zip");
+            EXPECT_THAT(bundledNames(),
+                        UnorderedElementsAre("one.log", "two.log", "three.log", "summary.txt"));
+            EXPECT_EQ(bundled("one.log") + bundled("two.log") + bundled("three.log"), "onetwothree");
+        }
+        EXPECT_THAT(leftFolders(), IsEmpty());
+    }
+
+    std::list<ChildProcess> m_runs;
 
     static std::string ending(uint32_t code, const std::string& message) {
         return std::to_string(code) + " " + message;
@@ -128,10 +156,10 @@ TEST_F(FaultRun, DoesNotCrashOnOddFolderNamesInTheConfiguration) {
 
 TEST_F(FaultRun, TellsOfFilesThatNoLongerFitOnTheDisk) {
     // The part of it that fits goes into the archive, and so must get small there.
-    writeFile("logs/big.log", std::string(64 * 1024, 'x'));
+    writeFile("logs/big.log", std::string(64 * kKiB, 'x'));
     writeFile("logs/small.log", "small");
     collectFolder(path("logs"));
-    EXPECT_EQ(endOfRun([] { limitFileSize(16 * 1024); }), ending(0, "MERO has finished... "));
+    EXPECT_EQ(endOfRun([] { limitFileSize(16 * kKiB); }), ending(0, "MERO has finished... "));
     unpack();
     EXPECT_EQ(bundled("small.log"), "small");
     EXPECT_THAT(bundled("summary.txt"),
@@ -150,10 +178,10 @@ TEST_F(FaultRun, FailsWhenNoSummaryFitsOnTheDisk) {
 
 TEST_F(FaultRun, FailsWhenTheArchiveNoLongerFitsOnTheDisk) {
     for (const std::string name : {"a", "b", "c", "d"}) {
-        writeFile("logs/" + name, noise(12 * 1024));
+        writeFile("logs/" + name, noise(12 * kKiB));
     }
     collectFolder(path("logs"));
-    EXPECT_EQ(endOfRun([] { limitFileSize(16 * 1024); }),
+    EXPECT_EQ(endOfRun([] { limitFileSize(16 * kKiB); }),
               ending(MEROENGINE_ERROR_WRITE_FAILURE, "Internal Error: failed to zip the bundle..."));
     EXPECT_THAT(leftFolders(), IsEmpty());
 }
@@ -172,7 +200,7 @@ TEST_F(FaultRun, FailsWhenTheTargetsFileSystemIsFull) {
         GTEST_SKIP() << "mounting needs root";
     }
     for (const std::string name : {"a", "b", "c", "d"}) {
-        writeFile("logs/" + name, noise(12 * 1024));
+        writeFile("logs/" + name, noise(12 * kKiB));
     }
     collectFolder(path("logs"));
     const std::string disk = makeFolder("disk");
@@ -210,48 +238,22 @@ TEST_F(FaultRun, FailsWhenTheWorkingFolderCannotBeMade) {
 }
 
 TEST_F(FaultRun, CompletesFourRunsInTheSameSecond) {
-    writeThreeItems();
     std::array<int, 2> gate{};
     ASSERT_EQ(::pipe(gate.data()), 0);
-    std::vector<std::unique_ptr<ChildProcess>> children;
-    for (int i = 0; i < 4; ++i) {
-        children.push_back(std::make_unique<ChildProcess>([&, i] {
-            char byte = 0;
-            ::close(gate[1]);
-            // Ends for all at once when the last writing end is closed.
-            if (::read(gate[0], &byte, 1) != 0) {
-                return std::string("no start");
-            }
-            m_target = path("out" + std::to_string(i) + ".zip");
-            return std::to_string(run());
-        }));
-    }
+    startFourRuns([&gate] {
+        char byte = 0;
+        ::close(gate[1]);
+        // Ends for all at once when the last writing end is closed.
+        static_cast<void>(::read(gate[0], &byte, 1) == 0);
+    });
     ::close(gate[0]);
     ::close(gate[1]);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(children[static_cast<std::size_t>(i)]->result(), "0");
-        unpack("out" + std::to_string(i) + ".zip");
-        EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "two.log", "three.log", "summary.txt"));
-        EXPECT_EQ(bundled("one.log") + bundled("two.log") + bundled("three.log"), "onetwothree");
-    }
-    EXPECT_THAT(leftFolders(), IsEmpty());
+    expectFourBundles();
 }
 
 TEST_F(FaultRun, CompletesFourRunsOverALeftOverFolder) {
-    writeThreeItems();
     fs::create_directory(kPlainFolder);
     writeFile(kPlainFolder + "/old.log", "old");
-    std::vector<std::unique_ptr<ChildProcess>> children;
-    for (int i = 0; i < 4; ++i) {
-        children.push_back(std::make_unique<ChildProcess>([&, i] {
-            m_target = path("out" + std::to_string(i) + ".zip");
-            return std::to_string(run());
-        }));
-    }
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(children[static_cast<std::size_t>(i)]->result(), "0");
-        unpack("out" + std::to_string(i) + ".zip");
-        EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "two.log", "three.log", "summary.txt"));
-    }
-    EXPECT_THAT(leftFolders(), IsEmpty());
+    startFourRuns([] {});
+    expectFourBundles();
 }

@@ -12,7 +12,6 @@
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 namespace {
 

@@ -15,9 +15,11 @@
 /// and a listener. Working folders that a test leaves behind are removed; those of jobs outside of the tests
 /// are left alone. Its tests take the lock working_folder, because the working folder's name is fixed.
 class EngineRun : public Sandbox {
+public:
+    ~EngineRun() override;
+
 protected:
     EngineRun();
-    ~EngineRun() override;
 
     /// Writes a configuration file; `groups` stands inside its root.
     void writeConfiguration(const std::string& name, const std::string& groups) const;

@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <regex>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -14,10 +13,12 @@
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ContainsRegex;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
@@ -103,8 +104,7 @@ TEST_F(CollectRun, TakesASuffixWhenThereIsNoOldFolder) {
     writeThreeItems();
     const std::set<std::string> names = foldersAtZipping();
     ASSERT_EQ(names.size(), 1u);
-    EXPECT_TRUE(
-        std::regex_match(*names.begin(), std::regex("MERO_Temp_Bundle__[0-9]{4}_[0-9]{4}_[0-9]{1,5}")));
+    EXPECT_THAT(*names.begin(), MatchesRegex("MERO_Temp_Bundle__[0-9]{4}_[0-9]{4}_[0-9]{1,5}"));
     EXPECT_TRUE(m_log.containsCode('W', "runCollectorThreads", "helperUtil::fileDeleteDirectory",
                                    MEROENGINE_ERROR_ACCESS_DENIED))
         << m_log.dump();
@@ -285,13 +285,11 @@ TEST_F(CollectRun, GoesOnWhenOneOfTwoConfigurationsFails) {
 TEST_F(CollectRun, LogsTheWorkOfEachThread) {
     writeThreeItems();
     EXPECT_EQ(run(), 0u);
-    const std::string text = m_log.dump();
-    EXPECT_TRUE(std::regex_search(text, std::regex("Thread [0-9]+ Starting Collection"))) << text;
-    EXPECT_TRUE(std::regex_search(text, std::regex("Thread [0-9]+ Continuing Collection On about one")))
-        << text;
-    EXPECT_TRUE(std::regex_search(
-        text, std::regex("Thread [0-9]+ Completed Collection\\. Looking for a new task\\.\\.\\.")))
-        << text;
+    EXPECT_THAT(
+        m_log.dump(),
+        AllOf(ContainsRegex("Thread [0-9]+ Starting Collection"),
+              ContainsRegex("Thread [0-9]+ Continuing Collection On about one"),
+              ContainsRegex("Thread [0-9]+ Completed Collection\\. Looking for a new task\\.\\.\\.")));
 }
 
 TEST_F(CollectRun, AddsTheZipExtensionUnlessItIsThere) {

@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 
 using ::testing::Contains;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
