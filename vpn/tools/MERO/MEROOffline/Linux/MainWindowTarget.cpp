@@ -13,7 +13,7 @@ constexpr std::size_t kMaximumCommentBytes = 2048;
 
 } // namespace
 
-// The limit is on bytes, which is what the bundle's comment file is cut by, although the message speaks of
+// The limit is on bytes, which is what a request file is measured by, although the message speaks of
 // characters.
 bool CMEROGtkMainWindow::validateComments() {
     GtkWidget* view = LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW);
