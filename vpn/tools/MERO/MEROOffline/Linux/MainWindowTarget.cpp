@@ -13,8 +13,8 @@ constexpr std::size_t kMaximumCommentBytes = 2048;
 
 } // namespace
 
-// The limit is on bytes, which is what a request file is measured by, although the message speaks of
-// characters.
+// The limit is on bytes, although the message speaks of characters: a text of several bytes a character is
+// refused earlier, and the number shown is its bytes.
 bool CMEROGtkMainWindow::validateComments() {
     GtkWidget* view = LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW);
     GtkTextBuffer* buffer = view == nullptr ? nullptr : gtk_text_view_get_buffer(GTK_TEXT_VIEW(view));
