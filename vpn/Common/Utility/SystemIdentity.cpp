@@ -121,7 +121,7 @@ bool readOSReleaseText(std::string& textOut, const OSReleaseFiles& files) {
         if (!fileExists(file->c_str())) {
             continue;
         }
-        const FileHandle stream = openRegularFile(file->c_str());
+        const FileHandle stream = openTextFile(file->c_str());
         if (stream == nullptr) {
             return false;
         }

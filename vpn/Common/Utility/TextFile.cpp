@@ -1,6 +1,7 @@
 #include "TextFile.h"
 
 #include "Log.h"
+#include "RegularFile.h"
 #include "StringUtils.h"
 
 #include <algorithm>
@@ -59,13 +60,9 @@ constexpr const char* kUpdateFailed = "Failed to update file ";
 
 /// Opens a regular file; null with errno set if it is anything else.
 FileHandle openRegular(const char* path, int flags, const char* mode) {
-    FileDescriptor fd(::open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kNewFileMode));
-    struct stat attributes {};
-    if (!fd || ::fstat(fd.get(), &attributes) != 0) {
-        return nullptr;
-    }
-    if (!S_ISREG(attributes.st_mode)) {
-        errno = EINVAL;
+    FileDescriptor fd;
+    if (const int error = openRegularFile(path, flags, fd, kNewFileMode); error != 0) {
+        errno = error;
         return nullptr;
     }
     FileHandle stream(::fdopen(fd.get(), mode));
@@ -87,7 +84,7 @@ bool readLines(std::FILE* stream, Lines& linesOut) {
 
 /// Reads a whole file and logs what goes wrong in the name of the caller.
 bool readFile(const char* function, const std::string& file, const char* readFailed, Lines& linesOut) {
-    const FileHandle stream = openRegularFile(file.c_str());
+    const FileHandle stream = openTextFile(file.c_str());
     if (stream == nullptr) {
         return logFailure(function, __LINE__, kOpenFailed, file);
     }
@@ -124,7 +121,7 @@ bool endsInsideLine(std::FILE* stream) {
 
 } // namespace
 
-FileHandle openRegularFile(const char* path) {
+FileHandle openTextFile(const char* path) {
     return openRegular(path, O_RDONLY, "r");
 }
 

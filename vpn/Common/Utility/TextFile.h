@@ -12,7 +12,7 @@
 
 /// Opens a regular file for reading and never waits for anything: a pipe or a device is refused.
 /// @return the stream, or null with errno set.
-[[nodiscard]] FileHandle openRegularFile(const char* path);
+[[nodiscard]] FileHandle openTextFile(const char* path);
 
 /// Inserts `newLine` once, before or behind the first matching line, or at the end if none matches.
 [[nodiscard]] bool insertIntoFilePrePostMatchingLine(const std::string& file, const std::string& newLine,

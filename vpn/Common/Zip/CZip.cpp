@@ -2,6 +2,7 @@
 
 #include "Handles.h"
 #include "Log.h"
+#include "RegularFile.h"
 #include "ReturnCodes.h"
 #include "TraditionalCipher.h"
 #include "ZipArchive.h"
@@ -52,25 +53,6 @@ void logArchiveFailure(char severity, const char* invokedFunction, int result, c
                   static_cast<uint32_t>(result), nullptr, "%s", path.c_str());
 }
 
-/// Opens a regular file for reading. The open waits for nobody and follows no link, and what turns out to be
-/// no regular file is closed again.
-/// @return 0 or an errno.
-int openRegularFile(const std::string& path, FileDescriptor& fileOut) {
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
-    if (!file) {
-        return errno;
-    }
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        return errno;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    }
-    fileOut = std::move(file);
-    return 0;
-}
-
 /// Reads a block at an offset, as much as there is up to the block's size.
 /// @return the part of the block that was filled, empty at the end of the file and, logged, on a failure.
 std::span<const unsigned char> readBlock(int file, uint64_t offset, std::span<unsigned char> block) {
@@ -98,7 +80,7 @@ ContentSum sumContent(int file) {
 
 /// Opens and sums a file in the name of getCrc.
 ContentSum openAndSum(const std::string& path, FileDescriptor& fileOut) {
-    if (openRegularFile(path, fileOut) != 0) {
+    if (openRegularFile(path.c_str(), O_RDONLY | O_NOFOLLOW, fileOut) != 0) {
         logMessage("getCrc", __FILE__, __LINE__, 'E', "Could not open %s", path.c_str());
         return {};
     }
@@ -152,7 +134,7 @@ EntryResult appendPlain(ZipArchive& archive, const PackedFile& file) {
     }
     int writeResult = ZIP_OK;
     FileDescriptor source;
-    if (const int error = openRegularFile(file.path, source); error != 0) {
+    if (const int error = openRegularFile(file.path.c_str(), O_RDONLY | O_NOFOLLOW, source); error != 0) {
         logArchiveFailure('E', "open", error, file.path);
     } else {
         Block block;
@@ -346,7 +328,7 @@ void CZip::getFileList(std::vector<std::string>& fullNames, const std::string& d
 
 bool CZip::isLargeFile(const std::string& path) {
     FileDescriptor file;
-    if (openRegularFile(path, file) != 0) {
+    if (openRegularFile(path.c_str(), O_RDONLY | O_NOFOLLOW, file) != 0) {
         ZRN_LOG('E', "Could not open %s", path.c_str());
         return false;
     }

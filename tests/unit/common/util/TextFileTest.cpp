@@ -436,12 +436,12 @@ TEST_F(TextFileReading, NeverWaitsForAPipe) {
 TEST_F(TextFileReading, OpensRegularFilesOnly) {
     writeFile("file", "text");
     makeFolder("folder");
-    EXPECT_NE(openRegularFile("file"), nullptr);
+    EXPECT_NE(openTextFile("file"), nullptr);
     errno = 0;
-    EXPECT_EQ(openRegularFile("folder"), nullptr);
-    EXPECT_EQ(errno, EINVAL);
-    EXPECT_EQ(openRegularFile("/dev/null"), nullptr);
-    EXPECT_EQ(openRegularFile("missing"), nullptr);
+    EXPECT_EQ(openTextFile("folder"), nullptr);
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_EQ(openTextFile("/dev/null"), nullptr);
+    EXPECT_EQ(openTextFile("missing"), nullptr);
     EXPECT_EQ(errno, ENOENT);
     expectSilence();
 }

@@ -5,11 +5,11 @@
 #include "MEROClearLogsAction.h"
 #include "MEROCollectLogsAction.h"
 #include "Paths.h"
+#include "PlatformSection.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
 #include "StringUtils.h"
 #include "Summary.h"
-#include "SystemIdentity.h"
 #include "sysutils.h"
 
 #include <algorithm>
@@ -58,10 +58,6 @@ std::list<MEROComponent*> childrenNamed(const MEROComponent& parent, const char*
         }
     }
     return found;
-}
-
-bool isThisPlatform(const std::string& opsys) {
-    return (opsys == "mac" && isMac()) || (opsys == "win" && isWindows()) || (opsys == "linux" && isLinux());
 }
 
 } // namespace
@@ -307,14 +303,12 @@ uint32_t collector::moveReaderToCorrectOS(MEROComponent* component) {
     if (m_reader == nullptr) {
         return MEROENGINE_ERROR_INTERNAL;
     }
-    for (MEROComponent* child : m_reader->getChildren()) {
-        const MEROAttribute* opsys = child->FindAttribute("opsys");
-        if (child->getName() == "os" && opsys != nullptr && isThisPlatform(opsys->getValue())) {
-            m_reader = child;
-            return 0;
-        }
+    MEROComponent* section = findPlatformSection(*m_reader);
+    if (section == nullptr) {
+        return MEROENGINE_ERROR_INTERNAL;
     }
-    return MEROENGINE_ERROR_INTERNAL;
+    m_reader = section;
+    return 0;
 }
 
 bool collector::isDefault(const MEROComponent& file) const {

@@ -12,13 +12,6 @@ namespace {
 
 constexpr size_t kBlockBytes = 4096;
 
-int refusalOf(mode_t mode) {
-    if (S_ISREG(mode)) {
-        return 0;
-    }
-    return S_ISDIR(mode) ? EISDIR : EINVAL;
-}
-
 ssize_t readBlock(int input, char* block, size_t size) {
     ssize_t got = 0;
     do {
@@ -28,26 +21,6 @@ ssize_t readBlock(int input, char* block, size_t size) {
 }
 
 } // namespace
-
-int openRegularFile(const char* path, FileDescriptor& fileOut) {
-    struct stat status = {};
-    // Opening alone already has effects on a pipe or a device, so the kind is looked at before as well.
-    if (::stat(path, &status) != 0) {
-        return errno;
-    }
-    if (const int refusal = refusalOf(status.st_mode); refusal != 0) {
-        return refusal;
-    }
-    FileDescriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!file || ::fstat(file.get(), &status) != 0) {
-        return errno;
-    }
-    if (const int refusal = refusalOf(status.st_mode); refusal != 0) {
-        return refusal;
-    }
-    fileOut = std::move(file);
-    return 0;
-}
 
 CopyOutcome copyBytes(int input, int output, uint64_t limit) {
     std::array<char, kBlockBytes> block{};

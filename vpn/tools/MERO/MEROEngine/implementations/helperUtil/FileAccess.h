@@ -12,12 +12,6 @@
 /// caller, which knows under whose name the line belongs.
 namespace helperUtil {
 
-/// Opens a regular file for reading. Anything else is refused without being opened, and again after the open,
-/// should the name have changed its meaning meanwhile; so neither open nor read waits for another process.
-/// @param fileOut  set on success only.
-/// @return 0 or an errno; EISDIR for a folder and EINVAL for any other kind of file.
-[[nodiscard]] int openRegularFile(const char* path, FileDescriptor& fileOut);
-
 /// How a copy from descriptor to descriptor went.
 struct CopyOutcome {
     /// The call that failed, "read" or "write", or null.

@@ -1,6 +1,7 @@
 #include "FileAccess.h"
 #include "Files.h"
 #include "Log.h"
+#include "RegularFile.h"
 #include "ReturnCodes.h"
 #include "sysutils.h"
 
@@ -69,7 +70,7 @@ uint32_t failCopy(const char* call, int error, const std::string& path, uint32_t
 
 uint32_t copyRegularFile(const std::string& source, const std::string& destination, std::string& errorText) {
     FileDescriptor input;
-    if (const int error = openRegularFile(source.c_str(), input); error != 0) {
+    if (const int error = openRegularFile(source.c_str(), O_RDONLY, input); error != 0) {
         errorText = std::strerror(error);
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }

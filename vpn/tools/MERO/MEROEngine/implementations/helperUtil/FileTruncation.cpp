@@ -1,6 +1,7 @@
 #include "FileAccess.h"
 #include "Files.h"
 #include "Log.h"
+#include "RegularFile.h"
 #include "ReturnCodes.h"
 
 #include <cerrno>
@@ -84,7 +85,7 @@ uint32_t truncateFile(const char* function, KeepFunction keep, int32_t keepBytes
         return MEROENGINE_ERROR_BAD_PARAMETER;
     }
     FileDescriptor input;
-    if (openRegularFile(fileName, input) != 0) {
+    if (openRegularFile(fileName, O_RDONLY, input) != 0) {
         logMessage(function, __FILE__, __LINE__, 'E', "Failed to open \"%s\"", fileName);
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }

@@ -3,6 +3,7 @@
 #include "FileAccess.h"
 #include "Log.h"
 #include "Names.h"
+#include "RegularFile.h"
 #include "ReturnCodes.h"
 
 #include <array>
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <string_view>
 #include <unistd.h>
 
@@ -147,7 +149,7 @@ std::string getDesktopDirectory() {
 std::string getXdgDesktopDirectory() {
     const std::string path = xdgFilePath();
     FileDescriptor descriptor;
-    if (path.empty() || openRegularFile(path.c_str(), descriptor) != 0) {
+    if (path.empty() || openRegularFile(path.c_str(), O_RDONLY, descriptor) != 0) {
         return {};
     }
     const FileHandle file(::fdopen(descriptor.get(), "rb"));

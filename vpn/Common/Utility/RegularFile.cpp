@@ -1,0 +1,47 @@
+#include "RegularFile.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+/// @return 0 for a regular file, else the errno that says why it is none.
+int refusalOf(mode_t mode) {
+    switch (mode & S_IFMT) {
+    case S_IFREG:
+        return 0;
+    case S_IFDIR:
+        return EISDIR;
+    case S_IFLNK:
+        return ELOOP;
+    default:
+        return EINVAL;
+    }
+}
+
+int statusOf(const char* path, int flags, struct stat& statusOut) {
+    const int result = (flags & O_NOFOLLOW) != 0 ? ::lstat(path, &statusOut) : ::stat(path, &statusOut);
+    return result == 0 ? 0 : errno;
+}
+
+} // namespace
+
+int openRegularFile(const char* path, int flags, FileDescriptor& fileOut, mode_t mode) {
+    struct stat status = {};
+    // Opening alone already has effects on a pipe or a device, so the kind is looked at before as well.
+    const int missing = statusOf(path, flags, status);
+    const int refusal = missing != 0 ? missing : refusalOf(status.st_mode);
+    if (refusal != 0 && !(refusal == ENOENT && (flags & O_CREAT) != 0)) {
+        return refusal;
+    }
+    FileDescriptor file(::open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode));
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        return errno;
+    }
+    if (const int changed = refusalOf(status.st_mode); changed != 0) {
+        return changed;
+    }
+    fileOut = std::move(file);
+    return 0;
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Handles.h"
+
+#include <sys/types.h>
+
+/// Rights of a file that openRegularFile makes unless others are asked for: its owner's alone.
+inline constexpr mode_t kPrivateFileMode = 0600;
+
+/// Opens a regular file and never waits for anything: a pipe or a device is refused, as far as can be told
+/// without even being touched. Any thread.
+/// @param flags    as for open(2). O_NOFOLLOW refuses a link as the last part of the path.
+/// @param fileOut  set on success only; close-on-exec and without a controlling terminal.
+/// @param mode     rights, before the umask, of a file that is made.
+/// @return 0; EISDIR for a folder; ELOOP for a link that is not followed; EINVAL for anything else that is
+/// no regular file; otherwise the errno of the failed call.
+[[nodiscard]] int openRegularFile(const char* path, int flags, FileDescriptor& fileOut,
+                                  mode_t mode = kPrivateFileMode);
