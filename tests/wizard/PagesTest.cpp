@@ -109,7 +109,7 @@ TEST_F(Pages, OfTheCustomWalkPassFilesAndTarget) {
     open();
     click("buttonNext");
     setActive("radiobuttonBundleCustom", true);
-    click("buttonNext");
+    next();
     EXPECT_EQ(page(), 5);
     EXPECT_EQ(label("labelHeaderTitle"), "File Selection");
     EXPECT_TRUE(sensitive("buttonBack"));
@@ -124,22 +124,6 @@ TEST_F(Pages, OfTheCustomWalkPassFilesAndTarget) {
     click("buttonNext");
     EXPECT_EQ(page(), 2);
     EXPECT_EQ(m_log->count('*', ""), 0) << m_log->dump();
-}
-
-TEST_F(Pages, TellThatACustomBundleCannotBeMadeYet) {
-    walkTo(WizardPage::Encryption, false);
-    gtk_button_clicked(GTK_BUTTON(LookUpWidget("buttonNext")));
-    EXPECT_EQ(page(), 3);
-    settle();
-    EXPECT_EQ(page(), 4);
-    EXPECT_EQ(label("labelResultMsg"),
-              "An unknown error occurred while creating the MERO bundle, possibly due to "
-              "restricted file permissions.  Please try again later.");
-    EXPECT_TRUE(recordedJobs().empty());
-    EXPECT_EQ(messageDialog(), nullptr);
-    EXPECT_TRUE(
-        m_log->containsCode('E', "startBundleJob", "GenerateReqXML", MEROENGINE_ERROR_NOT_IMPLEMENTED))
-        << m_log->dump();
 }
 
 TEST_F(Pages, GoBackAlongTheTypicalWalk) {

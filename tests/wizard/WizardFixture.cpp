@@ -118,6 +118,13 @@ void Wizard::click(const char* button) {
     settle();
 }
 
+void Wizard::next() {
+    click("buttonNext");
+    if (page() == static_cast<int>(WizardPage::FileSelection)) {
+        waitUntil([] { return sensitive("buttonNext"); });
+    }
+}
+
 void Wizard::press(const char* id, guint key) {
     GtkWidget* widget = LookUpWidget(id);
     ASSERT_NE(widget, nullptr) << id;
@@ -155,7 +162,7 @@ void Wizard::walkTo(WizardPage target, bool typical) {
     open();
     setActive("radiobuttonBundleCustom", !typical);
     for (int steps = 0; page() != static_cast<int>(target) && steps < 6; ++steps) {
-        click("buttonNext");
+        next();
     }
     ASSERT_EQ(page(), static_cast<int>(target));
 }

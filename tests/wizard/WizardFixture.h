@@ -39,6 +39,8 @@ protected:
     static void expectQuits(const std::function<void()>& action);
 
     static void click(const char* button);
+    /// Presses Next; on the file selection page, waits until the scan has ended.
+    static void next();
     static void press(const char* id, guint key);
     static void setActive(const char* toggle, bool active);
     static void type(const char* entry, const std::string& text);

@@ -13,6 +13,9 @@ struct FileItem {
     std::string m_description;
     uint32_t m_default = 0;
     uint32_t m_selected = 0;
+    /// The platform for which the item is meant on this machine, as the configuration names it; empty for an
+    /// item that isn't tied to any.
+    std::string m_platform;
 };
 
 /// One group of files with a title.
@@ -30,3 +33,11 @@ struct RootItem {
     uint32_t m_selected = 0;
     std::list<ModuleItem> m_modules;
 };
+
+/// Appends a copy of the module to the first root of exactly this name, which is made at the end if there is
+/// none. The root takes over the module's flags that are set.
+void appendModule(std::list<RootItem>& roots, const std::string& rootName, const ModuleItem& module);
+
+/// Puts the roots into the order in which they are shown: by the bytes of their names, marker included. Roots
+/// of one name, modules and files keep the order of their arrival.
+void sortRoots(std::list<RootItem>& roots);

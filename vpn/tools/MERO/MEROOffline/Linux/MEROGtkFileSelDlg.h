@@ -2,25 +2,43 @@
 
 #include "GlibHandles.h"
 #include "ModuleTree.h"
+#include "ParseConfigXML.h"
+#include "SelectionIndex.h"
+#include "SelectionRules.h"
+#include "SelectionStore.h"
+#include "Thread.h"
 
 #include <gtk/gtk.h>
 #include <list>
+#include <memory>
+#include <optional>
 #include <string>
 
-/// What the file selection page holds: the tree of selectable files and its view in the page's scrolled
-/// window. No configuration is scanned yet, so the view is empty and is shown from the start. Made, used and
-/// destroyed on the GTK main thread, but for addModule and getModuleTree.
+class CMEROGtkMainWindow;
+
+/// What the file selection page holds: the records of what can be chosen, the scan that fills them, and their
+/// view in the page's scrolled window.
+///
+/// It is scanning first, with Back and Next insensitive and nothing to see; then, from populate on, ready.
+/// The scan runs once: later visits to the page find the rows as they were left. Made, used and destroyed on
+/// the GTK main thread; addModule runs on the scan's thread, and the main thread leaves the records alone
+/// until populate.
 class CMEROGtkFileSelDlg {
 public:
-    CMEROGtkFileSelDlg();
+    /// Makes the view, which is not shown yet.
+    /// @param window  not owned; must outlive this object.
+    explicit CMEROGtkFileSelDlg(CMEROGtkMainWindow* window);
+    /// Does not wait for a scan that still runs.
     ~CMEROGtkFileSelDlg();
     CMEROGtkFileSelDlg(const CMEROGtkFileSelDlg&) = delete;
     CMEROGtkFileSelDlg& operator=(const CMEROGtkFileSelDlg&) = delete;
 
-    /// Puts the view into the page and makes Back and Next usable.
+    /// Starts the scan, whose modules come back through the window: this object must be the window's by then.
+    /// Without a view there is none.
+    void startScan();
+    /// Shows what the scan has found and makes Back and Next usable. Once the scan has ended.
     void populate();
-    /// Adds one module to the root of that name, which is made if there is none. Not while another thread
-    /// uses the tree.
+    /// Adds one module to the records. On the scan's thread.
     void addModule(const std::string& rootName, const ModuleItem& module);
     /// The records; valid as long as this object.
     [[nodiscard]] std::list<RootItem>& getModuleTree() { return m_roots; }
@@ -28,6 +46,23 @@ public:
     void SaveTreeViewToList();
 
 private:
+    void makeColumn();
+    void showView();
+    [[nodiscard]] std::optional<std::size_t> rowAt(const char* path) const;
+    /// The toggle renderer's "toggled". `dlg` is the CMEROGtkFileSelDlg, which disconnects it before it goes.
+    static void onCheckToggled(GtkCellRendererToggle* renderer, char* path, gpointer dlg);
+
+    /// Owns this object.
+    CMEROGtkMainWindow* m_pMainWindow;
+    /// Shared with its run, which may outlive this object.
+    std::shared_ptr<ParseConfigXML> m_pParser;
+    std::unique_ptr<Thread> m_pParserThread;
     GObjectHandle<GtkWidget> m_pTreeView;
+    gulong m_toggledHandler = 0;
+    GObjectHandle<GtkCellRenderer> m_pToggleRenderer;
     std::list<RootItem> m_roots;
+    // Made by populate, each of them on those before it.
+    std::optional<SelectionIndex> m_index;
+    std::optional<SelectionStore> m_store;
+    std::optional<SelectionRules> m_rules;
 };

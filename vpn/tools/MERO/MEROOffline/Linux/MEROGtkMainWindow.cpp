@@ -7,7 +7,7 @@
 #include "Widgets.h"
 
 CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
-    : m_status(MEROENGINE_ERROR_NOT_INITIALIZED), m_relay(std::make_shared<StatusRelay>(this)) {
+    : m_status(MEROENGINE_ERROR_NOT_INITIALIZED), m_relay(std::make_shared<WindowRelay>(this, this)) {
     CStoragePath* storagePath = nullptr;
     const uint32_t code = CStoragePath::CreateSingletonInstance(storagePath);
     if (code != 0) {
@@ -62,6 +62,8 @@ CMEROGtkMainWindow::~CMEROGtkMainWindow() {
     m_pOffline.reset();
     m_pOfflineThread.reset();
     m_pFileSelDlg.reset();
+    m_pReqGenerator.reset();
+    m_pReqThread.reset();
 }
 
 void CMEROGtkMainWindow::closeWindow() {
@@ -92,7 +94,8 @@ void CMEROGtkMainWindow::addModule(const std::string& rootName, const ModuleItem
 
 CMEROGtkFileSelDlg& CMEROGtkMainWindow::fileSelection() {
     if (m_pFileSelDlg == nullptr) {
-        m_pFileSelDlg = std::make_unique<CMEROGtkFileSelDlg>();
+        m_pFileSelDlg = std::make_unique<CMEROGtkFileSelDlg>(this);
+        m_pFileSelDlg->startScan();
     }
     return *m_pFileSelDlg;
 }

@@ -2,13 +2,14 @@
 
 #include "CMEROClientIfc.h"
 #include "CMEROOfflineIfc.h"
+#include "GenerateReqXML.h"
 #include "Handles.h"
 #include "MEROGtkFileSelDlg.h"
 #include "MEROOffline.h"
 #include "Paths.h"
-#include "StatusRelay.h"
 #include "StoragePath.h"
 #include "Thread.h"
+#include "WindowRelay.h"
 #include "WipedString.h"
 
 #include <cstdint>
@@ -52,8 +53,13 @@ public:
     void updateStatus(const MEROStatusInfo* info, uint64_t status) override;
     /// The comment as last accepted. Any thread once the progress page is shown: it no longer changes then.
     [[nodiscard]] std::string getComments() override;
+    /// The records of the file selection, which is made if there is none; on the GTK main thread then. Any
+    /// thread once the progress page is shown.
     [[nodiscard]] std::list<RootItem>& getModuleTree() override;
+    /// Adds a module to those records, likewise. On the thread of the file selection's scan.
     void addModule(const std::string& rootName, const ModuleItem& module) override;
+    /// What jobs hold in place of this window.
+    [[nodiscard]] const std::shared_ptr<WindowRelay>& relay() const { return m_relay; }
 
     /// Goes to a page: shows it, sets the header and the buttons that belong to it. A number above the last
     /// page is only remembered, and neither Next nor Back leads away from it.
@@ -130,7 +136,9 @@ private:
     WipedString m_password;
     std::string m_comments;
     std::string m_bundlePath;
+    /// Shared with its run. The request file lives as long as this.
+    std::shared_ptr<GenerateReqXML> m_pReqGenerator;
+    std::unique_ptr<Thread> m_pReqThread;
     StoragePathClaim m_pStoragePath;
-    /// What jobs report to; passes everything on to this window.
-    std::shared_ptr<StatusRelay> m_relay;
+    std::shared_ptr<WindowRelay> m_relay;
 };

@@ -1,7 +1,6 @@
 #include "BackgroundRun.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
-#include "ReturnCodes.h"
 #include "UserTexts.h"
 
 void CMEROGtkMainWindow::startBundleJob() {
@@ -9,10 +8,11 @@ void CMEROGtkMainWindow::startBundleJob() {
         startMERO("");
         return;
     }
-    // A custom bundle needs a request file, and nothing writes one yet.
-    ZRN_LOG_CODE_TEXT('E', "GenerateReqXML", MEROENGINE_ERROR_NOT_IMPLEMENTED,
-                      "No request can be written for a custom bundle");
-    updateStatus(nullptr, MEROENGINE_ERROR_NOT_IMPLEMENTED);
+    // The former request file has to be gone before a new one, which may have the same name, is written.
+    m_pReqGenerator.reset();
+    m_pReqThread.reset();
+    m_pReqGenerator = std::make_shared<GenerateReqXML>(m_relay.get());
+    m_pReqThread = BackgroundRun::start(m_pReqGenerator, m_relay);
 }
 
 void CMEROGtkMainWindow::startMERO(const std::string& requestPath) {

@@ -53,8 +53,10 @@ gboolean CMEROGtkMainWindow::onTreeReadyIdle(gpointer window) {
 }
 
 gboolean CMEROGtkMainWindow::onRequestReadyIdle(gpointer window) {
-    // There is no writer whose file could be named, so the job runs without a request.
-    runHandler(__func__, [&] { windowOf(window).startMERO(""); });
+    runHandler(__func__, [&] {
+        CMEROGtkMainWindow& self = windowOf(window);
+        self.startMERO(self.m_pReqGenerator == nullptr ? "" : self.m_pReqGenerator->getRequestPath());
+    });
     return G_SOURCE_REMOVE;
 }
 

@@ -1,0 +1,149 @@
+#include "GenerateReqXML.h"
+
+#include "Log.h"
+#include "Paths.h"
+#include "RegularFile.h"
+#include "ReturnCodes.h"
+#include "sysutils.h"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr char kHead[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"
+                         "<request xmlns=\"http://schemas.xmlsoap.org/encoding/\""
+                         " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
+                         " xsi:schemaLocation=\"http://schemas.xmlsoap.org/encoding/ RequestXMLSchema.xsd\">";
+// Part of the format, to the byte.
+static_assert(sizeof kHead - 1 == 225);
+
+/// Empties a file that is ours alone. What somebody else has put in the file's place, or can reach under
+/// another name as well, is left as it is.
+/// @return 0 or an errno.
+int claim(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0) {
+        return errno;
+    }
+    if (status.st_uid != ::geteuid() || status.st_nlink != 1) {
+        return EPERM;
+    }
+    return ::ftruncate(file, 0) == 0 ? 0 : errno;
+}
+
+/// @return the stream, or null with errno set.
+FileHandle openRequest(const std::string& path) {
+    FileDescriptor file;
+    int error = openRegularFile(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW, file);
+    if (error == 0) {
+        error = claim(file.get());
+    }
+    if (error != 0) {
+        errno = error;
+        return nullptr;
+    }
+    FileHandle stream(::fdopen(file.get(), "w"));
+    if (stream != nullptr) {
+        static_cast<void>(file.release()); // the stream closes it from here on
+    }
+    return stream;
+}
+
+} // namespace
+
+GenerateReqXML::GenerateReqXML(CMEROClientIfc* client, CMEROOfflineIfc* /*offline*/,
+                               const std::string& pathStem)
+    : m_pClient(client), m_pOfflineIfc(dynamic_cast<CMEROOfflineIfc*>(client)),
+      m_requestPath(helperUtil::translatePath(pathStem) + getTimeString(1) + ".xml") {}
+
+GenerateReqXML::~GenerateReqXML() {
+    if (std::remove(m_requestPath.c_str()) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('W', "remove", error);
+    }
+}
+
+// The status says success whatever was written: the job goes on with what the file holds, and the engine's
+// word on it is what the user gets to see.
+void GenerateReqXML::run() {
+    try {
+        write();
+    } catch (const std::exception& error) {
+        ZRN_LOG('E', "The request can't be written: %s", error.what());
+    }
+    if (m_pClient != nullptr) {
+        m_pClient->updateStatus(nullptr, MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS);
+    }
+}
+
+void GenerateReqXML::write() {
+    open();
+    ReqXMLWriteString(kHead);
+    writeFiles();
+    writeComment();
+    ReqXMLWriteString("</request>");
+    close();
+}
+
+void GenerateReqXML::open() {
+    m_file = openRequest(m_requestPath);
+    if (m_file == nullptr) {
+        const int error = errno;
+        logReturnCode("run", __FILE__, __LINE__, 'W', "std::fstream::open", 0, nullptr, "%s: %s",
+                      m_requestPath.c_str(), std::strerror(error));
+    }
+}
+
+void GenerateReqXML::writeFiles() {
+    if (m_pOfflineIfc == nullptr) {
+        return;
+    }
+    for (const RootItem& root : m_pOfflineIfc->getModuleTree()) {
+        for (const ModuleItem& module : root.m_modules) {
+            if (module.m_selected == 0) {
+                continue;
+            }
+            for (const FileItem& file : module.m_files) {
+                if (file.m_selected != 0) {
+                    // As it stands: an id that would need escaping makes a request that the engine refuses.
+                    ReqXMLWriteString("<file id=\"" + file.m_id + "\"></file>");
+                }
+            }
+        }
+    }
+}
+
+// Neither escaped nor split: a comment that ends the section early makes a request that the engine refuses.
+void GenerateReqXML::writeComment() {
+    ReqXMLWriteString("<comments>");
+    if (m_pOfflineIfc != nullptr) {
+        ReqXMLWriteString("<![CDATA[" + m_pOfflineIfc->getComments() + "]]>");
+    }
+    ReqXMLWriteString("</comments>");
+}
+
+/// Writes up to the first NUL.
+void GenerateReqXML::ReqXMLWriteString(const std::string& text) {
+    if (m_file != nullptr) {
+        static_cast<void>(std::fputs(text.c_str(), m_file.get())); // the stream keeps the failure
+    }
+    if (m_file == nullptr || std::ferror(m_file.get()) != 0) {
+        ZRN_LOG_CODE('E', "std::fstream::write", 0);
+    }
+}
+
+void GenerateReqXML::close() {
+    if (m_file == nullptr) {
+        return;
+    }
+    // What is still in the stream's buffer goes out here, so this is where a full disk shows.
+    if (std::fclose(m_file.release()) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('E', "fclose", error);
+    }
+}

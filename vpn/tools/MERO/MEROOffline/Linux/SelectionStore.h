@@ -1,0 +1,29 @@
+#pragma once
+
+#include "GlibHandles.h"
+#include "SelectionIndex.h"
+#include "SelectionRules.h"
+
+#include <cstddef>
+#include <gtk/gtk.h>
+#include <vector>
+
+/// The rows of the selection tree as a GtkTreeStore, which the view shows. GTK main thread only.
+class SelectionStore final : public CheckRows {
+public:
+    /// Columns of the store.
+    static constexpr int kCheckColumn = 0;
+    static constexpr int kTextColumn = 1;
+
+    /// Makes a row for each of the index's, checked as its record is stored.
+    explicit SelectionStore(const SelectionIndex& index);
+
+    [[nodiscard]] GtkTreeModel* model() const { return GTK_TREE_MODEL(m_store.get()); }
+    [[nodiscard]] bool isChecked(std::size_t row) const override;
+    void setChecked(std::size_t row, bool checked) override;
+
+private:
+    GObjectHandle<GtkTreeStore> m_store;
+    /// By row number; the store's iterators stay valid as long as their rows.
+    std::vector<GtkTreeIter> m_iterators;
+};

@@ -1,0 +1,34 @@
+#include "WindowRelay.h"
+
+void WindowRelay::updateStatus(const MEROStatusInfo* info, uint64_t status) {
+    const std::lock_guard guard(m_lock);
+    if (m_client != nullptr) {
+        m_client->updateStatus(info, status);
+    }
+}
+
+std::string WindowRelay::getComments() {
+    const std::lock_guard guard(m_lock);
+    return m_offline == nullptr ? std::string() : m_offline->getComments();
+}
+
+std::list<RootItem>& WindowRelay::getModuleTree() {
+    const std::lock_guard guard(m_lock);
+    if (m_offline != nullptr) {
+        m_tree = m_offline->getModuleTree();
+    }
+    return m_tree;
+}
+
+void WindowRelay::addModule(const std::string& rootName, const ModuleItem& module) {
+    const std::lock_guard guard(m_lock);
+    if (m_offline != nullptr) {
+        m_offline->addModule(rootName, module);
+    }
+}
+
+void WindowRelay::detach() {
+    const std::lock_guard guard(m_lock);
+    m_client = nullptr;
+    m_offline = nullptr;
+}

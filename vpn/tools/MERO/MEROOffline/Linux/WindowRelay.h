@@ -1,0 +1,39 @@
+#pragma once
+
+#include "CMEROClientIfc.h"
+#include "CMEROOfflineIfc.h"
+
+#include <cstdint>
+#include <list>
+#include <mutex>
+#include <string>
+
+/// Stands between background jobs and the window for as long as there is one: reports and scanned modules go
+/// to it, the choice and the comment come from it. Jobs can't be stopped and may outlive the window, so what
+/// they hold is the relay, which lives as long as any of them.
+///
+/// Any thread, but for getModuleTree. The window is called under the relay's lock: it must not block, report
+/// or detach.
+class WindowRelay final : public CMEROClientIfc, public CMEROOfflineIfc {
+public:
+    /// Both stand for the window. Not owned; they must stay until detach has returned.
+    WindowRelay(CMEROClientIfc* client, CMEROOfflineIfc* offline) : m_client(client), m_offline(offline) {}
+
+    void updateStatus(const MEROStatusInfo* info, uint64_t status) override;
+    /// Empty once the window has gone.
+    [[nodiscard]] std::string getComments() override;
+    /// A copy of the window's tree as it is now, so that it stays when the window goes; without a window the
+    /// copy made last. Valid until the next call. One thread at a time.
+    [[nodiscard]] std::list<RootItem>& getModuleTree() override;
+    void addModule(const std::string& rootName, const ModuleItem& module) override;
+
+    /// Cuts the window off. When it returns no call is under way in the window.
+    void detach();
+
+private:
+    std::mutex m_lock;
+    /// Guarded by m_lock; null once the window has gone.
+    CMEROClientIfc* m_client;
+    CMEROOfflineIfc* m_offline;
+    std::list<RootItem> m_tree;
+};
