@@ -288,6 +288,14 @@ TEST_F(GenerateReqXMLTest, EmptiesAFileThatIsThere) {
     EXPECT_THAT(m_log.lines(), IsEmpty()) << m_log.dump();
 }
 
+TEST_F(GenerateReqXMLTest, TakesAFileThatIsThereFromAllOthers) {
+    makeWriter();
+    writeFile(m_path, "");
+    ASSERT_EQ(::chmod(m_path.c_str(), 0666), 0);
+    m_writer->run();
+    EXPECT_EQ(modeOfRequest(), 0600u);
+}
+
 TEST_F(GenerateReqXMLTest, RemovesItsFileAtTheEnd) {
     static_cast<void>(written());
     ASSERT_TRUE(exists(m_path));

@@ -22,8 +22,8 @@ constexpr char kHead[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"
 // Part of the format, to the byte.
 static_assert(sizeof kHead - 1 == 225);
 
-/// Empties a file that is ours alone. What somebody else has put in the file's place, or can reach under
-/// another name as well, is left as it is.
+/// Empties a file that is ours alone and keeps all others from reading it. What somebody else has put in the
+/// file's place, or can reach under another name as well, is left as it is.
 /// @return 0 or an errno.
 int claim(int file) {
     struct stat status {};
@@ -33,7 +33,7 @@ int claim(int file) {
     if (status.st_uid != ::geteuid() || status.st_nlink != 1) {
         return EPERM;
     }
-    return ::ftruncate(file, 0) == 0 ? 0 : errno;
+    return ::fchmod(file, kPrivateFileMode) == 0 && ::ftruncate(file, 0) == 0 ? 0 : errno;
 }
 
 /// @return the stream, or null with errno set.
