@@ -28,7 +28,7 @@ public:
 
     /// Writes the file, readable by its owner alone, and ends with the status
     /// MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS in every case: a file that can't be written is logged,
-    /// and the engine refuses what it then finds. No link at the file's place is followed and no file of
+    /// and the job goes on with whatever stands at its place. No link there is followed and no file of
     /// somebody else's is written to.
     void run() override;
     [[nodiscard]] std::string getRequestPath() const { return m_requestPath; }

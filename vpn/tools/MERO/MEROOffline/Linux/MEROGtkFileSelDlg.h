@@ -48,9 +48,12 @@ public:
 private:
     void makeColumn();
     void showView();
-    [[nodiscard]] std::optional<std::size_t> rowAt(const char* path) const;
+    [[nodiscard]] std::optional<std::size_t> rowAt(GtkTreePath* path) const;
     /// The toggle renderer's "toggled". `dlg` is the CMEROGtkFileSelDlg, which disconnects it before it goes.
     static void onCheckToggled(GtkCellRendererToggle* renderer, char* path, gpointer dlg);
+    /// The view's "row-activated": a row that is activated by a key or a screen reader is toggled. `dlg` as
+    /// above.
+    static void onRowActivated(GtkTreeView* view, GtkTreePath* path, GtkTreeViewColumn* column, gpointer dlg);
 
     /// Owns this object.
     CMEROGtkMainWindow* m_pMainWindow;
