@@ -25,7 +25,8 @@ function(mero_add_tests target)
 endfunction()
 
 # mero_add_python_tests(<script>)
-# Each test method of a unittest script gets a process of its own. Classes derived from JobTest run whole jobs.
+# Each test method of a unittest script gets a process of its own. A class runs whole jobs if the name of its base ends in
+# JobTest.
 function(mero_add_python_tests script)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
     file(STRINGS ${script} lines REGEX "^class [A-Za-z]+\\(|^    def test[A-Za-z0-9]+\\(")
@@ -40,7 +41,7 @@ function(mero_add_python_tests script)
             set_tests_properties("${name}" PROPERTIES
                 TIMEOUT 120
                 ENVIRONMENT "MEROCLI=$<TARGET_FILE:merocli>;MERO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
-            if(base STREQUAL "JobTest")
+            if(base MATCHES "JobTest$")
                 set_tests_properties("${name}" PROPERTIES RESOURCE_LOCK working_folder)
             endif()
         endif()

@@ -8,25 +8,38 @@ import unittest
 
 from console import ConsoleTest
 
-COLLECT_OPTIONS = ("--install-dir", "--request", "--target", "--password-file", "--no-system-logs",
-                   "--include-legacy", "--help")
+OPTIONS = {
+    "collect": ("--install-dir", "--only", "--comment", "--request", "--target", "--password-file", "--no-system-logs",
+                "--include-legacy", "--help"),
+    "list": ("--install-dir", "--json", "--help"),
+}
 
 
 class CommandLine(ConsoleTest):
-    def testHelpNamesTheCommandAndTheExitStatus(self):
+    def testHelpNamesTheCommandsAndTheExitStatus(self):
         status, output, errors = self.run_console("--help")
         self.assertEqual((status, errors), (0, ""))
-        self.assertIn("collect", output)
-        self.assertIn("Exit status: 0 the bundle was written, 1 the job failed, 2 the command line is wrong.", output)
+        for command in OPTIONS:
+            self.assertRegex(output, r"(?m)^  " + command + " ")
+        self.assertIn("Run 'merocli COMMAND --help' for the options of a command.", output)
+        self.assertIn("Exit status: 0 done, 1 failed, 2 the command line is wrong.", output)
 
-    def testHelpOfTheCommandNamesEveryOption(self):
-        status, output, errors = self.run_console("collect", "--help")
-        self.assertEqual((status, errors), (0, ""))
-        for option in COLLECT_OPTIONS:
-            self.assertIn(option, output)
+    def testHelpOfACommandNamesEveryOptionAndTheExitStatus(self):
+        for command, options in OPTIONS.items():
+            status, output, errors = self.run_console(command, "--help")
+            self.assertEqual((status, errors), (0, ""))
+            named = [line.split()[0] for line in output.split("\n") if line.startswith("  -")]
+            self.assertEqual(sorted(name.split(",")[-1] for name in named), sorted(options))
+            self.assertRegex(output, r"\nExit status: 0 the .*, 1 .*, 2 the command line is wrong\.\n")
+
+    def testHelpOfCollectSaysWhichOptionsNamedItemsIgnore(self):
+        output = self.run_console("collect", "--help")[1]
+        self.assertIn("The last two options have no effect on items that --only or --request names.", output)
+        self.assertLess(output.index("--password-file"), output.index("--no-system-logs"))
+        self.assertLess(output.index("--no-system-logs"), output.index("--include-legacy"))
 
     def testHelpHasNoControlCharacters(self):
-        output = self.run_console("--help")[1] + self.run_console("collect", "--help")[1]
+        output = "".join(self.run_console(*command, "--help")[1] for command in ((), ("collect",), ("list",)))
         self.assertTrue(all(c == "\n" or c.isprintable() for c in output))
 
     def testVersionIsOneLineOnStandardOutput(self):
@@ -35,31 +48,49 @@ class CommandLine(ConsoleTest):
         self.assertRegex(output, r"\Amerocli \d+\.\d+\.\d+\n\Z")
 
     def testNoCommandIsAUsageError(self):
-        self.assert_usage_error(naming="a command is missing; to collect a bundle run 'merocli collect'")
+        self.assert_usage_error(command=None,
+                                naming="a command is missing; to collect a bundle run 'merocli collect', to see what "
+                                       "can be collected 'merocli list'")
 
     def testUnknownCommandIsNamed(self):
-        self.assert_usage_error("gather", naming="gather")
+        self.assert_usage_error("gather", naming="gather", command=None)
+
+    def testTwoCommandsAreOneTooMany(self):
+        self.assert_usage_error("collect", "list", naming="list")
+        self.assert_usage_error("list", "collect", naming="collect", command="list")
 
     def testUnknownOptionIsNamed(self):
-        self.assert_usage_error("collect", "--colour", naming="--colour")
+        for command in OPTIONS:
+            self.assert_usage_error(command, "--colour", naming="--colour", command=command)
+
+    def testOptionOfTheOtherCommandIsUnknown(self):
+        self.assert_usage_error("list", "--only", "usual", naming="--only", command="list")
+        self.assert_usage_error("collect", "--json", naming="--json")
 
     def testStrayArgumentIsNamed(self):
-        self.assert_usage_error("collect", "bundle.zip", naming="bundle.zip")
+        for command in OPTIONS:
+            self.assert_usage_error(command, "bundle.zip", naming="bundle.zip", command=command)
+        self.assert_usage_error("collect", "--only", "usual", "unusual", naming="unusual")
 
     def testMissingValueIsNamed(self):
-        for option in ("--install-dir", "--request", "--target", "--password-file"):
+        for option in ("--install-dir", "--only", "--comment", "--request", "--target", "--password-file"):
             self.assert_usage_error("collect", option, naming=option)
+        self.assert_usage_error("collect", "--only", "usual", "--only", naming="--only")
+        self.assert_usage_error("list", "--install-dir", naming="--install-dir", command="list")
 
     def testOptionGivenTwiceIsNamed(self):
         self.assert_usage_error("collect", "--target", "a.zip", "--target", "b.zip", naming="--target")
+        self.assert_usage_error("collect", "--only", "a", "--comment", "b", "--comment", "c", naming="--comment")
 
     def testEmptyPathIsNotTakenForNone(self):
         for option in ("--install-dir", "--request", "--target", "--password-file"):
             self.assert_usage_error("collect", option, "", naming=option + ": the path is empty")
+        self.assert_usage_error("list", "--install-dir", "", naming="--install-dir: the path is empty", command="list")
 
     def testMissingInstallFolderIsNamed(self):
-        self.assert_usage_error("collect", "--install-dir", "nowhere",
-                                naming="--install-dir: there is no folder '" + self.path("nowhere") + "'")
+        for command in OPTIONS:
+            self.assert_usage_error(command, "--install-dir", "nowhere", command=command,
+                                    naming="--install-dir: there is no folder '" + self.path("nowhere") + "'")
 
     def testTargetMayNotBeAFolder(self):
         os.makedirs(self.path("folder.zip"))
@@ -88,10 +119,21 @@ class CommandLine(ConsoleTest):
         self.assertEqual(status, 1)
         self.assertIn("merocli: can't write to standard output: No space left on device", errors)
 
-    def testClosedStreamsDoNoHarm(self):
+    def testClosedStandardOutputIsAFailure(self):
+        status, _, errors = self.run_console("--version", stdout=None, preexec_fn=lambda: os.close(1))
+        self.assertEqual(status, 1)
+        self.assertEqual(errors, "merocli: can't write to standard output: Bad file descriptor\n")
+
+    def testOtherClosedStreamsDoNoHarm(self):
+        status, output, _ = self.run_console("--version", stdin=None, stderr=None,
+                                             preexec_fn=lambda: [os.close(fd) for fd in (0, 2)])
+        self.assertEqual(status, 0)
+        self.assertRegex(output, r"\Amerocli ")
+
+    def testAllStreamsMayBeClosed(self):
         status = self.run_console("--version", stdin=None, stdout=None, stderr=None,
                                   preexec_fn=lambda: [os.close(fd) for fd in (0, 1, 2)])[0]
-        self.assertEqual(status, 0)
+        self.assertEqual(status, 1)
 
 
 class PasswordFile(ConsoleTest):

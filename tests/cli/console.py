@@ -7,6 +7,7 @@ import subprocess
 import tempfile
 import unittest
 import zipfile
+from xml.sax.saxutils import escape, quoteattr
 
 MEROCLI = os.environ["MEROCLI"]
 
@@ -31,6 +32,33 @@ ITEM = """<file id="{id}">
   <description>The item {id}</description>
   <mero><os opsys="linux"><file_copy_action><action><loc>{path}</loc></action></file_copy_action></os></mero>
 </file>"""
+
+
+HINT_OF_THE_PROGRAM = "Run 'merocli --help' for the commands.\n"
+
+# Without these an attribute's line ends and tabs would be blanks.
+CONTROLS = {chr(code): "&#%d;" % code for code in (9, 10, 13)}
+
+
+def item(identity, label="", default="false", description="", platform="linux", path="/none"):
+    """An item of a configuration; without a platform it has no instructions either."""
+    instructions = ("" if platform is None else
+                    "<mero><os opsys=%s><file_copy_action><action><loc>%s</loc></action></file_copy_action></os></mero>"
+                    % (quoteattr(platform), escape(path)))
+    return "<file id=%s><gui><label>%s</label></gui><default>%s</default><description>%s</description>%s</file>" % (
+        quoteattr(identity, CONTROLS), escape(label), default, escape(description), instructions)
+
+
+def group(root, title, *items, folder=None):
+    """A group of a configuration; without a root no wizard shows it."""
+    attributes = "" if root is None else " treeRootName=" + quoteattr(root, CONTROLS)
+    if folder is not None:
+        attributes += " directoryName=" + quoteattr(folder)
+    return "<fileGroup%s><title>%s</title>%s</fileGroup>" % (attributes, escape(title), "".join(items))
+
+
+def configuration(*groups):
+    return '<?xml version="1.0" encoding="UTF-8"?><configure><title>Test</title>%s</configure>' % "".join(groups)
 
 
 class ConsoleTest(unittest.TestCase):
@@ -72,19 +100,20 @@ class ConsoleTest(unittest.TestCase):
                 stream.close()
 
     def run_console(self, *arguments, input=None, **options):
-        """Exit status, standard output and standard error as text."""
+        """Exit status, standard output and standard error as text. An argument may be bytes."""
         if input is not None:
             options["stdin"] = subprocess.PIPE
         process = self.start(*arguments, **options)
         output, errors = process.communicate(input, timeout=100)
         return process.returncode, (output or b"").decode(), (errors or b"").decode()
 
-    def assert_usage_error(self, *arguments, naming, **options):
+    def assert_usage_error(self, *arguments, naming, command="collect", **options):
         status, output, errors = self.run_console(*arguments, **options)
         self.assertEqual(status, 2, errors)
         self.assertEqual(output, "")
         self.assertTrue(errors.startswith("merocli: "), errors)
-        self.assertTrue(errors.endswith("Run 'merocli collect --help' for the options.\n"), errors)
+        hint = "Run 'merocli %s --help' for the options.\n" % command if command else HINT_OF_THE_PROGRAM
+        self.assertTrue(errors.endswith(hint), errors)
         self.assertIn(naming, errors)
         return errors
 

@@ -1,0 +1,152 @@
+#include "CollectCommand.h"
+
+#include "ConfigurationNotes.h"
+#include "ConsoleMessages.h"
+#include "ItemSelection.h"
+#include "MEROEngine.h"
+#include "OwnRequest.h"
+#include "PasswordSource.h"
+#include "Paths.h"
+#include "Progress.h"
+#include "ReturnCodes.h"
+#include "Utf8Text.h"
+#include "WipedString.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr const char* kCommand = "collect";
+
+std::string adviceOnRequest(const CollectOptions& options, const std::string& requestPath) {
+    if (!options.onlyIds.empty()) {
+        return "the list of the items could not be written to '" + requestPath +
+               "'; look at the space left in /tmp";
+    }
+    return "the request file '" + requestPath +
+           "' is missing or isn't a request; correct it, or leave --request out to collect the usual items";
+}
+
+/// What a user can do about a failed job.
+std::string adviceFor(uint32_t code, const CollectOptions& options, const std::string& requestPath) {
+    switch (code) {
+    case MEROENGINE_ERROR_INVALID_XML:
+    case MEROENGINE_ERROR_NULL_POINTER:
+        return adviceOnRequest(options, requestPath);
+    case MEROENGINE_ERROR_INTERNAL:
+        // Failed files are counted against good ones, so that one of each ends a job too.
+        return "'" + helperUtil::getConfigDirectory(options.installDirectory) +
+               "' holds no good configuration file, or as many bad ones as good ones; correct them, or "
+               "name the folder that holds xml/config/ with --install-dir";
+    case MEROENGINE_ERROR_WRITE_FAILURE:
+        return "'" + bundlePathFor(options.targetPath) +
+               "' could not be written; look at the space left there and in /tmp, or name another --target";
+    case MEROENGINE_ERROR_ACCESS_DENIED:
+        return "the working folder in /tmp could not be made; look at the rights and the space left there";
+    default:
+        return "the log tells more: journalctl -t zrn_merocli";
+    }
+}
+
+/// Runs the engine.
+/// @param requestPath  empty for the items marked default.
+int runJob(const CollectOptions& options, const std::string& requestPath, const WipedString& password) {
+    g_consoleMode = true;
+    const auto engine = std::make_shared<MEROEngine>(requestPath, options.installDirectory,
+                                                     options.targetPath, password.view(), kModeCollect,
+                                                     options.includeLegacyTree, options.collectSystemLogs);
+    const uint32_t code = engine->run();
+    if (code != 0) {
+        const char* name = getReturnCodeDescription(code);
+        printError("no bundle was made: " + adviceFor(code, options, requestPath) + " [" +
+                   (name == nullptr ? "unknown" : name) + "]");
+        return kExitFailed;
+    }
+    static_cast<void>(std::fprintf(stderr, "Bundle: %s\n", bundlePathFor(options.targetPath).c_str()));
+    return kExitDone;
+}
+
+/// Runs the engine on a request for the selected items.
+int runSelected(const CollectOptions& options, ItemSelection& items, const WipedString& password) {
+    items.setComments(options.comment);
+    OwnRequest request;
+    const int error = request.write(items);
+    if (error != 0) {
+        printError(
+            std::string("no bundle was made: no folder for the list of the items could be made in /tmp (") +
+            std::strerror(error) + "); look at the rights and the space left there");
+        return kExitFailed;
+    }
+    return runJob(options, request.path(), password);
+}
+
+/// Tells of the ids that no item has.
+void printUnknown(const std::vector<std::string>& ids) {
+    for (const std::string& id : ids) {
+        printError("--only: no item has the id '" + onOneLine(id) +
+                   "'; 'merocli list' shows those that there are");
+    }
+}
+
+/// Selects the items of --only, and tells what keeps them from being collected.
+/// @return the exit status; kExitDone if there is something to collect.
+int selectItems(const CollectOptions& options, ItemSelection& items) {
+    items.scan(options.installDirectory);
+    const std::vector<std::string> unknown = items.select(options.onlyIds);
+    printFailedFiles(items);
+    if (items.roots().empty()) {
+        printUsageError("--only: " + nothingOffered(options.installDirectory), kCommand);
+        return kExitUsage;
+    }
+    printUnknown(unknown);
+    const std::vector<std::string> selected = items.selectedIds();
+    if (selected.empty()) {
+        printUsageError("--only: no item is left to collect", kCommand);
+        return kExitUsage;
+    }
+    for (const std::string& id : selected) {
+        if (const std::string fault = faultOfId(id); !fault.empty()) {
+            printError("no bundle was made: the item '" + onOneLine(id) + "' can't be named alone, as " +
+                       fault + "; leave it out of --only, or have the id changed in the configuration file");
+            return kExitFailed;
+        }
+    }
+    return kExitDone;
+}
+
+/// Reads the password if one was asked for. @return false after telling what is wrong.
+bool takePassword(const CollectOptions& options, WipedString& passwordOut) {
+    if (!options.passwordFile) {
+        return true;
+    }
+    std::string reason;
+    if (!readPassword(*options.passwordFile, passwordOut, reason)) {
+        printUsageError("--password-file: " + reason, kCommand);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int collectBundle(const CollectOptions& options) {
+    const bool isSelection = !options.onlyIds.empty();
+    ItemSelection items;
+    if (isSelection) {
+        const int status = selectItems(options, items);
+        if (status != kExitDone) {
+            return status;
+        }
+    }
+    // Ahead of the request: whoever interrupts the prompt leaves nothing behind.
+    WipedString password;
+    if (!takePassword(options, password)) {
+        return kExitUsage;
+    }
+    return isSelection ? runSelected(options, items, password)
+                       : runJob(options, options.requestPath, password);
+}

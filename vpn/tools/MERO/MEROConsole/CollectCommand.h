@@ -1,0 +1,8 @@
+#pragma once
+
+#include "CollectOptions.h"
+
+/// Collects a bundle and blocks until it is written or the job has failed. Selects items first if their ids
+/// are given, and reads the password then, from standard input if that was asked for.
+/// @return the exit status; with kExitUsage nothing was collected.
+[[nodiscard]] int collectBundle(const CollectOptions& options);

@@ -1,0 +1,16 @@
+#include "ConfigurationNotes.h"
+
+#include "ConsoleMessages.h"
+#include "Paths.h"
+
+void printFailedFiles(const ItemSelection& items) {
+    for (const std::string& path : items.failedFiles()) {
+        printError("the configuration file '" + path +
+                   "' can't be read, so its items are missing; the log tells why: journalctl -t zrn_merocli");
+    }
+}
+
+std::string nothingOffered(const std::string& installDirectory) {
+    return "no configuration file in '" + helperUtil::getConfigDirectory(installDirectory) +
+           "' offers an item; name the folder that holds xml/config/ with --install-dir";
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+/// A folder below /tmp for its maker alone, under a name that nobody else has. It goes with this object, if
+/// it is empty then.
+class PrivateFolder {
+public:
+    PrivateFolder() = default;
+    ~PrivateFolder();
+    PrivateFolder(const PrivateFolder&) = delete;
+    PrivateFolder& operator=(const PrivateFolder&) = delete;
+
+    /// Makes the folder, once. @return 0 or an errno.
+    [[nodiscard]] int make();
+    /// Its path; empty if there is none.
+    [[nodiscard]] const std::string& path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
