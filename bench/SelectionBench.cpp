@@ -145,7 +145,7 @@ const ConfigurationSet& configurationSet() {
 
 void ScanFolder(benchmark::State& state) {
     const std::string installPath = configurationSet().installPath();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         Records records;
         ParseConfigXML(&records, nullptr, installPath).run();
         benchmark::DoNotOptimize(records.getModuleTree().size());
@@ -155,7 +155,7 @@ BENCHMARK(ScanFolder)->Unit(benchmark::kMillisecond);
 
 void LoadFolder(benchmark::State& state) {
     const std::string folder = configurationSet().folder();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         MEROXmlLoader loader;
         std::list<MEROXmlObject*> trees;
         benchmark::DoNotOptimize(loader.load(folder, kLoadFolder, trees));
@@ -168,7 +168,7 @@ BENCHMARK(LoadFolder)->Unit(benchmark::kMillisecond);
 
 void Click(benchmark::State& state, const char* path) {
     SelectionPage page(configurationSet());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         page.click(path);
     }
 }
@@ -178,7 +178,7 @@ BENCHMARK_CAPTURE(Click, file, "4:9:99")->Unit(benchmark::kMillisecond);
 
 void Store(benchmark::State& state) {
     SelectionPage page(configurationSet());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         page.store();
         state.PauseTiming();
         page.back();

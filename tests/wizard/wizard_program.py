@@ -147,6 +147,52 @@ class WizardTest(unittest.TestCase):
         entry = self.find("password text", caption, Atspi.StateType.SENSITIVE)
         self.assertTrue(Atspi.EditableText.set_text_contents(entry, text))
 
+    def row(self, name):
+        """The check and the text of the row of this name in the selection tree."""
+        def search():
+            for widget in self.widgets(self.tree()):
+                if widget.get_role_name() == "table cell" and widget.get_child_count() == 2:
+                    check, text = (widget.get_child_at_index(index) for index in range(2))
+                    if text.get_name() == name:
+                        return check, text
+            return None
+
+        return self.wait_for(search, "row '%s'" % name)
+
+    def tree(self):
+        return self.find("tree table", "Select the files to be collected.")
+
+    def is_checked(self, name):
+        return self.row(name)[0].get_state_set().contains(Atspi.StateType.CHECKED)
+
+    def toggle(self, name):
+        before = self.is_checked(name)
+        self.act(self.row(name)[1], "activate")
+        self.wait_for(lambda: self.is_checked(name) != before, "change of '%s'" % name)
+
+    def click(self, widget):
+        """With the mouse: what runs a dialog would not answer when it was asked to act."""
+        place = Atspi.Component.get_extents(widget, Atspi.CoordType.SCREEN)
+        self.focus_window()
+        self.xdotool("mousemove", "--sync", place.x + place.width // 2, place.y + place.height // 2, "click", 1)
+
+    def focus_window(self, title="Varnel Corvane"):
+        window = self.xdotool("search", "--sync", "--onlyvisible", "--name", title).split()[0]
+        self.xdotool("windowfocus", "--sync", window)
+
+    @staticmethod
+    def xdotool(*arguments):
+        return subprocess.run(["xdotool", *map(str, arguments)], stdout=subprocess.PIPE, check=True, text=True).stdout
+
+    def open_row(self, name):
+        self.act(self.row(name)[1], "expand or contract")
+        self.wait_for(lambda: self.row(name)[1].get_state_set().contains(Atspi.StateType.EXPANDED), "open '%s'" % name)
+
+    @staticmethod
+    def act(widget, action):
+        names = [Atspi.Action.get_action_name(widget, index) for index in range(Atspi.Action.get_n_actions(widget))]
+        Atspi.Action.do_action(widget, names.index(action))
+
     def result(self):
         """The text of the result page, when it is there."""
         self.find("label", "Bundle Creation Result")

@@ -1,5 +1,6 @@
 """The program as a whole: a real process with a real window, job and bundle."""
 
+import glob
 import os
 import re
 import shutil
@@ -13,6 +14,8 @@ from wizard_program import Atspi, JobTest, WizardTest
 
 PASSWORD = "pass w\u00f6rd"
 SUCCESS = 0
+UNKNOWN_ERROR = ("An unknown error occurred while creating the MERO bundle, possibly due to restricted file "
+                 "permissions.  Please try again later.")
 # What a person takes for "at once", with room for a machine that does other things meanwhile.
 AT_ONCE_SECONDS = 3
 SLOW_FILE_BYTES = 3 * 1024 * 1024 * 1024
@@ -100,6 +103,186 @@ class TypicalWalk(JobTest):
         self.wait_for(lambda: all(widget.get_name() != "OK" for widget in self.widgets()), "end of the dialog")
         self.find("label", "Bundle Creation Result")
         self.finish()
+
+
+SELECTION = """<?xml version="1.0" encoding="UTF-8"?>
+<configure>
+  <title>Selection</title>
+  <fileGroup treeRootName='_tr("Chosen area")' directoryName="{group}">
+    <title>_tr("First module")</title>
+    {first}
+  </fileGroup>
+  <fileGroup treeRootName='_tr("Chosen area")' directoryName="{group}">
+    <title>_tr("Second module")</title>
+    {second}
+  </fileGroup>
+  <fileGroup treeRootName="Another area" directoryName="{group}">
+    <title>Third module</title>
+    {third}
+  </fileGroup>
+</configure>
+"""
+ITEM = """<file id="{id}"><gui><label>{label}</label></gui><default>{default}</default><description>The {id}</description>
+<mero><os opsys="linux"><file_copy_action><action><loc>{path}</loc></action></file_copy_action></os></mero></file>"""
+COMMENT = "It stopped <here> & there: \u00fc\u4e2d"
+
+
+class CustomWalk(JobTest):
+    """Three modules below two roots, each item with a file of its own."""
+
+    def setUp(self):
+        super().setUp()
+        self.write_selection()
+
+    def item(self, name, label, default="false"):
+        return ITEM.format(id=name, label=label, default=default,
+                           path=self.write("logs/%s.log" % label.split()[0], "content of " + label))
+
+    def write_selection(self, odd_id="f-item"):
+        self.write("programs/xml/config/sample.xml", SELECTION.format(
+            group=self.group, first=self.item("a-item", "a file", "true") + self.item("b-item", "b file"),
+            second=self.item("c-item", "c file", "true") + self.item("d-item", "d file", "true"),
+            third=self.item("e-item", "e file") + self.item(odd_id, "f file")))
+
+    def walk_to_the_tree(self):
+        self.start()
+        self.find("label", "Meroscope (MERO)")
+        self.press("Next")
+        self.press("Custom", "radio button")
+        self.press("Next")
+        self.row("Chosen area")
+
+    def walk_from_the_tree_to_the_encryption_page(self, comment=""):
+        self.press("Next")
+        field = self.find("text", "Enter any comments for the bundle.")
+        self.assertTrue(Atspi.EditableText.set_text_contents(field, comment))
+        self.press("Next")
+        self.find("label", "Bundle Encryption Option")
+
+    def choose_target(self, path):
+        self.click(self.find("push button", "Browse..."))
+        name = self.find("text", "Name:")
+        self.assertTrue(Atspi.EditableText.set_text_contents(name, path))
+        self.press("Save")
+        self.find("label", os.path.basename(path))
+
+    def testHoldsExactlyWhatWasChosen(self):
+        self.walk_to_the_tree()
+        self.assertTrue(self.is_checked("Chosen area"))
+        self.assertFalse(self.is_checked("Another area"))
+        self.open_row("Chosen area")
+        self.toggle("Second module")
+        self.open_row("First module")
+        self.assertTrue(self.is_checked("a file"))
+        self.toggle("b file")
+        self.press("Next")
+        self.find("label", "Target Bundle Location and Comments")
+        target = self.path("home", "case 12.zip")
+        self.choose_target(target)
+        field = self.find("text", "Enter any comments for the bundle.")
+        self.assertTrue(Atspi.EditableText.set_text_contents(field, COMMENT))
+        self.press("Next")
+        self.press("Enable Bundle Encryption", "check box")
+        self.type("Encryption Password", PASSWORD)
+        self.type("Confirm Password", PASSWORD)
+        self.start_the_job()
+        self.assertEqual(self.result(), "The bundle was created successfully in %s." % target)
+        self.assertEqual(tool("unzip", "-P", PASSWORD, "-tqq", target).returncode, SUCCESS)
+        with zipfile.ZipFile(target) as archive:
+            archive.setpassword(PASSWORD.encode())
+            self.assertEqual(set(archive.namelist()),
+                             self.bundled("a", "b") | {"summary.txt", "comments.txt"})
+            self.assertTrue(all(entry.flag_bits & 1 for entry in archive.infolist()))
+            self.assertEqual(archive.read(self.group + "/b.log").decode(), "content of b file")
+            self.assertIn(COMMENT, archive.read("comments.txt").decode())
+            summary = archive.read("summary.txt").decode()
+        self.assertEqual(re.findall(r"^[a-f]-item", summary, re.MULTILINE), ["a-item", "b-item"], summary)
+        self.assertEqual(os.listdir(self.path("home", "Desktop")), [])
+        self.finish()
+        self.assertEqual(glob.glob("/tmp/BundleRequest_*"), [])
+
+    def testOfAnUncheckedTreeHoldsNoItems(self):
+        self.walk_to_the_tree()
+        self.toggle("Chosen area")
+        self.walk_from_the_tree_to_the_encryption_page()
+        self.start_the_job()
+        with zipfile.ZipFile(self.bundle()) as archive:
+            self.assertEqual([name for name in archive.namelist() if name.startswith(self.group)], [])
+        self.finish()
+
+    def testKeepsTheTreeOverASecondVisit(self):
+        self.walk_to_the_tree()
+        self.toggle("Another area")
+        self.press("Next")
+        self.find("label", "Target Bundle Location and Comments")
+        self.press("Back")
+        self.toggle("Chosen area")
+        self.press("Back")
+        self.find("label", "Bundle Creation Option")
+        self.press("Next")
+        self.assertTrue(self.is_checked("Another area"))
+        self.assertFalse(self.is_checked("Chosen area"))
+        self.walk_from_the_tree_to_the_encryption_page()
+        self.start_the_job()
+        with zipfile.ZipFile(self.bundle()) as archive:
+            self.assertEqual({name for name in archive.namelist() if name.startswith(self.group + "/")},
+                             self.bundled("e", "f"))
+        self.finish()
+
+    def testCanBeDoneWithTheKeyboardAlone(self):
+        self.walk_to_the_tree()
+        self.focus_window()
+        self.wait_for(lambda: self.tree().get_state_set().contains(Atspi.StateType.FOCUSED), "focus on the tree")
+        # The roots stand in the order of their names as they are in the file, marker included.
+        tool("xdotool", "key", "Home", "space")
+        self.wait_for(lambda: self.is_checked("Another area"), "check by key")
+        self.assertTrue(self.is_checked("Chosen area"))
+        self.click(self.row("Chosen area")[1])
+        self.xdotool("key", "space")
+        self.wait_for(lambda: not self.is_checked("Chosen area"), "check by key behind a click")
+        self.press("Cancel")
+        self.wait_for_exit()
+
+    def testWithACommentThatEndsItsSectionFails(self):
+        self.walk_to_the_tree()
+        self.walk_from_the_tree_to_the_encryption_page("what ]]> ends")
+        self.start_the_job()
+        self.assertEqual(self.result(), UNKNOWN_ERROR)
+        self.finish()
+        self.assertIn("Internal Error: invalid request XML, please contact your administrator, or run in default mode",
+                      self.read_log())
+
+    def testWithAnIdThatNoRequestCanHoldFails(self):
+        for odd_id in ("f&quot;item", "f&lt;item"):
+            with self.subTest(odd_id):
+                self.write_selection(odd_id)
+                self.walk_to_the_tree()
+                self.toggle("Another area")
+                self.walk_from_the_tree_to_the_encryption_page()
+                self.start_the_job()
+                self.assertEqual(self.result(), UNKNOWN_ERROR)
+                self.finish()
+                self.assertEqual(os.listdir(self.path("home", "Desktop")), [])
+
+    def testFollowsNoLinkAtThePlaceOfTheRequest(self):
+        victim = self.write("home/letter.txt", "dear diary")
+        # The job starts in this minute or in the next.
+        places = [time.strftime("/tmp/BundleRequest_%m%d_%H%M.xml", time.localtime(time.time() + seconds))
+                  for seconds in (0, 60)]
+        for place in places:
+            os.symlink(victim, place)
+            self.addCleanup(lambda path=place: os.path.islink(path) and os.remove(path))
+        self.walk_to_the_tree()
+        self.walk_from_the_tree_to_the_encryption_page()
+        self.start_the_job()
+        self.assertEqual(self.result(), UNKNOWN_ERROR)
+        self.finish()
+        with open(victim, encoding="utf-8") as file:
+            self.assertEqual(file.read(), "dear diary")
+        self.assertIn("std::fstream::open", self.read_log())
+
+    def bundled(self, *names):
+        return {"%s/%s.log" % (self.group, name) for name in names}
 
 
 class FailedWalk(JobTest):

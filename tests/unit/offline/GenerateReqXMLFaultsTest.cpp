@@ -17,7 +17,6 @@
 #include <sys/un.h>
 
 namespace fs = std::filesystem;
-using ::testing::IsEmpty;
 
 namespace {
 

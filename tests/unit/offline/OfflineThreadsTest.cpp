@@ -34,6 +34,7 @@ std::string configuration(const std::string& rootName, const std::string& name) 
 
 std::vector<std::string> titles(const std::string& name, const std::string& prefix = {}) {
     std::vector<std::string> all;
+    all.reserve(kGroups);
     for (int number = 0; number < kGroups; ++number) {
         all.push_back(prefix + name + std::to_string(number));
     }
@@ -118,6 +119,7 @@ TEST_F(OfflineThreads, HandsTheRequestOverWithTheStatus) {
 
 TEST_F(OfflineThreads, TakesSeveralScansIntoOneTree) {
     std::vector<std::unique_ptr<ParseConfigXML>> parsers;
+    parsers.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         parsers.push_back(std::make_unique<ParseConfigXML>(
             &m_window, nullptr, install(number, "root " + std::to_string(number % 2))));
@@ -144,6 +146,7 @@ TEST_F(OfflineThreads, LetsSeveralWritersReadOneTree) {
     ParseConfigXML(&m_window, nullptr, install(0, "root")).run();
     m_window.m_comments = "5 < 6";
     std::vector<std::unique_ptr<GenerateReqXML>> writers;
+    writers.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         writers.push_back(
             std::make_unique<GenerateReqXML>(&m_window, nullptr, path("Request" + std::to_string(number))));
