@@ -1,0 +1,81 @@
+#include "EventDescriptors.h"
+
+#include "zmt_select.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int64_t kMillisecondsPerSecond = 1000;
+constexpr int64_t kMicrosecondsPerMillisecond = 1000;
+
+/// What lies outside must not get near a set: it would be looked for behind the set's end.
+bool fits(int fd) {
+    return fd >= 0 && fd < FD_SETSIZE;
+}
+
+bool isIn(const fd_set& set, int fd) {
+    return fits(fd) && FD_ISSET(fd, &set);
+}
+
+void takeOut(fd_set& set, int fd) {
+    if (fits(fd)) {
+        FD_CLR(fd, &set);
+    }
+}
+
+bool waitsForReading(const CCEvent& event) {
+    return event.getExtraFd() > 0 && event.getExtraFdType() == kExtraFdReadable;
+}
+
+bool waitsForWriting(const CCEvent& event) {
+    return event.getExtraFd() > 0 && event.getExtraFdType() == kExtraFdWritable;
+}
+
+} // namespace
+
+EventDescriptors::EventDescriptors() {
+    FD_ZERO(&m_readSet);
+    FD_ZERO(&m_writeSet);
+}
+
+bool EventDescriptors::add(const CCEvent& event) {
+    if (!add(event.getReadFd(), m_readSet)) {
+        return false;
+    }
+    if (waitsForReading(event)) {
+        return add(event.getExtraFd(), m_readSet);
+    }
+    return !waitsForWriting(event) || add(event.getExtraFd(), m_writeSet);
+}
+
+bool EventDescriptors::add(int fd, fd_set& set) {
+    if (!fits(fd)) {
+        return false;
+    }
+    FD_SET(fd, &set);
+    m_descriptorsEnd = std::max(m_descriptorsEnd, fd + 1);
+    return true;
+}
+
+int EventDescriptors::wait(uint32_t timeoutMs) {
+    const timeval timeout = {timeoutMs / kMillisecondsPerSecond,
+                             timeoutMs % kMillisecondsPerSecond * kMicrosecondsPerMillisecond};
+    return zmt_select(m_descriptorsEnd, &m_readSet, &m_writeSet, nullptr, &timeout);
+}
+
+bool EventDescriptors::contain(const CCEvent& event) const {
+    return isIn(m_readSet, event.getReadFd()) ||
+           (waitsForReading(event) && isIn(m_readSet, event.getExtraFd())) ||
+           (waitsForWriting(event) && isIn(m_writeSet, event.getExtraFd()));
+}
+
+void EventDescriptors::remove(const CCEvent& event) {
+    takeOut(m_readSet, event.getReadFd());
+    if (waitsForReading(event)) {
+        takeOut(m_readSet, event.getExtraFd());
+    }
+    if (waitsForWriting(event)) {
+        takeOut(m_writeSet, event.getExtraFd());
+    }
+}

@@ -1,0 +1,179 @@
+#include "LaunchPlan.h"
+
+#include "Log.h"
+#include "PasswordEntry.h"
+#include "ReturnCodes.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <grp.h>
+#include <string_view>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr int kExitProgramMissing = 238;
+constexpr int kExitProgramNotRun = 239;
+constexpr int kExitNotSetUp = 255;
+
+/// The groups that the user database gives a user, `group` among them.
+std::vector<gid_t> groupsOf(const char* userName, gid_t group) {
+    int count = 32;
+    std::vector<gid_t> groups(static_cast<std::size_t>(count));
+    while (::getgrouplist(userName, group, groups.data(), &count) < 0) {
+        // It tells how many there are, which may have become more by the next look.
+        groups.resize(std::max(static_cast<std::size_t>(count), groups.size() + 1));
+        count = static_cast<int>(groups.size());
+    }
+    groups.resize(static_cast<std::size_t>(count));
+    return groups;
+}
+
+/// The name of an entry "NAME=value" or "NAME".
+std::string_view nameOf(std::string_view entry) {
+    return entry.substr(0, entry.find('='));
+}
+
+/// putenv on an environment that is not ours.
+void putEntry(std::vector<char*>& environment, char* entry) {
+    const std::string_view name = nameOf(entry);
+    const auto isSame = [name](const char* other) { return nameOf(other) == name; };
+    if (std::strchr(entry, '=') == nullptr) {
+        std::erase_if(environment, isSame);
+        return;
+    }
+    const auto former = std::find_if(environment.begin(), environment.end(), isSame);
+    if (former == environment.end()) {
+        environment.push_back(entry);
+    } else {
+        *former = entry;
+    }
+}
+
+} // namespace
+
+LaunchPlan::LaunchPlan(const ProcessLaunchInfo& info, std::string program,
+                       const std::vector<char*>& arguments)
+    : m_info(info), m_setup{.discardOutput = info.m_bDiscardOutput,
+                            .ownGroup = info.m_bEndWithCaller,
+                            .endWithCaller = info.m_bEndWithCaller && !info.m_bDetach},
+      m_program(std::move(program)), m_arguments(arguments) {
+    m_arguments.push_back(nullptr);
+}
+
+uint32_t LaunchPlan::prepare() {
+    if (impersonates()) {
+        if (const uint32_t code = lookUpUser(); code != 0) {
+            return code;
+        }
+    }
+    makeEnvironment();
+    return 0;
+}
+
+bool LaunchPlan::impersonates() const {
+    return m_info.m_bImpersonate && m_info.m_pszUserName != nullptr;
+}
+
+uint32_t LaunchPlan::lookUpUser() {
+    const PasswordEntry entry(m_info.m_pszUserName);
+    if (entry.get() == nullptr) {
+        if (m_info.m_pszDisplay == nullptr) {
+            return 0; // the child ends for it
+        }
+        ZRN_LOG_CODE_TEXT('E', "getpwnam", entry.getError(), "error: %s; username: %s",
+                          std::strerror(entry.getError()), m_info.m_pszUserName);
+        return PROCESS_API_ERROR_NO_USER_TOKEN;
+    }
+    const passwd& user = *entry.get();
+    m_identity = Identity{user.pw_uid, user.pw_gid, groupsOf(user.pw_name, user.pw_gid)};
+    if (m_info.m_pszDisplay != nullptr) {
+        const bool hasHome = user.pw_dir != nullptr && *user.pw_dir != '\0';
+        m_displayEntries.push_back(std::string("DISPLAY=").append(m_info.m_pszDisplay));
+        m_displayEntries.push_back(
+            std::string("XAUTHORITY=").append(hasHome ? user.pw_dir : "/").append("/.Xauthority"));
+    }
+    return 0;
+}
+
+void LaunchPlan::makeEnvironment() {
+    if (impersonates()) {
+        for (std::string& entry : m_displayEntries) {
+            m_environment.push_back(entry.data());
+        }
+    } else {
+        for (char** entry = ::environ; entry != nullptr && *entry != nullptr; ++entry) {
+            m_environment.push_back(*entry);
+        }
+    }
+    for (char** entry = m_info.m_ppszEnvironment; entry != nullptr && *entry != nullptr; ++entry) {
+        putEntry(m_environment, *entry);
+    }
+    m_environment.push_back(nullptr);
+}
+
+uint32_t LaunchPlan::start(int32_t& processIdOut) {
+    const pid_t caller = ::getpid();
+    const pid_t child = forkChild();
+    if (child < 0) {
+        const int failure = errno;
+        ZRN_LOG_CODE('E', "fork", failure);
+        return PROCESS_API_ERROR_UNKNOWN;
+    }
+    if (child == 0) {
+        runChild(caller);
+    }
+    if (m_info.m_bDetach) {
+        return reapMiddleChild(child);
+    }
+    if (m_setup.ownGroup) {
+        completeOwnGroup(child);
+    }
+    processIdOut = child;
+    return 0;
+}
+
+/// The child between us and a detached program ends at once, with the errno of its own fork as exit code.
+uint32_t LaunchPlan::reapMiddleChild(pid_t child) const {
+    int status = 0;
+    if (reapChild(child, status, 0) != child) {
+        const int failure = errno;
+        ZRN_LOG_CODE('E', "waitpid", failure);
+        return 0; // where children are reaped unseen; the program is taken to have been started
+    }
+    if (WIFEXITED(status) && WEXITSTATUS(status) != 0) {
+        ZRN_LOG_CODE('E', "fork", WEXITSTATUS(status));
+        return PROCESS_API_ERROR_UNKNOWN;
+    }
+    return 0;
+}
+
+// Runs between fork and exec, where another thread may have held any lock: what it does is async-signal-safe
+// and allocates nothing. In this order: the second fork of a detached program, groups, group and user, the
+// child's setup (behind the user, whose change would undo part of it), the folder, the program.
+void LaunchPlan::runChild(pid_t parent) noexcept {
+    if (m_info.m_bDetach) {
+        const pid_t program = ::fork();
+        if (program != 0) {
+            ::_exit(program > 0 ? 0 : errno);
+        }
+    }
+    if ((impersonates() && !becomeUser()) || !prepareChild(m_setup, parent)) {
+        ::_exit(kExitNotSetUp);
+    }
+    if (m_info.m_pszWorkingDirectory != nullptr) {
+        // Without that folder the program runs in ours.
+        [[maybe_unused]] const int outcome = ::chdir(m_info.m_pszWorkingDirectory);
+    }
+    ::environ = m_environment.data(); // before the search, which goes by the child's PATH
+    ::execvp(m_program.c_str(), m_arguments.data());
+    ::_exit(errno == ENOENT ? kExitProgramMissing : kExitProgramNotRun);
+}
+
+bool LaunchPlan::becomeUser() const noexcept {
+    return m_identity && ::setgroups(m_identity->groups.size(), m_identity->groups.data()) == 0 &&
+           ::setgid(m_identity->group) == 0 && ::setuid(m_identity->user) == 0;
+}
