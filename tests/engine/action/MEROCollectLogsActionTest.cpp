@@ -18,13 +18,6 @@ TEST(CopyFailureText, BeginsWithABlankForEachCode) {
 
 class MEROCollectLogsActionTest : public ActionTest {
 protected:
-    /// The code of a tool instruction.
-    uint32_t externalCode(const std::string& children, bool adminRun = false) {
-        MEROXmlObject subtree = instruction("<action>" + children + "</action>");
-        return MEROCollectLogsAction(m_info, nullptr, adminRun)
-            .performExternalAction(subtree, m_found, m_tempFiles);
-    }
-
     std::list<MEROCollectedFile> m_found;
     std::list<std::string> m_tempFiles;
 };
@@ -36,44 +29,6 @@ TEST_F(MEROCollectLogsActionTest, ReturnsTheParsersCodeForASubtreeWithoutRoot) {
     EXPECT_EQ(action.performDirectoryAction(empty, m_found), 0xFEB00002u);
     EXPECT_EQ(action.performExternalAction(empty, m_found, m_tempFiles), 0xFEB00002u);
     EXPECT_THAT(omitted(), IsEmpty());
-}
-
-TEST_F(MEROCollectLogsActionTest, RefusesToRunAToolAndTellsSoInLogAndSummary) {
-    EXPECT_EQ(externalCode("<args>/usr/bin/touch " + path("run") + "</args><stdout/>"), 0xFEB00001u);
-    EXPECT_TRUE(m_log.contains('E', "Running tools is not available; \"touch\" was not run."))
-        << m_log.dump();
-    EXPECT_THAT(omitted(), ElementsAre(row("N/A", "Running tools is not available")));
-    EXPECT_FALSE(exists("run"));
-    EXPECT_FALSE(exists("bundle"));
-    EXPECT_THAT(m_found, IsEmpty());
-    EXPECT_THAT(m_tempFiles, IsEmpty());
-}
-
-TEST_F(MEROCollectLogsActionTest, NamesTheToolOfAnAdministratorRun) {
-    const std::string children = "<args>plain</args><admin_args>elevated</admin_args>";
-    EXPECT_EQ(externalCode(children, true), 0xFEB00001u);
-    EXPECT_TRUE(m_log.contains('E', "\"elevated\" was not run."));
-    EXPECT_EQ(externalCode(children, false), 0xFEB00001u);
-    EXPECT_TRUE(m_log.contains('E', "\"plain\" was not run.")) << m_log.dump();
-}
-
-TEST_F(MEROCollectLogsActionTest, LeavesAnInstructionThatTheParserRefusesOutOfTheSummary) {
-    EXPECT_EQ(externalCode("<args>tool</args><unknown/>"), 0xFEB00012u);
-    EXPECT_EQ(externalCode("<args>tool<x/></args>"), 0xFEB00011u);
-    EXPECT_THAT(omitted(), IsEmpty());
-    EXPECT_FALSE(m_log.contains('E', "Running tools")) << m_log.dump();
-}
-
-TEST_F(MEROCollectLogsActionTest, CollectsFilesBesideAToolThatIsNotRun) {
-    const std::string log = writeFile("logs/app.log", "1");
-    EXPECT_THAT(pathsOf(collect("<use_extern_action><action><args>true</args></action><action><unknown/>"
-                                "</action></use_extern_action><file_copy_action><action><loc>" +
-                                log + "</loc></action></file_copy_action>")),
-                ElementsAre(path("bundle") + "//app.log"));
-    EXPECT_TRUE(m_log.containsCode('E', "Perform", "MEROAction::performExternalAction", 0xFEB00001));
-    EXPECT_TRUE(m_log.containsCode('E', "Perform", "MEROAction::performExternalAction", 0xFEB00012))
-        << m_log.dump();
-    EXPECT_EQ(omitted().size(), 1u);
 }
 
 TEST_F(MEROCollectLogsActionTest, TreatsAnInstructionWithAnUnknownChildByItsKind) {

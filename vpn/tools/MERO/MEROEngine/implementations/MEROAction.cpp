@@ -3,6 +3,7 @@
 #include "Files.h"
 #include "Log.h"
 #include "ReturnCodes.h"
+#include "Summary.h"
 
 #include <string_view>
 
@@ -28,7 +29,9 @@ const char* operationOf(std::string_view kind) {
 MEROAction::MEROAction(const MEROActionInfo& info, MEROComponent* reader, bool adminRun)
     : m_reader(reader), m_info(info), m_adminRun(adminRun) {}
 
-MEROAction::~MEROAction() = default;
+MEROAction::~MEROAction() {
+    endTool();
+}
 
 void MEROAction::Perform(std::list<MEROCollectedFile>& collected) {
     if (m_reader == nullptr) {
@@ -70,4 +73,10 @@ void MEROAction::performInstructions(const MEROComponent& kind, std::list<MEROCo
             logReturnCode("Perform", __FILE__, __LINE__, 'E', operation, code, nullptr, nullptr);
         }
     }
+}
+
+void MEROAction::recordOmitted(const std::string& fileText, const std::string& reason) const {
+    // A summary that can't take the row has logged that; the other files go on.
+    static_cast<void>(
+        helperUtil::fillSummaryFailedFile(m_info.summary, m_info.id, fileText, m_info.description, reason));
 }

@@ -3,9 +3,11 @@
 #include "MEROActionInfo.h"
 #include "MEROCollectedFile.h"
 #include "MEROXmlObject.h"
+#include "ProcessAPI_unix.h"
 
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <string>
 
 /// Attributes of one instruction of a file_copy_action.
@@ -49,6 +51,7 @@ public:
     /// @param reader    the os element with the instructions; a view, read only.
     /// @param adminRun  whether admin_args win over args.
     MEROAction(const MEROActionInfo& info, MEROComponent* reader, bool adminRun);
+    /// Ends a tool that still runs.
     virtual ~MEROAction();
     MEROAction(const MEROAction&) = delete;
     MEROAction& operator=(const MEROAction&) = delete;
@@ -90,6 +93,28 @@ protected:
     [[nodiscard]] uint32_t parseExternalActionAttributes(MEROXmlObject& subtree, bool adminRun,
                                                          ExternalActionAttrs& attrs) const;
 
+    /// Runs a tool and blocks until it has ended. A tool of this action that still runs is ended first.
+    /// @param path           folder of the tool, or empty.
+    /// @param commandLine    the program, a blank and its arguments.
+    /// @param captureStdout  with an `outputFile`, runs the line through the shell and appends what it prints
+    /// to that file, behind a banner; nobody hears of the tool meanwhile. Else the program is started with
+    /// all of its arguments as one, its output is dropped, and the progress is reported each second.
+    /// @param outputFile     empty for none.
+    /// @return 0 however the tool has ended by itself, also when there is no such program. A code of starting
+    /// it, for which the summary gets a row; PROCESS_API_ERROR_WAIT_TIMEOUT when a signal has ended it, or
+    /// when it ended by itself just between two waits; MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
+    /// MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT when this process has used 1200 seconds of processor time since
+    /// the tool was started.
+    [[nodiscard]] uint32_t callExtern(const std::string& path, const std::string& commandLine,
+                                      bool captureStdout, const std::string& outputFile);
+
+    /// Adds a row to the summary's omitted files.
+    void recordOmitted(const std::string& fileText, const std::string& reason) const;
+
+    /// What started the last tool; null before the first.
+    std::unique_ptr<CProcessApi> m_pProcess;
+    /// The tool that may still run; 0 if none does.
+    int32_t m_processId = 0;
     /// The item's instructions, a view into the configuration's tree.
     MEROComponent* m_reader;
     MEROActionInfo m_info;
@@ -101,4 +126,11 @@ private:
     /// none is passed over.
     void performInstructions(const MEROComponent& kind, std::list<MEROCollectedFile>& collected,
                              std::list<std::string>& tempFiles);
+
+    /// The parts of callExtern.
+    void endTool();
+    [[nodiscard]] uint32_t captureTool(const std::string& fullCommand, const std::string& commandLine,
+                                       const std::string& outputFile) const;
+    [[nodiscard]] uint32_t launchTool(const std::string& path, const std::string& commandLine);
+    [[nodiscard]] uint32_t waitForTool(const std::string& toolName);
 };

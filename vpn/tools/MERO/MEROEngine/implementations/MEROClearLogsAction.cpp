@@ -1,15 +1,20 @@
 #include "MEROClearLogsAction.h"
 
-#include "Log.h"
-#include "ReturnCodes.h"
+#include "Files.h"
+#include "Names.h"
+#include "Paths.h"
 
 MEROClearLogsAction::MEROClearLogsAction(const MEROActionInfo& info, MEROComponent* reader, bool /*adminRun*/)
     : MEROAction(info, reader, false) {}
 
-uint32_t MEROClearLogsAction::performFileAction(MEROXmlObject& /*subtree*/,
+uint32_t MEROClearLogsAction::performFileAction(MEROXmlObject& subtree,
                                                 std::list<MEROCollectedFile>& /*found*/) {
-    ZRN_LOG('E', "Clearing logs is not available; no file of item \"%s\" was deleted.", m_info.id.c_str());
-    return MEROENGINE_ERROR_NOT_IMPLEMENTED;
+    FileActionAttrs attrs;
+    const uint32_t code = parseFileActionAttributes(subtree, attrs);
+    if (code != 0) {
+        return code;
+    }
+    return attrs.clearLog ? clearFileLogs(attrs) : 0;
 }
 
 uint32_t MEROClearLogsAction::performDirectoryAction(MEROXmlObject& /*subtree*/,
@@ -17,10 +22,28 @@ uint32_t MEROClearLogsAction::performDirectoryAction(MEROXmlObject& /*subtree*/,
     return 0;
 }
 
-uint32_t MEROClearLogsAction::performExternalAction(MEROXmlObject& /*subtree*/,
+uint32_t MEROClearLogsAction::performExternalAction(MEROXmlObject& subtree,
                                                     std::list<MEROCollectedFile>& /*found*/,
                                                     std::list<std::string>& /*tempFiles*/) {
-    ZRN_LOG('E', "Clearing logs is not available; no clear command of item \"%s\" was run.",
-            m_info.id.c_str());
-    return MEROENGINE_ERROR_NOT_IMPLEMENTED;
+    ExternalActionAttrs attrs;
+    const uint32_t code = parseExternalActionAttributes(subtree, false, attrs);
+    if (code == 0 && attrs.clearLog) {
+        // A clear command that fails has been logged, and leaves the others to run.
+        static_cast<void>(callExtern(helperUtil::translatePath(attrs.path), attrs.clearArguments,
+                                     attrs.captureStdout, std::string()));
+    }
+    return code;
+}
+
+uint32_t MEROClearLogsAction::clearFileLogs(const FileActionAttrs& attrs) {
+    std::string folder = helperUtil::folderPartOf(attrs.translatedPath);
+    std::list<std::string> patterns{helperUtil::stringAfterLast(attrs.translatedPath, "/")};
+    std::list<helperUtil::FoundFile> matches;
+    if (helperUtil::fileFindAll(folder, patterns, false, matches) != 0) {
+        return 0;
+    }
+    for (const helperUtil::FoundFile& match : matches) {
+        static_cast<void>(helperUtil::fileDelete(folder + match.name)); // logs its failures
+    }
+    return 0;
 }

@@ -4,22 +4,12 @@
 #include "Log.h"
 #include "Names.h"
 #include "ReturnCodes.h"
-#include "Summary.h"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <filesystem>
 #include <system_error>
 
 namespace {
-
-/// Folder of a configured path with its trailing "/", or empty for a path that names none: a bare file name
-/// is not looked for in whatever the current folder happens to be.
-std::string folderPartOf(const std::string& path) {
-    if (path.find('/') == std::string::npos) {
-        return {};
-    }
-    return helperUtil::stringBeforeLast(path, "/", true);
-}
 
 /// Where the files of `folder` go. Each time that the folder part occurs in it, the item's folder takes its
 /// place, while the "/" behind it stays.
@@ -65,23 +55,9 @@ uint32_t MEROCollectLogsAction::performDirectoryAction(MEROXmlObject& subtree,
     return code != 0 ? code : deepDirectoryCopy(attrs, found);
 }
 
-uint32_t MEROCollectLogsAction::performExternalAction(MEROXmlObject& subtree,
-                                                      std::list<MEROCollectedFile>& /*found*/,
-                                                      std::list<std::string>& /*tempFiles*/) {
-    ExternalActionAttrs attrs;
-    const uint32_t code = parseExternalActionAttributes(subtree, m_adminRun, attrs);
-    if (code != 0) {
-        return code;
-    }
-    ZRN_LOG('E', "Running tools is not available; \"%s\" was not run.", attrs.commandName.c_str());
-    // Whoever reads the bundle has to see that this output is missing, and why.
-    recordOmitted("N/A", "Running tools is not available");
-    return MEROENGINE_ERROR_NOT_IMPLEMENTED;
-}
-
 uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
                                              std::list<MEROCollectedFile>& found) {
-    const std::string folderPart = folderPartOf(attrs.translatedPath);
+    const std::string folderPart = helperUtil::folderPartOf(attrs.translatedPath);
     const std::string filePart = helperUtil::stringAfterLast(attrs.translatedPath, "/");
     std::list<helperUtil::FoundFile> matches;
     if (attrs.gatherNewest) {
@@ -183,10 +159,4 @@ std::string MEROCollectLogsAction::copyIntoBundle(const std::string& source, con
                      .totalAllowedSize = m_info.totalAllowedSize,
                      .defaultTruncateType = kTruncateNone});
     return {};
-}
-
-void MEROCollectLogsAction::recordOmitted(const std::string& fileText, const std::string& reason) const {
-    // A summary that can't take the row has logged that; the other files go on.
-    static_cast<void>(
-        helperUtil::fillSummaryFailedFile(m_info.summary, m_info.id, fileText, m_info.description, reason));
 }

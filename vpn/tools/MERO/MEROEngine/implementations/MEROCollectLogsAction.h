@@ -13,8 +13,10 @@ public:
                                              std::list<MEROCollectedFile>& found) override;
     [[nodiscard]] uint32_t performDirectoryAction(MEROXmlObject& subtree,
                                                   std::list<MEROCollectedFile>& found) override;
-    /// Running tools is not available yet: a log line and a row of the summary say so, nothing is run.
-    /// @return MEROENGINE_ERROR_NOT_IMPLEMENTED, or the parser's code for an instruction that it refuses.
+    /// Runs a tool. What it prints goes to a file of the item's folder if that is asked for; a file that it
+    /// writes elsewhere is fetched. There is a record also for an output that the tool has not made.
+    /// @return 0; the parser's code for an instruction that it refuses; MEROENGINE_ERROR_NOT_IMPLEMENTED for
+    /// a command line with the session's user in it; the code of running the tool or of fetching its output.
     [[nodiscard]] uint32_t performExternalAction(MEROXmlObject& subtree, std::list<MEROCollectedFile>& found,
                                                  std::list<std::string>& tempFiles) override;
 
@@ -42,6 +44,20 @@ private:
     /// @return empty, or the summary's words for the failure.
     [[nodiscard]] std::string copyIntoBundle(const std::string& source, const std::string& target,
                                              std::list<MEROCollectedFile>& found) const;
-    /// Adds a row to the summary's omitted files.
-    void recordOmitted(const std::string& fileText, const std::string& reason) const;
+
+    /// Where a tool's output is.
+    struct ToolOutput {
+        /// Empty for a tool whose output nobody asked for.
+        std::string path;
+        /// It is written to the item's folder; else it is fetched from where the tool puts it.
+        bool inBundle = false;
+    };
+    [[nodiscard]] ToolOutput outputOf(const ExternalActionAttrs& attrs) const;
+    /// Puts values in the place of the tokens of a command line.
+    /// @return 0, or the code of a value that can't be had.
+    [[nodiscard]] uint32_t replaceTokens(std::string& commandLine) const;
+    /// Copies a tool's output into the item's folder. A failure becomes a row of the summary.
+    /// @param targetOut  where it is then.
+    /// @return 0 or the code of the copy.
+    [[nodiscard]] uint32_t fetchOutput(const std::string& source, std::string& targetOut) const;
 };

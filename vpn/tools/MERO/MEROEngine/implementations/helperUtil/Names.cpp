@@ -57,6 +57,10 @@ std::string stringAfterFirst(std::string_view text, std::string_view delimiter, 
     return std::string(behind);
 }
 
+std::string folderPartOf(const std::string& path) {
+    return path.find('/') == std::string::npos ? std::string() : stringBeforeLast(path, "/", true);
+}
+
 std::string trimLeadingBlanks(std::string_view text) {
     const size_t start = text.find_first_not_of(" \t");
     return start == std::string_view::npos ? std::string() : std::string(text.substr(start));

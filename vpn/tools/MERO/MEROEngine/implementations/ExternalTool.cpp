@@ -1,0 +1,149 @@
+#include "CommandShell.h"
+#include "DescriptorStream.h"
+#include "Log.h"
+#include "MEROAction.h"
+#include "Names.h"
+#include "Progress.h"
+#include "RegularFile.h"
+#include "ReturnCodes.h"
+
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+
+namespace {
+
+/// Processor time of this process, in units of clock(): 1200 seconds.
+constexpr std::clock_t kExternTimeoutClockTicks = 1'200'000'000;
+constexpr uint32_t kWaitSliceMs = 1000;
+constexpr std::size_t kBannerAsterisks = 75;
+
+/// The tool's name for messages: its command line up to the first blank.
+std::string nameOf(const std::string& commandLine) {
+    const std::string name = helperUtil::stringBeforeFirst(commandLine, " ");
+    return name.empty() ? commandLine : name;
+}
+
+/// Opens a file for a tool's output. No link at its place is followed: a file outside of the bundle stands in
+/// a folder that others can write to.
+/// @return a closed descriptor after a failure, which is logged.
+FileDescriptor openOutput(const std::string& path) {
+    FileDescriptor file;
+    const int error = openRegularFile(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW, file);
+    if (error != 0) {
+        logReturnCode("callExtern", __FILE__, __LINE__, 'E', "open", static_cast<uint32_t>(error),
+                      std::strerror(error), "File: %s", path.c_str());
+    }
+    return file;
+}
+
+/// Tells several tools with one output file apart.
+void writeBanner(std::ostream& output, const std::string& commandLine) {
+    const std::string asterisks(kBannerAsterisks, '*');
+    std::string banner = "\n\r";
+    banner.append(asterisks).append("\n");
+    banner.append("\"").append(commandLine).append("\" output:\n");
+    banner.append(asterisks).append("\n\r\n");
+    output << banner;
+}
+
+void reportTool(const std::string& status) {
+    const std::lock_guard<std::mutex> guard(g_progressLock);
+    reportProgress(computeProgress(g_configsDone), status, MEROOFFLINE_ERROR_PROCESSING);
+}
+
+} // namespace
+
+uint32_t MEROAction::callExtern(const std::string& path, const std::string& commandLine, bool captureStdout,
+                                const std::string& outputFile) {
+    endTool();
+    m_pProcess = std::make_unique<CProcessApi>();
+    const bool captured = captureStdout && !outputFile.empty();
+    uint32_t code = 0;
+    if (captured) {
+        const bool below = !path.empty() && !commandLine.starts_with('/');
+        code = captureTool(below ? path + "/" + commandLine : commandLine, commandLine, outputFile);
+    } else {
+        code = launchTool(path, commandLine);
+    }
+    if (code != 0) {
+        recordOmitted("N/A", "Failed to execute " + nameOf(commandLine));
+        return code;
+    }
+    return captured ? 0 : waitForTool(nameOf(commandLine));
+}
+
+void MEROAction::endTool() {
+    if (m_pProcess != nullptr && m_processId > 0) {
+        // It fails for a tool that has just gone, and that is all the same.
+        static_cast<void>(CProcessApi::terminateProcess(m_processId));
+    }
+    m_processId = 0;
+    m_pProcess.reset();
+}
+
+// The tool runs even if its output can't be kept: it may be run for what it does.
+uint32_t MEROAction::captureTool(const std::string& fullCommand, const std::string& commandLine,
+                                 const std::string& outputFile) const {
+    DescriptorStream output(openOutput(outputFile));
+    writeBanner(output, commandLine);
+    const uint32_t code = CCommandShell(fullCommand.c_str()).Execute(output);
+    if (code != 0) {
+        logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CCommandShell::Execute", code, nullptr,
+                      nullptr);
+        return code;
+    }
+    if (!output) {
+        recordOmitted(helperUtil::stringAfterLast(outputFile, "/"),
+                      "The output of " + nameOf(commandLine) + " could not be kept whole");
+    }
+    return 0;
+}
+
+uint32_t MEROAction::launchTool(const std::string& path, const std::string& commandLine) {
+    std::string program = commandLine;
+    std::string parameters;
+    if (const std::size_t blank = commandLine.find(' '); blank != std::string::npos) {
+        program = commandLine.substr(0, blank);
+        parameters = commandLine.substr(blank + 1);
+    }
+    ProcessLaunchInfo info;
+    info.m_pszPath = path.c_str();
+    info.m_bEndWithCaller = true;
+    info.m_bDiscardOutput = true;
+    const uint32_t code = m_pProcess->Launch(info, program.c_str(), parameters.c_str(), nullptr);
+    if (code != 0) {
+        logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CProcessApi::Launch", code, nullptr, nullptr);
+        return code;
+    }
+    m_processId = info.m_processId;
+    return 0;
+}
+
+uint32_t MEROAction::waitForTool(const std::string& toolName) {
+    std::string status = "Processing " + m_info.description + "...";
+    const std::clock_t start = std::clock();
+    uint32_t result = 0;
+    while (CProcessApi::pollProcess(m_processId) == 0) {
+        uint32_t exitCode = 0;
+        result = m_pProcess->WaitForProcess(m_processId, &exitCode, nullptr, nullptr, kWaitSliceMs);
+        if (result == PROCESS_API_ERROR_WAIT_INTERRUPTED) {
+            logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CProcessApi::WaitForProcess", result,
+                          nullptr, nullptr);
+            return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
+        }
+        reportTool(status);
+        const std::clock_t elapsed = std::clock() - start;
+        if (elapsed >= kExternTimeoutClockTicks) {
+            logMessage("callExtern", __FILE__, __LINE__, 'E',
+                       "Executable %s timed out after %d seconds of activity.", toolName.c_str(),
+                       static_cast<int>(elapsed / CLOCKS_PER_SEC));
+            endTool();
+            return MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT;
+        }
+        status = "Still running " + toolName + ", please be patient as this may take a few minutes...";
+    }
+    // Reaped, so that the number may be another process's from here on.
+    m_processId = 0;
+    return result;
+}
