@@ -267,6 +267,7 @@ class Installed(JobTest):
         tool = self.path("root" + self.path("tool"))
         names = sorted(os.listdir(os.path.join(tool, "xml/config")))
         self.assertEqual(names, sorted(os.listdir(os.path.join(SOURCE, "data/xml/config"))))
+        self.assertTrue(os.access(os.path.join(tool, "plugin/tool-output"), os.X_OK))
         pages = [os.path.join(folder, name) for folder, _, found in os.walk(self.path("root")) for name in found]
         self.assertTrue(any(page.endswith("/man/man1/merocli.1") for page in pages), pages)
 

@@ -12,6 +12,7 @@ OPTIONS = {
     "collect": ("--install-dir", "--only", "--comment", "--request", "--target", "--password-file", "--no-system-logs",
                 "--include-legacy", "--help"),
     "list": ("--install-dir", "--json", "--help"),
+    "clear": ("--install-dir", "--yes", "--help"),
 }
 
 
@@ -39,7 +40,7 @@ class CommandLine(ConsoleTest):
         self.assertLess(output.index("--no-system-logs"), output.index("--include-legacy"))
 
     def testHelpHasNoControlCharacters(self):
-        output = "".join(self.run_console(*command, "--help")[1] for command in ((), ("collect",), ("list",)))
+        output = "".join(self.run_console(*command, "--help")[1] for command in ((), *((name,) for name in OPTIONS)))
         self.assertTrue(all(c == "\n" or c.isprintable() for c in output))
 
     def testVersionIsOneLineOnStandardOutput(self):

@@ -27,6 +27,47 @@ SECRET = (
 PRIVATE = ("*/log/journal*", "*profile/*", "*preferences*", "*/auth.log*", "*/secure*", "*xsession*", "*/interfaces*",
            "*/dpkg/status")
 SCHEMES = ("Whole File", "Data (front or end)", "Truncate end", "Truncate front", "No")
+# The programs that the set may run, with the arguments that they may get: they read, ask nobody and wait for nothing.
+TOOLS = {
+    "aa-status": r"",
+    "chronyc": r"-n tracking",
+    "df": r"--local [a-z -]+",
+    "dmesg": r"--ctime",
+    "dpkg-query": r"--show( '[\w*-]+')*",
+    "firewall-cmd": r"--list-all-zones",
+    "free": r"[a-z -]+",
+    "ip": r"(-[46] )?(-details |-statistics )*(address|route show table all|rule|neighbour|tunnel show|tuntap show"
+          r"|xfrm policy)",
+    "ip6tables-save": r"-c",
+    "iptables-save": r"-c",
+    "journalctl": r"--no-pager --lines=\d+( '--unit=\*[a-z]+\*'| --identifier=zrn_[a-z]+)+",
+    "lsblk": r"--output [A-Z,]+",
+    "lscpu": r"",
+    "lspci": r"-nn -k",
+    "lsusb": r"(-t)?",
+    "networkctl": r"--no-pager list",
+    "nft": r"list ruleset",
+    "nmcli": r"(--fields [A-Z,]+ )?(general status|device status|connection show|device show)",
+    "pacman": r"--query",
+    "ps": r"-e -o [a-z,]+",
+    "resolvectl": r"--no-pager (status|statistics)",
+    "rpm": r"--query --all( '[\w*-]+')*",
+    "sestatus": r"",
+    "ss": r"(--summary|--tcp --udp --raw --all --numeric --processes)",
+    "systemctl": r"--no-pager --full --plain (--all --type=service )?list-units( --failed)?",
+    "systemd-analyze": r"--no-pager time",
+    "systemd-detect-virt": r"",
+    "timedatectl": r"--no-pager (status|timesync-status)",
+    "uptime": r"",
+}
+# What names networks or accounts, makes the kernel load a module of the packet filter or of IPsec, prints the system's
+# log or a line for each package: never in a default bundle.
+TOOLS_BY_CHOICE = ("dmesg --ctime", "dpkg-query --show", "firewall-cmd --list-all-zones", "ip xfrm policy", "ip6tables-save -c",
+                   "iptables-save -c", "nft list ruleset", "nmcli connection show", "nmcli device show",
+                   "pacman --query", "rpm --query --all")
+# Columns of ps with neither the arguments, the environment nor the owner's name of a process.
+PROCESS_COLUMNS = {"pid", "ppid", "uid", "stat", "lstart", "time", "rss", "comm"}
+BANNER = b'\n\r' + b"*" * 75 + b'\n"%s" output:\n' + b"*" * 75 + b"\n\r\n"
 # Only logs of the suite may be deleted.
 CLEARABLE = ("/var/log/varnel/*", "$HOME/.varnel/*")
 
@@ -60,6 +101,11 @@ class ConfigurationSet(unittest.TestCase):
         for action in item.iterfind("mero/os/directory_copy_action/action"):
             for pattern in action.iterfind("pattern"):
                 yield action.findtext("loc") + pattern.text
+
+    def tools(self, item):
+        """(command line, name of the output file) of every tool that an item runs."""
+        for action in item.iterfind("mero/os/use_extern_action/action"):
+            yield action.findtext("args"), action.findtext("temp_out")
 
     def testRootHasATitleAheadOfTheGroups(self):
         for name, root in self.files.items():
@@ -103,18 +149,19 @@ class ConfigurationSet(unittest.TestCase):
     def testEveryItemHasInstructionsForLinux(self):
         for place, _, item in self.items():
             self.assertIn("linux", [system.get("opsys") for system in item.iterfind("mero/os")], place)
-            self.assertTrue(list(self.paths(item)), place)
+            self.assertTrue(list(self.paths(item)) or list(self.tools(item)), place)
 
     def testInstructionsHoldOnlyWhatTheirKindAllows(self):
         allowed = {"file_copy_action": {"loc", "truncate_type", "clear_log"},
-                   "directory_copy_action": {"loc", "pattern"}}
+                   "directory_copy_action": {"loc", "pattern"},
+                   "use_extern_action": {"plugin", "args", "stdout", "temp_out"}}
         for place, _, item in self.items():
             for kind in item.iterfind("mero/os/*"):
                 self.assertIn(kind.tag, allowed, place)
                 for action in kind:
                     self.assertEqual(action.tag, "action", place)
                     self.assertLessEqual({child.tag for child in action}, allowed[kind.tag], place)
-                    self.assertEqual(len(action.findall("loc")), 1, place)
+                    self.assertEqual(len(action.findall("loc")), 0 if kind.tag == "use_extern_action" else 1, place)
 
     def testWildcardsStandInTheLastComponentOnly(self):
         for place, _, item in self.items():
@@ -129,6 +176,55 @@ class ConfigurationSet(unittest.TestCase):
             for path in self.paths(item):
                 name = os.path.basename(path)
                 self.assertEqual(places.setdefault((folder, name), path), path, place)
+            # The tools of an item share a file if they name the same one.
+            for _, name in self.tools(item):
+                self.assertEqual(places.setdefault((folder, name), place), place)
+
+    def testToolsGoThroughTheScript(self):
+        for place, _, item in self.items():
+            for action in item.iterfind("mero/os/use_extern_action/action"):
+                self.assertEqual([child.tag for child in action], ["plugin", "args", "stdout", "temp_out"], place)
+                for name in ("plugin", "stdout"):
+                    self.assertIsNone(action.find(name).text, place)
+                self.assertFalse(any(child.attrib for child in action), place)
+                self.assertTrue(action.findtext("args").startswith("tool-output "), place)
+
+    def testCommandLinesAreMadeOfPlainWordsAndQuotedOnes(self):
+        word = r"(?:[\w.,=-]+|'[\w.,=*-]+')"
+        for place, _, item in self.items():
+            for line, _ in self.tools(item):
+                self.assertRegex(line, r"\A" + word + "(?: " + word + r")*\Z", place)
+
+    def testOutputsHavePlainNames(self):
+        for place, _, item in self.items():
+            for _, name in self.tools(item):
+                self.assertRegex(name, r"\A[a-z][a-z0-9-]*\.txt\Z", place)
+
+    def testToolsReadOnly(self):
+        seen = set()
+        for place, _, item in self.items():
+            for line, _ in self.tools(item):
+                name, _, arguments = line.removeprefix("tool-output ").partition(" ")
+                self.assertIn(name, TOOLS, place)
+                self.assertRegex(arguments, r"\A(?:" + TOOLS[name] + r")\Z", place)
+                seen.add(name)
+        self.assertEqual(seen, set(TOOLS))
+
+    def testProcessesAreListedWithoutArgumentsAndOwners(self):
+        lists = [line for _, _, item in self.items() for line, _ in self.tools(item)
+                 if line.startswith("tool-output ps ")]
+        self.assertEqual(len(lists), 1)
+        self.assertLessEqual(set(lists[0].rsplit(" ", 1)[1].split(",")), PROCESS_COLUMNS)
+
+    def testToolsByChoiceAreNotInADefaultBundle(self):
+        lines = {}
+        for _, _, item in self.items():
+            for line, _ in self.tools(item):
+                lines.setdefault(item.findtext("default"), set()).add(line.removeprefix("tool-output "))
+        for tool in TOOLS_BY_CHOICE:
+            self.assertIn(tool, lines["false"])
+            self.assertNotIn(tool, lines["true"])
+        self.assertGreaterEqual(len(lines["true"]), 12)
 
     def testNothingSecretIsCollected(self):
         for place, _, item in self.items():
@@ -192,10 +288,59 @@ class ShippedRun(JobTest):
         for name in names:
             self.assertFalse(matches("/" + name, SECRET), name)
         self.assertNotIn("corvane/preferences/preferences.xml", names)
-        for title in ("Varnel Corvane", "Varnel Trellink Nolvane", "System", "Network", "Packages and boot"):
+        for title in ("Varnel Corvane", "Varnel Trellink Nolvane", "System", "System state", "Network",
+                      "Network state", "Packages and boot"):
             self.assertIn("\n" + title + ":\n", summary)
         self.assertNotIn("_tr(", summary)
         self.assertNotIn("failed to parse or use", summary)
+
+    def outputs(self, wanted):
+        """Name in the bundle: command lines, of the tools of the wanted items."""
+        found = {}
+        for path in glob.glob(FOLDER + "/*.xml"):
+            for group in ElementTree.parse(path).getroot().iter("fileGroup"):
+                for item in filter(wanted, group.iter("file")):
+                    for action in item.iterfind("mero/os/use_extern_action/action"):
+                        parts = (group.get("directoryName"), item.get("directoryName"), action.findtext("temp_out"))
+                        found.setdefault("/".join(filter(None, parts)), []).append(action.findtext("args"))
+        return found
+
+    def assert_outputs(self, outputs, *arguments):
+        """Each tool has said something behind its banner, if only that it isn't there."""
+        self.assertTrue(outputs)
+        status, _, errors = self.run_console("collect", "--target", "a.zip", *arguments)
+        self.assertEqual((status, errors), (0, "Bundle: " + self.path("a.zip") + "\n"))
+        with zipfile.ZipFile(self.path("a.zip")) as archive:
+            summary = archive.read("summary.txt").decode()
+            for name, lines in outputs.items():
+                text = archive.read(name)
+                banners = [BANNER % line.encode() for line in lines]
+                places = [text.index(banner) for banner in banners]
+                self.assertEqual(places, sorted(places), name)
+                for place, banner, end in zip(places, banners, [*places[1:], len(text)]):
+                    self.assertTrue(text[place + len(banner):end].strip(), text)
+        self.assertNotIn("Failed to execute", summary)
+        return set(outputs)
+
+    def testEveryToolOfADefaultBundleHasItsFile(self):
+        names = self.assert_outputs(self.outputs(lambda item: item.findtext("default") == "true"))
+        self.assertGreaterEqual(len(names), 12)
+
+    def testEveryToolThatIsChosenHasItsFile(self):
+        def chosen(item):
+            return item.findtext("default") == "false" and item.find("mero/os/use_extern_action") is not None
+        identities = [item.get("id") for path in glob.glob(FOLDER + "/*.xml")
+                      for item in filter(chosen, ElementTree.parse(path).getroot().iter("file"))]
+        self.assert_outputs(self.outputs(chosen), "--only", ",".join(identities + ["suite-user-logs"]))
+
+    def testMachineIsDescribed(self):
+        self.assert_outputs(self.outputs(lambda item: item.get("id") == "process-list"), "--only",
+                            "process-list,suite-user-logs")
+        with zipfile.ZipFile(self.path("a.zip")) as archive:
+            processes = archive.read("system/state/processes.txt").decode(errors="replace")
+        self.assertRegex(processes, r"(?m)^ *PID +PPID +UID ")
+        self.assertIn(" ps\n", processes)
+        self.assertNotIn("lstart", processes.split("output:")[1])
 
 
 if __name__ == "__main__":

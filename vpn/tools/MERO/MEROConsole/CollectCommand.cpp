@@ -97,7 +97,7 @@ void printUnknown(const std::vector<std::string>& ids) {
 int selectItems(const CollectOptions& options, ItemSelection& items) {
     items.scan(options.installDirectory);
     const std::vector<std::string> unknown = items.select(options.onlyIds);
-    printFailedFiles(items);
+    printFailedFiles(items.failedFiles());
     if (items.roots().empty()) {
         printUsageError("--only: " + nothingOffered(options.installDirectory), kCommand);
         return kExitUsage;

@@ -3,8 +3,8 @@
 #include "ConsoleMessages.h"
 #include "Paths.h"
 
-void printFailedFiles(const ItemSelection& items) {
-    for (const std::string& path : items.failedFiles()) {
+void printFailedFiles(const std::list<std::string>& paths) {
+    for (const std::string& path : paths) {
         printError("the configuration file '" + path +
                    "' can't be read, so its items are missing; the log tells why: journalctl -t zrn_merocli");
     }

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "ItemSelection.h"
-
+#include <list>
 #include <string>
 
 /// Names on standard error the configuration files that could not be read.
-void printFailedFiles(const ItemSelection& items);
+void printFailedFiles(const std::list<std::string>& paths);
 /// What to say of a configuration without an item, with the folder and what to do.
 [[nodiscard]] std::string nothingOffered(const std::string& installDirectory);

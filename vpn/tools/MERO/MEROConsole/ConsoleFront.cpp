@@ -1,5 +1,6 @@
 #include "ConsoleFront.h"
 
+#include "ClearCommand.h"
 #include "CollectCommand.h"
 #include "ConsoleMessages.h"
 #include "ConsoleOptions.h"
@@ -21,6 +22,7 @@ namespace {
 /// Runs the command that was given.
 struct CommandRunner {
     int operator()(const CollectOptions& options) const { return collectBundle(options); }
+    int operator()(const ClearOptions& options) const { return clearLogs(options); }
     int operator()(const ListOptions& options) const { return listItems(options); }
     int operator()(int exitStatus) const { return exitStatus; }
 };

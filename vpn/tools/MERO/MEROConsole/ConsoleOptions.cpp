@@ -1,5 +1,6 @@
 #include "ConsoleOptions.h"
 
+#include "ClearArguments.h"
 #include "CollectArguments.h"
 #include "ConsoleMessages.h"
 #include "ListArguments.h"
@@ -29,6 +30,9 @@ struct CommandLine {
         if (list.given()) {
             return list.finish();
         }
+        if (clear.given()) {
+            return clear.finish();
+        }
         throw UsageError{
             "a command is missing; to collect a bundle run 'merocli collect', to see what can be "
             "collected 'merocli list'"};
@@ -39,12 +43,16 @@ struct CommandLine {
         if (collect.given()) {
             return "collect";
         }
-        return list.given() ? "list" : "";
+        if (list.given()) {
+            return "list";
+        }
+        return clear.given() ? "clear" : "";
     }
 
     CLI::App app{"Gathers the logs and the state of the VPN client suite into one zip bundle.", "merocli"};
     CollectArguments collect{app};
     ListArguments list{app};
+    ClearArguments clear{app};
 };
 
 ParsedCommandLine refuse(const CommandLine& commandLine, const std::string& message) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ClearOptions.h"
 #include "CollectOptions.h"
 #include "ListOptions.h"
 
@@ -7,7 +8,7 @@
 
 /// What came of reading the command line: what a command was asked for, or the exit status with which the
 /// program is to end.
-using ParsedCommandLine = std::variant<int, CollectOptions, ListOptions>;
+using ParsedCommandLine = std::variant<int, ClearOptions, CollectOptions, ListOptions>;
 
 /// Reads the command line. Prints help and version on standard output, and what is wrong with an argument on
 /// standard error.

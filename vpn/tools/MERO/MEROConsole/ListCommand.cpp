@@ -8,7 +8,7 @@
 int listItems(const ListOptions& options) {
     ItemSelection items;
     items.scan(options.installDirectory);
-    printFailedFiles(items);
+    printFailedFiles(items.failedFiles());
     if (items.roots().empty()) {
         printError(nothingOffered(options.installDirectory));
         return kExitFailed;
