@@ -207,6 +207,7 @@ TEST_F(Event, IsNotInheritedByOtherPrograms) {
 
 TEST_F(Event, TakesTwoDescriptorsAndGivesThemBack) {
     constexpr std::size_t kEvents = 200;
+    const DescriptorLimit limit(kManyDescriptors);
     const std::set<int> before = descriptorNumbers();
     {
         std::vector<std::unique_ptr<CCEvent>> events;
