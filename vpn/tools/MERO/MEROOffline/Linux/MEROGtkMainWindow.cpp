@@ -64,6 +64,7 @@ CMEROGtkMainWindow::~CMEROGtkMainWindow() {
     m_pFileSelDlg.reset();
     m_pReqGenerator.reset();
     m_pReqThread.reset();
+    m_pDBusClient.reset();
 }
 
 void CMEROGtkMainWindow::closeWindow() {

@@ -2,6 +2,7 @@
 
 #include "CMEROClientIfc.h"
 #include "CMEROOfflineIfc.h"
+#include "DBusClient.h"
 #include "GenerateReqXML.h"
 #include "Handles.h"
 #include "MEROGtkFileSelDlg.h"
@@ -71,8 +72,8 @@ public:
     [[nodiscard]] bool validateComments();
     /// Starts the job that the choices describe.
     void startBundleJob();
-    /// Runs a job in this process, with the user's rights, and warns that it collects less than the helper
-    /// would.
+    /// Asks the helper for the job. If it can't be reached or refuses, runs the job in this process, with the
+    /// user's rights, and warns that it collects less.
     /// @param requestPath  request file; empty for a typical bundle.
     void startMERO(const std::string& requestPath);
 
@@ -141,4 +142,6 @@ private:
     std::unique_ptr<Thread> m_pReqThread;
     StoragePathClaim m_pStoragePath;
     std::shared_ptr<WindowRelay> m_relay;
+    /// Behind the relay, to which it reports.
+    std::unique_ptr<CDBusClient> m_pDBusClient;
 };

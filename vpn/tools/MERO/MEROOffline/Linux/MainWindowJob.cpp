@@ -16,6 +16,12 @@ void CMEROGtkMainWindow::startBundleJob() {
 }
 
 void CMEROGtkMainWindow::startMERO(const std::string& requestPath) {
+    m_pDBusClient.reset();
+    m_pDBusClient = std::make_unique<CDBusClient>(m_relay.get());
+    if (m_pDBusClient->RequestHelperStartMERO(requestPath.c_str(), "", m_bundlePath.c_str(),
+                                              m_password.c_str())) {
+        return;
+    }
     showMessageDialog(GTK_MESSAGE_WARNING, translateText(userText(UserText::TitleWarning)),
                       translateText(userText(UserText::PartialCollection)).c_str());
     ZRN_LOG('I', "Start MERO directly without helper...");

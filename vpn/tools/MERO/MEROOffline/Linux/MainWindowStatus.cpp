@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::size_t kResultTextBytes = 2048;
+constexpr uint32_t kHelperExitDelaySeconds = 3;
 
 CMEROGtkMainWindow& windowOf(gpointer window) {
     return *static_cast<CMEROGtkMainWindow*>(window);
@@ -88,6 +89,10 @@ void CMEROGtkMainWindow::showResult() {
     setIcon("imageResult", success ? "emblem-ok-symbolic" : "dialog-error-symbolic",
             success ? kStyleSuccess : kStyleFailure);
     setLabelText("labelResultMsg", resultText(status));
+    if (m_pDBusClient != nullptr) {
+        // A helper that never answered is only logged: after a job in this process there is none as a rule.
+        static_cast<void>(m_pDBusClient->RequestHelperExit(kHelperExitDelaySeconds));
+    }
 }
 
 // Only the text of success is filled in. The one of a failed write goes out with its placeholder: the

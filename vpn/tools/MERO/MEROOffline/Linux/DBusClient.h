@@ -1,0 +1,41 @@
+#pragma once
+
+#include "CMEROClientIfc.h"
+#include "DBusIfc.h"
+#include "GlibHandles.h"
+#include "Log.h"
+
+#include <cstdint>
+#include <memory>
+
+/// The wizard's side of the link to the privileged helper on the system bus: starts a job there, turns its
+/// progress into status calls, and asks it to end. All of it on the GTK main thread, which the calls block
+/// until the helper has answered, for at most GDBus's default limit of 25 seconds each.
+class CDBusClient {
+public:
+    /// Connects to the bus. Without a bus or a proxy, which is logged, every request fails.
+    /// @param client  gets the progress of jobs from now on, until another client takes its place; not owned,
+    /// must stay as long as signals are delivered.
+    explicit CDBusClient(CMEROClientIfc* client);
+    virtual ~CDBusClient();
+    CDBusClient(const CDBusClient&) = delete;
+    CDBusClient& operator=(const CDBusClient&) = delete;
+
+    /// Asks the helper for a job. The bus starts the helper if it does not run.
+    /// An argument that is null is left out of the request; empty ones are sent.
+    /// @return true if the helper has taken the job: progress and result come as signals then. False, logged,
+    /// if it can't be reached or has refused, or if an argument is no UTF-8, which the bus can't carry.
+    [[nodiscard]] bool RequestHelperStartMERO(const char* requestPath, const char* configDir,
+                                              const char* bundlePath, const char* password);
+    /// Asks the helper to end after so many seconds. @return whether it has answered; a failure is logged.
+    [[nodiscard]] bool RequestHelperExit(uint32_t delaySeconds);
+
+private:
+    /// The proxy's "update-progress".
+    static void onUpdateProgress(MeroHelper* proxy, gint64 status, guint progress, const gchar* message,
+                                 gpointer data);
+
+    /// Null if the bus could not be reached.
+    GObjectHandle<MeroHelper> m_pProxy;
+    std::unique_ptr<CLogClient> m_pLogClient;
+};
