@@ -37,6 +37,7 @@ constexpr uint32_t kWithoutEnd = 0xFFFFFFFF;
 /// Above any number that the kernel gives to a process.
 constexpr int kNoProcess = 0x3FFFFFFF;
 constexpr milliseconds kTermLimit{5000};
+constexpr int kLowestPriority = 19;
 
 /// Waits for the state without reaping the child.
 void awaitState(pid_t child, char state) {
@@ -484,11 +485,11 @@ TEST_F(ProcessPath, IsUnexpectedlyUnreadableForAnothersProcess) {
 
 TEST_F(ThreadPriority, IsSetAndGivesTheFormerOne) {
     inChild([] {
-        ASSERT_EQ(::setpriority(PRIO_PROCESS, 0, 3), 0);
-        int priority = 7;
+        const int former = ::getpriority(PRIO_PROCESS, 0);
+        int priority = kLowestPriority;
         EXPECT_EQ(CProcessApi::SetThreadPriority(&priority), 0U);
-        EXPECT_EQ(priority, 3);
-        EXPECT_EQ(::getpriority(PRIO_PROCESS, 0), 7);
+        EXPECT_EQ(priority, former);
+        EXPECT_EQ(::getpriority(PRIO_PROCESS, 0), kLowestPriority);
     });
 }
 
@@ -497,7 +498,7 @@ TEST_F(ThreadPriority, CannotBeRaisedWithoutRights) {
         const CapturedLog log;
         const rlimit none{0, 0};
         ASSERT_EQ(::setrlimit(RLIMIT_NICE, &none), 0);
-        ASSERT_EQ(::setpriority(PRIO_PROCESS, 0, 5), 0);
+        ASSERT_EQ(::setpriority(PRIO_PROCESS, 0, kLowestPriority), 0);
         int priority = 1;
         EXPECT_EQ(CProcessApi::SetThreadPriority(&priority), PROCESS_API_ERROR_SET_THREAD_PRIORITY_FAILED);
         EXPECT_EQ(priority, 1);
