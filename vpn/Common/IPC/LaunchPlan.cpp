@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <grp.h>
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,19 +17,6 @@ namespace {
 constexpr int kExitProgramMissing = 238;
 constexpr int kExitProgramNotRun = 239;
 constexpr int kExitNotSetUp = 255;
-
-/// The groups that the user database gives a user, `group` among them.
-std::vector<gid_t> groupsOf(const char* userName, gid_t group) {
-    int count = 32;
-    std::vector<gid_t> groups(static_cast<std::size_t>(count));
-    while (::getgrouplist(userName, group, groups.data(), &count) < 0) {
-        // It tells how many there are, which may have become more by the next look.
-        groups.resize(std::max(static_cast<std::size_t>(count), groups.size() + 1));
-        count = static_cast<int>(groups.size());
-    }
-    groups.resize(static_cast<std::size_t>(count));
-    return groups;
-}
 
 /// The name of an entry "NAME=value" or "NAME".
 std::string_view nameOf(std::string_view entry) {
@@ -88,13 +74,11 @@ uint32_t LaunchPlan::lookUpUser() {
                           std::strerror(entry.getError()), m_info.m_pszUserName);
         return PROCESS_API_ERROR_NO_USER_TOKEN;
     }
-    const passwd& user = *entry.get();
-    m_identity = Identity{user.pw_uid, user.pw_gid, groupsOf(user.pw_name, user.pw_gid)};
+    m_identity = identityOf(entry);
     if (m_info.m_pszDisplay != nullptr) {
-        const bool hasHome = user.pw_dir != nullptr && *user.pw_dir != '\0';
         m_displayEntries.push_back(std::string("DISPLAY=").append(m_info.m_pszDisplay));
         m_displayEntries.push_back(
-            std::string("XAUTHORITY=").append(hasHome ? user.pw_dir : "/").append("/.Xauthority"));
+            std::string("XAUTHORITY=").append(m_identity->home).append("/.Xauthority"));
     }
     return 0;
 }
@@ -161,7 +145,7 @@ void LaunchPlan::runChild(pid_t parent) noexcept {
             ::_exit(program > 0 ? 0 : errno);
         }
     }
-    if ((impersonates() && !becomeUser()) || !prepareChild(m_setup, parent)) {
+    if ((impersonates() && !(m_identity && becomeUser(*m_identity))) || !prepareChild(m_setup, parent)) {
         ::_exit(kExitNotSetUp);
     }
     if (m_info.m_pszWorkingDirectory != nullptr) {
@@ -171,9 +155,4 @@ void LaunchPlan::runChild(pid_t parent) noexcept {
     ::environ = m_environment.data(); // before the search, which goes by the child's PATH
     ::execvp(m_program.c_str(), m_arguments.data());
     ::_exit(errno == ENOENT ? kExitProgramMissing : kExitProgramNotRun);
-}
-
-bool LaunchPlan::becomeUser() const noexcept {
-    return m_identity && ::setgroups(m_identity->groups.size(), m_identity->groups.data()) == 0 &&
-           ::setgid(m_identity->group) == 0 && ::setuid(m_identity->user) == 0;
 }

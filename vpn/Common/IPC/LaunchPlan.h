@@ -2,6 +2,7 @@
 
 #include "ChildSetup.h"
 #include "ProcessAPI_unix.h"
+#include "UserIdentity.h"
 
 #include <optional>
 #include <string>
@@ -26,18 +27,11 @@ public:
     [[nodiscard]] uint32_t start(int32_t& processIdOut);
 
 private:
-    struct Identity {
-        uid_t user;
-        gid_t group;
-        std::vector<gid_t> groups;
-    };
-
     [[nodiscard]] bool impersonates() const;
     [[nodiscard]] uint32_t lookUpUser();
     void makeEnvironment();
     [[nodiscard]] uint32_t reapMiddleChild(pid_t child) const;
     [[noreturn]] void runChild(pid_t parent) noexcept;
-    [[nodiscard]] bool becomeUser() const noexcept;
 
     const ProcessLaunchInfo& m_info;
     ChildSetup m_setup;
@@ -45,7 +39,7 @@ private:
     /// Ended by null, as the environment.
     std::vector<char*> m_arguments;
     /// Whom an impersonated child becomes; none for a user that doesn't exist.
-    std::optional<Identity> m_identity;
+    std::optional<UserIdentity> m_identity;
     /// What an impersonated child finds its display by; m_environment views the texts.
     std::vector<std::string> m_displayEntries;
     std::vector<char*> m_environment;
