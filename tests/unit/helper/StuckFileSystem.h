@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Handles.h"
+
+#include <string>
+
+/// A mounted file system that never answers what it is asked. Who has asked can't even be killed before it
+/// has gone. Only for a process with a mount namespace of its own.
+class StuckFileSystem {
+public:
+    explicit StuckFileSystem(const std::string& folder);
+    StuckFileSystem(const StuckFileSystem&) = delete;
+    StuckFileSystem& operator=(const StuckFileSystem&) = delete;
+    ~StuckFileSystem();
+
+    /// Takes the first question without answering it. @return false if none comes.
+    [[nodiscard]] bool takeQuestion() const;
+    /// Ends all questions with a failure.
+    void abandon() { m_device.reset(); }
+
+private:
+    std::string m_folder;
+    FileDescriptor m_device;
+};

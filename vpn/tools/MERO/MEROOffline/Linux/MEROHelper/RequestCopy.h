@@ -1,0 +1,23 @@
+#pragma once
+
+#include "UserIdentity.h"
+
+#include <cstddef>
+#include <string>
+
+/// Most bytes that a request file may have.
+inline constexpr std::size_t kLargestRequestBytes = 1024 * 1024;
+/// Time that the reading of a request file may take in all.
+inline constexpr int kRequestTimeoutMs = 5000;
+
+/// Copies a caller's request file. It is opened by a process that has become the caller for good, and that
+/// opened file is the one which is checked and read: a regular file, the caller's own, no link, no larger
+/// than kLargestRequestBytes. Links in the folders of the path are followed with the caller's rights. Any
+/// thread; takes a little longer than kRequestTimeoutMs at most, whatever the caller does to that process.
+/// @param caller  whose rights decide; root's if root asks.
+/// @param path    absolute, without NUL bytes.
+/// @param target  descriptor of ours, which gets the bytes where it stands and stays open. After a failure
+///                some of them may have been written.
+/// @return false if there is no copy, whatever the reason, as the caller must not learn what is where it
+/// can't look. The log has the reason.
+[[nodiscard]] bool copyRequest(const UserIdentity& caller, const std::string& path, int target);
