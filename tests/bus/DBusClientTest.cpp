@@ -45,11 +45,14 @@ class BusClient : public Sandbox {
 public:
     ~BusClient() override {
         m_clients.clear();
-        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-        }
+        settle();
     }
 
 protected:
+    static void settle() {
+        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+        }
+    }
     static void SetUpTestSuite() {
         g_log_set_always_fatal(
             static_cast<GLogLevelFlags>(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
@@ -76,8 +79,7 @@ protected:
 
     static void waitUntil(const std::function<bool()>& condition) {
         ASSERT_TRUE(eventually([&] {
-            while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-            }
+            settle();
             return condition();
         }));
     }
@@ -426,8 +428,7 @@ TEST_F(BusClient, HearsNothingAfterItsEndOfWhatHadArrivedBefore) {
     helper.reportBeforeAnswer(0, 1, "queued");
     EXPECT_TRUE(connectClient().RequestHelperStartMERO("", "", "b", ""));
     m_clients.clear();
-    while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-    }
+    settle();
     EXPECT_THAT(m_receiver.m_updates, IsEmpty());
 }
 
@@ -444,6 +445,31 @@ TEST_F(BusClientLog, IsOpenAsLongAsThereIsAClient) {
     EXPECT_TRUE(isLoggerInstalled());
     first.reset();
     EXPECT_FALSE(isLoggerInstalled());
+}
+
+TEST_F(BusClient, StaysTheSameCallerForALaterJob) {
+    const StandInHelper& helper = startHelper();
+    EXPECT_TRUE(connectClient().RequestHelperStartMERO("", "", "first", ""));
+    m_clients.clear();
+    EXPECT_TRUE(connectClient().RequestHelperStartMERO("", "", "second", ""));
+    const std::vector<std::string> callers = helper.callers();
+    ASSERT_EQ(callers.size(), 2U);
+    EXPECT_EQ(callers.front(), callers.back());
+}
+
+TEST_F(BusClient, FindsTheBusAgainAfterItsRestart) {
+    startHelper();
+    connectClient();
+    auto lost = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    m_helper.reset();
+    m_bus.reset();
+    waitUntil([&] { return g_dbus_connection_is_closed(lost.get()) != FALSE; });
+    m_clients.clear();
+    lost.reset();
+    settle();
+    startHelper();
+    EXPECT_TRUE(connectClient().RequestHelperStartMERO("", "", "b", ""));
+    EXPECT_THAT(m_log.lines(), IsEmpty()) << m_log.dump();
 }
 
 } // namespace

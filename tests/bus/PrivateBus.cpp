@@ -1,9 +1,13 @@
 #include "PrivateBus.h"
 
+#include "GlibHandles.h"
+
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -69,7 +73,23 @@ PrivateBus::PrivateBus(const std::string& folder, const std::string& command)
 }
 
 PrivateBus::~PrivateBus() {
+    if (m_daemon > 0) {
+        closeSharedConnection();
+    }
     stop();
+}
+
+void PrivateBus::closeSharedConnection() const {
+    const char* const address = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    if (address == nullptr || m_address != address) {
+        return;
+    }
+    if (const auto connection = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr))) {
+        g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+        static_cast<void>(g_dbus_connection_close_sync(connection.get(), nullptr, nullptr));
+    }
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+    }
 }
 
 void PrivateBus::stop() {

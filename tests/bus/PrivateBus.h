@@ -4,7 +4,7 @@
 #include <sys/types.h>
 
 /// A message bus that stands for the system bus in one test: a bus daemon of its own, with its socket and its
-/// files in the test's folder. It ends with the object.
+/// files in the test's folder. It ends with the object. On the main thread.
 class PrivateBus {
 public:
     /// Starts the daemon and waits until it takes connections; fails the test if it does not.
@@ -20,6 +20,10 @@ public:
     void stop();
 
 private:
+    /// Ends this process's connection, which clients keep, before the bus goes: what comes next connects
+    /// anew.
+    void closeSharedConnection() const;
+
     std::string m_address;
     pid_t m_daemon = -1;
 };

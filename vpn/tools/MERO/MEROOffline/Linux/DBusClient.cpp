@@ -16,6 +16,22 @@ constexpr const char* kHelperPath = "/com/varnel/corvane/mero/helper";
 /// Where progress goes. GTK main thread only.
 CMEROClientIfc* g_receiver = nullptr;
 
+/// Kept when the clients go, so that the helper sees one caller however many jobs there are. GTK main thread
+/// only.
+GObjectHandle<GDBusConnection> g_connection;
+
+/// @return the connection of all clients, which is replaced once it has been closed, as by a restart of the
+/// bus; null with the error set if there is no bus.
+GDBusConnection* connectToBus(GError** errorOut) {
+    if (g_connection != nullptr && g_dbus_connection_is_closed(g_connection.get()) != FALSE) {
+        g_connection.reset();
+    }
+    if (g_connection == nullptr) {
+        g_connection = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, errorOut));
+    }
+    return g_connection.get();
+}
+
 using VariantHandle = std::unique_ptr<GVariant, Releaser<&g_variant_unref>>;
 
 struct Argument {
@@ -46,15 +62,15 @@ VariantHandle dictionaryOf(std::span<const Argument> arguments) {
 CDBusClient::CDBusClient(CMEROClientIfc* client)
     : m_pLogClient(std::make_unique<CLogClient>(nullptr, "zrn_meroui")) {
     GError* error = nullptr;
-    const auto connection = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
+    GDBusConnection* const connection = connectToBus(&error);
     if (connection == nullptr) {
         const ErrorHandle reason(error);
         ZRN_LOG('E', "Failed to connect to DBus. %s", reason->message);
         return;
     }
     // The end of the bus must not be the end of a job that runs in this process.
-    g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
-    m_pProxy = adoptRef(mero_helper_proxy_new_sync(connection.get(), G_DBUS_PROXY_FLAGS_NONE, kHelperName,
+    g_dbus_connection_set_exit_on_close(connection, FALSE);
+    m_pProxy = adoptRef(mero_helper_proxy_new_sync(connection, G_DBUS_PROXY_FLAGS_NONE, kHelperName,
                                                    kHelperPath, nullptr, &error));
     if (m_pProxy == nullptr) {
         const ErrorHandle reason(error);

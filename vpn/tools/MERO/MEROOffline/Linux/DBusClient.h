@@ -13,7 +13,8 @@
 /// until the helper has answered, for at most GDBus's default limit of 25 seconds each.
 class CDBusClient {
 public:
-    /// Connects to the bus. Without a bus or a proxy, which is logged, every request fails.
+    /// Connects to the bus, to which all clients share one connection, kept to the end of the process.
+    /// Without a bus or a proxy, which is logged, every request fails.
     /// @param client  gets the progress of jobs from now on, until another client takes its place; not owned,
     /// must stay as long as signals are delivered.
     explicit CDBusClient(CMEROClientIfc* client);
