@@ -1,0 +1,360 @@
+#include "BundlePublisher.h"
+
+#include "ChildSetup.h"
+#include "Handles.h"
+#include "Log.h"
+#include "RegularFile.h"
+#include "ReturnCodes.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <optional>
+#include <poll.h>
+#include <string_view>
+#include <sys/prctl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+// What runs in the child, up to its _exit, is on the list of async-signal-safe functions or a plain system
+// call, and takes no memory. Its descriptors are no handles: its end closes them.
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kPollInterval(5);
+/// For a child to be gone after it was killed, and for the one that clears away what a killed one left.
+constexpr std::chrono::seconds kClearAwayLimit(5);
+constexpr std::size_t kCopyBytes = std::size_t{64} * 1024;
+constexpr int kFirstOwnDescriptor = STDERR_FILENO + 1;
+
+/// All that the child needs, ready before the fork.
+struct Publication {
+    const UserIdentity& caller;
+    int archive; ///< behind the standard descriptors, where the child's setup leaves it alone
+    std::string folder;
+    std::string name;
+    std::string temporaryName;
+};
+
+/// The calls that can fail. The child tells them by number, as its report is no more to be trusted than any
+/// other word of a process of the user's.
+enum class Call : unsigned {
+    None,
+    PrepareChild,
+    BecomeUser,
+    SetDumpable,
+    OpenFolder,
+    CreateTemporary,
+    ReadArchive,
+    WriteBytes,
+    SetMode,
+    Synchronize,
+    CloseFile,
+    Rename,
+    Unlink,
+    CheckPath,
+    DrawName,
+    DuplicateArchive,
+    MakePipe,
+    Fork,
+    WaitForChild,
+    ReadReport,
+    Count
+};
+
+/// In the order of Call.
+constexpr std::array<const char*, static_cast<std::size_t>(Call::Count)> kCallNames{
+    "",          "prepareChild", "becomeUser", "prctl", "open",     "openat",   "pread",
+    "write",     "fchmod",       "fsync",      "close", "renameat", "unlinkat", "publishBundle",
+    "getrandom", "fcntl",        "pipe2",      "fork",  "waitid",   "read"};
+
+/// What went wrong, which a child writes to its standard output. Call::None is success.
+struct Failure {
+    Call call;
+    int error;
+
+    [[nodiscard]] bool happened() const noexcept { return call != Call::None; }
+};
+
+constexpr Failure kNoFailure{.call = Call::None, .error = 0};
+
+Failure failed(Call call) noexcept {
+    return {.call = call, .error = errno};
+}
+
+/// The descriptors of the helper are not for a process of the user's, though nothing is executed in it.
+void closeAllButStandardAnd(int kept) noexcept {
+    if (kept > kFirstOwnDescriptor) {
+        static_cast<void>(::close_range(kFirstOwnDescriptor, static_cast<unsigned>(kept) - 1, 0));
+    }
+    static_cast<void>(::close_range(static_cast<unsigned>(kept) + 1, ~0U, 0));
+}
+
+/// The limit of a file's size is then told by the failed write, which leaves time to clear away.
+void ignoreSizeSignal() noexcept {
+    struct sigaction ignored {};
+    ignored.sa_handler = SIG_IGN;
+    static_cast<void>(::sigaction(SIGXFSZ, &ignored, nullptr));
+}
+
+Failure becomeCaller(const Publication& publication, int report, pid_t parent) noexcept {
+    if (!prepareChild({.output = report, .discardOutput = true}, parent)) {
+        return failed(Call::PrepareChild);
+    }
+    closeAllButStandardAnd(publication.archive);
+    ignoreSizeSignal();
+    if (!becomeUser(publication.caller)) {
+        return failed(Call::BecomeUser);
+    }
+    // The memory holds what the helper knew, which no debugger of the user's is to read.
+    return ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 ? kNoFailure : failed(Call::SetDumpable);
+}
+
+Failure writeAll(int file, const char* bytes, std::size_t size) noexcept {
+    while (size > 0) {
+        const ssize_t written = ::write(file, bytes, size);
+        if (written < 0 && errno != EINTR) {
+            return failed(Call::WriteBytes);
+        }
+        if (written > 0) {
+            bytes += written;
+            size -= static_cast<std::size_t>(written);
+        }
+    }
+    return kNoFailure;
+}
+
+Failure copyBytes(int from, int to) noexcept {
+    std::array<char, kCopyBytes> bytes{};
+    off_t offset = 0;
+    while (true) {
+        const ssize_t count = ::pread(from, bytes.data(), bytes.size(), offset);
+        if (count == 0) {
+            return kNoFailure;
+        }
+        if (count < 0 && errno != EINTR) {
+            return failed(Call::ReadArchive);
+        }
+        if (count > 0) {
+            const Failure failure = writeAll(to, bytes.data(), static_cast<std::size_t>(count));
+            if (failure.happened()) {
+                return failure;
+            }
+            offset += count;
+        }
+    }
+}
+
+Failure fill(int archive, int file) noexcept {
+    const Failure failure = copyBytes(archive, file);
+    if (failure.happened()) {
+        return failure;
+    }
+    if (::fchmod(file, kPrivateFileMode) != 0) {
+        return failed(Call::SetMode);
+    }
+    // Some file systems tell of a full disk only when the bytes are written out, or when the file is closed.
+    if (::fsync(file) != 0) {
+        return failed(Call::Synchronize);
+    }
+    return ::close(file) == 0 ? kNoFailure : failed(Call::CloseFile); // no handle: the result counts
+}
+
+/// The user's rights decide about the way there, and links on it are the user's own business.
+int openTargetFolder(const Publication& publication) noexcept {
+    return ::open(publication.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+}
+
+/// The folder itself was opened for its place only. That a folder can't be written out is no failure: the
+/// file is there, and some file systems refuse.
+void syncFolder(int folder) noexcept {
+    const int readable = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (readable >= 0) {
+        static_cast<void>(::fsync(readable));
+    }
+}
+
+Failure publishAsCaller(const Publication& publication) noexcept {
+    const int folder = openTargetFolder(publication);
+    if (folder < 0) {
+        return failed(Call::OpenFolder);
+    }
+    const char* temporary = publication.temporaryName.c_str();
+    const int file =
+        ::openat(folder, temporary, O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, kPrivateFileMode);
+    if (file < 0) {
+        return failed(Call::CreateTemporary);
+    }
+    Failure failure = fill(publication.archive, file);
+    if (!failure.happened() && ::renameat(folder, temporary, folder, publication.name.c_str()) != 0) {
+        failure = failed(Call::Rename);
+    }
+    if (failure.happened()) {
+        static_cast<void>(::unlinkat(folder, temporary, 0)); // the first failure is the one to tell
+        return failure;
+    }
+    syncFolder(folder);
+    return kNoFailure;
+}
+
+Failure clearAwayAsCaller(const Publication& publication) noexcept {
+    const int folder = openTargetFolder(publication);
+    return folder >= 0 && ::unlinkat(folder, publication.temporaryName.c_str(), 0) == 0
+               ? kNoFailure
+               : failed(Call::Unlink);
+}
+
+using Work = Failure (*)(const Publication&) noexcept;
+
+[[noreturn]] void runChild(const Publication& publication, Work work, int report, pid_t parent) noexcept {
+    Failure failure = becomeCaller(publication, report, parent);
+    if (!failure.happened()) {
+        failure = work(publication);
+    }
+    if (!failure.happened()) {
+        ::_exit(0);
+    }
+    const bool told =
+        ::write(STDOUT_FILENO, &failure, sizeof failure) == static_cast<ssize_t>(sizeof failure);
+    ::_exit(told ? 1 : 2);
+}
+
+struct ReportPipe {
+    FileDescriptor reader;
+    FileDescriptor writer;
+};
+
+std::optional<ReportPipe> makeReportPipe() {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        return std::nullopt;
+    }
+    return ReportPipe{.reader = FileDescriptor(ends[0]), .writer = FileDescriptor(ends[1])};
+}
+
+/// @return false if it still runs when the time is over.
+bool waitForEnd(pid_t child, Clock::duration limit) {
+    const Clock::time_point end = Clock::now() + limit;
+    while (getChildState(child, false) == ChildState::Running) {
+        if (Clock::now() >= end) {
+            return false;
+        }
+        static_cast<void>(::poll(nullptr, 0, static_cast<int>(kPollInterval.count())));
+    }
+    return true;
+}
+
+/// How the child ended. `killed` says that its end has left no time to clear away.
+struct Outcome {
+    Failure failure;
+    bool killed;
+};
+
+Outcome killLateChild(pid_t child) {
+    static_cast<void>(::kill(child, SIGKILL)); // not reaped yet, so the number is still its own
+    int status = 0;
+    if (waitForEnd(child, kClearAwayLimit)) {
+        static_cast<void>(reapChild(child, status, 0));
+    }
+    return {.failure = {.call = Call::WaitForChild, .error = ETIMEDOUT}, .killed = true};
+}
+
+Failure readReport(int reader) {
+    Failure failure{};
+    const bool whole = ::read(reader, &failure, sizeof failure) == static_cast<ssize_t>(sizeof failure);
+    const bool known = failure.happened() && failure.call < Call::Count;
+    return whole && known ? failure : Failure{.call = Call::ReadReport, .error = EIO};
+}
+
+Outcome awaitChild(pid_t child, int reader, Clock::duration limit) {
+    if (!waitForEnd(child, limit)) {
+        return killLateChild(child);
+    }
+    int status = 0;
+    if (reapChild(child, status, 0) != child) {
+        return {.failure = failed(Call::WaitForChild), .killed = true};
+    }
+    if (WIFSIGNALED(status)) {
+        return {.failure = {.call = Call::WaitForChild, .error = EINTR}, .killed = true};
+    }
+    return {.failure = WEXITSTATUS(status) == 0 ? kNoFailure : readReport(reader), .killed = false};
+}
+
+Outcome runAsCaller(const Publication& publication, Work work, Clock::duration limit) {
+    const std::optional<ReportPipe> report = makeReportPipe();
+    if (!report) {
+        return {.failure = failed(Call::MakePipe), .killed = false};
+    }
+    const pid_t parent = ::getpid();
+    const pid_t child = forkChild();
+    if (child < 0) {
+        return {.failure = failed(Call::Fork), .killed = false};
+    }
+    if (child == 0) {
+        runChild(publication, work, report->writer.get(), parent);
+    }
+    return awaitChild(child, report->reader.get(), limit);
+}
+
+/// @return an empty name if there are no random bytes.
+std::string drawTemporaryName() {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::array<unsigned char, 16> drawn{};
+    if (::getrandom(drawn.data(), drawn.size(), 0) != static_cast<ssize_t>(drawn.size())) {
+        return {};
+    }
+    std::string name = ".mero_";
+    for (const unsigned char byte : drawn) {
+        name += kDigits[byte >> 4U];
+        name += kDigits[byte & 0xFU];
+    }
+    return name;
+}
+
+uint32_t logWriteFailure(const UserIdentity& caller, const Failure& failure) {
+    ZRN_LOG_CODE_TEXT('E', kCallNames[static_cast<std::size_t>(failure.call)], failure.error,
+                      "The bundle was not written for user %u.", static_cast<unsigned>(caller.user));
+    return MEROENGINE_ERROR_WRITE_FAILURE;
+}
+
+/// A name that a string of C would cut short would lead elsewhere.
+bool isTargetPath(const std::string& path, std::string_view name) {
+    return path.starts_with('/') && path.find('\0') == std::string::npos && !name.empty() && name != "." &&
+           name != "..";
+}
+
+} // namespace
+
+uint32_t publishBundle(const UserIdentity& caller, int archive, const std::string& targetPath,
+                       const PublishSettings& settings) {
+    const std::size_t nameStart = targetPath.rfind('/') + 1; // 0 if there is none
+    std::string name = targetPath.substr(nameStart);
+    if (!isTargetPath(targetPath, name)) {
+        return logWriteFailure(caller, {.call = Call::CheckPath, .error = EINVAL});
+    }
+    std::string temporaryName = settings.temporaryName.empty() ? drawTemporaryName() : settings.temporaryName;
+    if (temporaryName.empty()) {
+        return logWriteFailure(caller, failed(Call::DrawName));
+    }
+    const FileDescriptor source(::fcntl(archive, F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
+    if (!source) {
+        return logWriteFailure(caller, failed(Call::DuplicateArchive));
+    }
+    const Publication publication{.caller = caller,
+                                  .archive = source.get(),
+                                  .folder = targetPath.substr(0, nameStart),
+                                  .name = std::move(name),
+                                  .temporaryName = std::move(temporaryName)};
+    const Outcome outcome =
+        runAsCaller(publication, publishAsCaller, std::chrono::milliseconds(settings.limitMs));
+    if (outcome.killed) {
+        // Fails without a word where nothing was left, or where the folder is out of reach by now.
+        static_cast<void>(runAsCaller(publication, clearAwayAsCaller, kClearAwayLimit));
+    }
+    return outcome.failure.happened() ? logWriteFailure(caller, outcome.failure) : 0;
+}

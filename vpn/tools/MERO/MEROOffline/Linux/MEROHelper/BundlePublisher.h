@@ -1,0 +1,28 @@
+#pragma once
+
+#include "UserIdentity.h"
+
+#include <cstdint>
+#include <string>
+
+/// How a bundle is published, where that differs from the usual.
+struct PublishSettings {
+    /// The user's folder may be on a file system that answers late or never.
+    int limitMs = 10 * 60 * 1000;
+    /// Name of the file beside the target that the bytes are written to first; empty draws one at random.
+    std::string temporaryName;
+};
+
+/// Copies a finished archive to a path that a user has named, with that user's rights alone: a child process
+/// becomes the user for good and does what the user could have done. So the file can land only where the
+/// user may write. It belongs to the user and is for the user alone (0600, whatever the umask). It takes the
+/// place of a file or a link of that name in one step; a folder of that name is left alone. A copy that fails
+/// leaves no file behind, as far as the user's rights reach.
+/// Any thread; waits for the child, which it has reaped when it returns, unless the file system of the target
+/// holds on to it even after it was killed.
+/// @param archive     readable descriptor of the archive; the caller's. It is read from its start, and where
+/// it stands plays no part.
+/// @param targetPath  absolute path.
+/// @return 0, or MEROENGINE_ERROR_WRITE_FAILURE with one line in the log that names the failed call.
+[[nodiscard]] uint32_t publishBundle(const UserIdentity& caller, int archive, const std::string& targetPath,
+                                     const PublishSettings& settings = {});
