@@ -1,0 +1,237 @@
+#include "FolderRemoval.h"
+
+#include "Handles.h"
+#include "Log.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <fcntl.h>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <vector>
+
+namespace {
+
+/// So many of the innermost folders stay open; the way back to those further out is looked up again.
+constexpr std::size_t kHeldFolders = 16;
+
+/// O_PATH asks nothing of the file system behind a mount point, which may be a user's program.
+constexpr int kFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+void logFailure(const char* call, int error) {
+    ZRN_LOG_CODE('E', call, static_cast<uint32_t>(error));
+}
+
+/// What tells one folder from all others.
+struct FolderIdentity {
+    uint64_t mount = 0; ///< 0 with kernels that don't tell
+    uint64_t inode = 0;
+    uint32_t deviceMajor = 0;
+    uint32_t deviceMinor = 0;
+
+    bool operator==(const FolderIdentity&) const = default;
+    [[nodiscard]] bool isBeside(const FolderIdentity& other) const {
+        return mount == other.mount && deviceMajor == other.deviceMajor && deviceMinor == other.deviceMinor;
+    }
+};
+
+std::optional<FolderIdentity> identify(int folder) {
+    struct statx found {};
+    if (::statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_INO | STATX_MNT_ID, &found) != 0) {
+        logFailure("statx", errno);
+        return std::nullopt;
+    }
+    return FolderIdentity{.mount = (found.stx_mask & STATX_MNT_ID) != 0 ? found.stx_mnt_id : 0,
+                          .inode = found.stx_ino,
+                          .deviceMajor = found.stx_dev_major,
+                          .deviceMinor = found.stx_dev_minor};
+}
+
+bool isDotName(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+/// A folder that is being emptied.
+struct Level {
+    std::string name;
+    FileDescriptor folder; ///< none while it is far out
+    FolderIdentity identity;
+    std::vector<std::string> subfolders; ///< those still to be removed
+    bool emptied = true;                 ///< false after a failure in it
+};
+
+enum class Removed { Yes, No, IsFolder };
+
+/// A folder is told by the failure itself, so that no answer can be out of date.
+Removed unlinkEntry(int folder, const char* name) {
+    if (::unlinkat(folder, name, 0) == 0 || errno == ENOENT) {
+        return Removed::Yes;
+    }
+    if (errno == EISDIR) {
+        return Removed::IsFolder;
+    }
+    logFailure("unlinkat", errno);
+    return Removed::No;
+}
+
+class Removal {
+public:
+    Removal(int parent, const FolderIdentity& parentIdentity, std::size_t entryLimit)
+        : m_parent(parent), m_parentIdentity(parentIdentity), m_entriesLeft(entryLimit) {}
+
+    bool run(const char* name) {
+        if (!removeEntry(m_parent, name)) {
+            return false;
+        }
+        while (!m_levels.empty() && !m_limitReached) {
+            Level& innermost = m_levels.back();
+            if (innermost.subfolders.empty()) {
+                leave();
+                continue;
+            }
+            const std::string next = std::move(innermost.subfolders.back());
+            innermost.subfolders.pop_back();
+            if (!removeEntry(innermost.folder.get(), next)) {
+                m_levels.back().emptied = false;
+            }
+        }
+        return m_gone && !m_limitReached;
+    }
+
+private:
+    /// Removes what is no folder, and enters what is one.
+    bool removeEntry(int folder, const std::string& name) {
+        const Removed removed = unlinkEntry(folder, name.c_str());
+        return removed == Removed::IsFolder ? enter(folder, name) : removed == Removed::Yes;
+    }
+
+    bool enter(int outer, const std::string& name) {
+        FileDescriptor folder(::openat(outer, name.c_str(), kFolderFlags));
+        if (!folder) {
+            logFailure("openat", errno);
+            return false;
+        }
+        const std::optional<FolderIdentity> identity = identify(folder.get());
+        if (!identity) {
+            return false;
+        }
+        if (!identity->isBeside(m_parentIdentity)) {
+            logFailure("openat", EXDEV);
+            return false;
+        }
+        m_levels.push_back(
+            {.name = name, .folder = std::move(folder), .identity = *identity, .subfolders = {}});
+        empty(m_levels.back());
+        letGoOfOuter();
+        return true;
+    }
+
+    /// The outermost folder stays open, as the one to go on with when the way back is lost.
+    void letGoOfOuter() {
+        if (m_levels.size() > kHeldFolders + 1) {
+            m_levels[m_levels.size() - 1 - kHeldFolders].folder.reset();
+        }
+    }
+
+    /// Removes all in a folder but the folders, and notes these.
+    void empty(Level& level) {
+        FileDescriptor readable(::openat(level.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const DirHandle stream(readable ? ::fdopendir(readable.get()) : nullptr);
+        if (stream == nullptr) {
+            logFailure(readable ? "fdopendir" : "openat", errno);
+            level.emptied = false;
+            return;
+        }
+        static_cast<void>(readable.release()); // the stream closes it
+        while (const dirent* entry = readNext(stream.get(), level)) {
+            if (isDotName(entry->d_name)) {
+                continue;
+            }
+            if (m_entriesLeft == 0) {
+                ZRN_LOG('E', "A folder has too many entries to be removed.");
+                m_limitReached = true;
+                return;
+            }
+            --m_entriesLeft;
+            const Removed removed = unlinkEntry(level.folder.get(), entry->d_name);
+            if (removed == Removed::IsFolder) {
+                level.subfolders.emplace_back(entry->d_name);
+            }
+            level.emptied = level.emptied && removed != Removed::No;
+        }
+    }
+
+    static const dirent* readNext(DIR* stream, Level& level) {
+        errno = 0;
+        const dirent* entry = ::readdir(stream);
+        if (entry == nullptr && errno != 0) {
+            logFailure("readdir", errno);
+            level.emptied = false;
+        }
+        return entry;
+    }
+
+    /// Goes out of the innermost folder and removes it. The failure in it has been logged, and it can't be
+    /// removed then.
+    void leave() {
+        const Level left = std::move(m_levels.back());
+        m_levels.pop_back();
+        if (!m_levels.empty() && !m_levels.back().folder && !reopen(left.folder.get())) {
+            m_levels.erase(m_levels.begin() + 1, m_levels.end());
+            m_levels.front().emptied = false;
+            return;
+        }
+        const bool gone = left.emptied && removeEmptied(left.name);
+        bool& outerGone = m_levels.empty() ? m_gone : m_levels.back().emptied;
+        outerGone = outerGone && gone;
+    }
+
+    bool removeEmptied(const std::string& name) {
+        const int outer = m_levels.empty() ? m_parent : m_levels.back().folder.get();
+        if (::unlinkat(outer, name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) {
+            return true;
+        }
+        logFailure("unlinkat", errno);
+        return false;
+    }
+
+    /// Opens the innermost folder again from the one that was in it, unless that is elsewhere by now.
+    bool reopen(int inner) {
+        FileDescriptor outer(::openat(inner, "..", kFolderFlags));
+        if (!outer) {
+            logFailure("openat", errno);
+            return false;
+        }
+        const std::optional<FolderIdentity> identity = identify(outer.get());
+        if (!identity) {
+            return false;
+        }
+        if (*identity != m_levels.back().identity) {
+            ZRN_LOG('E', "A folder has been moved while it was removed.");
+            return false;
+        }
+        m_levels.back().folder = std::move(outer);
+        return true;
+    }
+
+    const int m_parent;
+    const FolderIdentity m_parentIdentity;
+    std::size_t m_entriesLeft;
+    bool m_limitReached = false;
+    bool m_gone = true;
+    std::vector<Level> m_levels; ///< from the outermost folder to the innermost
+};
+
+} // namespace
+
+bool removeFolder(int parent, const char* name, std::size_t entryLimit) {
+    const std::string_view wanted(name);
+    if (wanted.empty() || isDotName(wanted) || wanted.find('/') != std::string_view::npos) {
+        logFailure("removeFolder", EINVAL);
+        return false;
+    }
+    const std::optional<FolderIdentity> identity = identify(parent);
+    return identity && Removal(parent, *identity, entryLimit).run(name);
+}
