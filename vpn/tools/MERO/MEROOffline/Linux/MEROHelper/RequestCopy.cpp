@@ -33,7 +33,21 @@ constexpr int kEndPollMs = 2;
 constexpr int kFirstOwnDescriptor = STDERR_FILENO + 1;
 
 /// What the reading may fail at.
-enum class Step : uint32_t { None, Path, SetUp, Open, Look, Kind, Owner, Size, Read, Start, Receive, Write };
+enum class Step : uint32_t {
+    None,
+    Path,
+    SetUp,
+    Open,
+    Look,
+    Kind,
+    Owner,
+    Size,
+    Growth,
+    Read,
+    Start,
+    Receive,
+    Write
+};
 
 const char* textOf(Step step) {
     switch (step) {
@@ -51,6 +65,8 @@ const char* textOf(Step step) {
         return "somebody else's file";
     case Step::Size:
         return "too large";
+    case Step::Growth:
+        return "grown too large";
     case Step::Read:
         return "read failed";
     case Step::Start:
@@ -121,7 +137,7 @@ Report readFile(int file, std::span<char> buffer) noexcept {
         }
         size += length > 0 ? static_cast<std::size_t>(length) : 0;
     }
-    return failure(Step::Size, 0);
+    return failure(Step::Growth, 0);
 }
 
 Report readRequest(const char* path, uid_t owner, std::span<char> buffer) noexcept {

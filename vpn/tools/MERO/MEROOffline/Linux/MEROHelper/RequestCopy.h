@@ -6,7 +6,7 @@
 #include <string>
 
 /// Most bytes that a request file may have.
-inline constexpr std::size_t kLargestRequestBytes = 1024 * 1024;
+inline constexpr std::size_t kLargestRequestBytes = std::size_t{1024} * 1024;
 /// Time that the reading of a request file may take in all.
 inline constexpr int kRequestTimeoutMs = 5000;
 
