@@ -31,8 +31,10 @@ public:
     void onEvent(uint64_t arg1, uint64_t arg2) override {
         m_calls.push_back(arg1);
         m_lastArg2 = arg2;
-        if (m_action) {
-            m_action(arg1);
+        // It may put another one in its place.
+        const auto action = m_action;
+        if (action) {
+            action(arg1);
         }
     }
     /// Does this at each call from now on, with the first argument.
