@@ -71,7 +71,7 @@ protected:
     }
 
     [[nodiscard]] std::string usersFile(const std::string& relative, const std::string& content) const {
-        const std::string file = writeFile(relative, content);
+        std::string file = writeFile(relative, content);
         EXPECT_EQ(::chown(file.c_str(), kUser, kUserGroup), 0);
         EXPECT_EQ(::chmod(file.c_str(), 0600), 0);
         return file;

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr int kLimitMs = 30000;
-using Question = std::array<char, 2 * FUSE_MIN_READ_BUFFER>;
+using Question = std::array<char, 2UL * FUSE_MIN_READ_BUFFER>;
 
 /// The kernel doesn't ask anything else before it has been greeted.
 struct Greeting {
