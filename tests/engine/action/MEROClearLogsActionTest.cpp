@@ -151,7 +151,7 @@ TEST_F(ClearAction, TakesNoWildcardInAFolder) {
 
 TEST_F(ClearAction, DeletesOlderMatchesThanTheNewestToo) {
     for (const int age : {1, 2, 3}) {
-        setModificationTime(writeFile("log/app." + std::to_string(age), "text"), 1'000'000 * age);
+        setModificationTime(writeFile("log/app." + std::to_string(age), "text"), int64_t{1'000'000} * age);
     }
     EXPECT_EQ(clearFiles("<loc gather_newest=\"true\">" + path("log/app.*") + "</loc>" + kClear), 0u);
     EXPECT_TRUE(fs::is_empty(path("log")));

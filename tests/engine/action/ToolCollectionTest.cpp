@@ -13,9 +13,7 @@
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 /// What becomes of the output of tools.
 class ToolCollection : public ToolTest {

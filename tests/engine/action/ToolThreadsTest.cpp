@@ -32,6 +32,7 @@ TEST_F(ToolThreads, KeepTheirOutputsApart) {
     makeFolder("marks");
     std::barrier start(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([this, &start, &line, thread] {
             const std::string word = "w" + std::to_string(thread);

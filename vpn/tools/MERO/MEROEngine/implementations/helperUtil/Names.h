@@ -19,8 +19,8 @@ namespace helperUtil {
 /// starts at the first one. The whole text if there is none.
 [[nodiscard]] std::string stringAfterFirst(std::string_view text, std::string_view delimiter,
                                            bool keepDelimiter);
-/// Folder of a configured path with its trailing "/", or empty for a path that names none: a bare file name is
-/// not looked for in whatever the current folder happens to be.
+/// Folder of a configured path with its trailing "/", or empty for a path that names none: a bare file name
+/// is not looked for in whatever the current folder happens to be.
 [[nodiscard]] std::string folderPartOf(const std::string& path);
 /// Text from its first byte that is neither blank nor tab.
 [[nodiscard]] std::string trimLeadingBlanks(std::string_view text);
