@@ -9,14 +9,19 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <linux/fs.h>
 #include <string>
 #include <sys/ioctl.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -24,6 +29,47 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+/// So many bytes of the memory of a process.
+std::string textAt(pid_t process, uint64_t address, std::size_t size) {
+    std::string text(size, '\0');
+    const FileDescriptor memory(
+        ::open(("/proc/" + std::to_string(process) + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
+    const ssize_t count = ::pread(memory.get(), text.data(), size, static_cast<off_t>(address));
+    return count == static_cast<ssize_t>(size) ? text : std::string();
+}
+
+/// Runs `checks` in a traced process of its own and does `act` once, right before the process opens the
+/// folder `name` from the folder that it is in.
+void beforeOpening(const std::string& name, const std::function<void()>& checks,
+                   const std::function<void()>& act) {
+    const pid_t child = ::fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0 || std::raise(SIGSTOP) != 0) {
+            ::_exit(2);
+        }
+        checks();
+        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    bool done = false;
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_EQ(::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL), 0);
+    ASSERT_EQ(::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr), 0);
+    while (::waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
+        __ptrace_syscall_info call{};
+        static_cast<void>(::ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof call, &call));
+        if (!done && call.op == PTRACE_SYSCALL_INFO_ENTRY && call.entry.nr == SYS_openat &&
+            textAt(child, call.entry.args[1], name.size() + 1) == name + '\0') {
+            act();
+            done = true;
+        }
+        static_cast<void>(::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr));
+    }
+    EXPECT_TRUE(done);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child's status " << status;
+}
 
 class FolderRemoval : public Sandbox {
 protected:
@@ -205,27 +251,56 @@ TEST_F(FolderRemoval, EndsWhileEntriesAreMade) {
     EXPECT_FALSE(stands("gone"));
 }
 
-TEST_F(FolderRemoval, NeverFollowsALinkThatComesInPlaceOfAFolder) {
-    constexpr int kFolders = 20;
+TEST_F(FolderRemoval, OpensNoLinkThatHasComeInPlaceOfAFolder) {
     makeVictim();
+    makeFolder("gone/swapped/inner");
+    makeFolder("gone/other");
+    fs::create_symlink(path("victim"), path("link"));
+    beforeOpening(
+        "swapped",
+        [this] {
+            const CapturedLog log;
+            EXPECT_FALSE(remove());
+            EXPECT_TRUE(log.containsCode('E', "logFailure", "openat", ENOTDIR)) << log.dump();
+            EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+        },
+        [this] {
+            EXPECT_EQ(::renameat2(AT_FDCWD, path("gone/swapped").c_str(), AT_FDCWD, path("link").c_str(),
+                                  RENAME_EXCHANGE),
+                      0);
+        });
+    expectVictimWhole();
+    EXPECT_TRUE(stands("link/inner"));
+    EXPECT_FALSE(stands("gone/other"));
+}
+
+TEST_F(FolderRemoval, IsContentWithAFolderThatIsGoneWhenItIsOpened) {
+    makeFolder("gone/removed");
+    makeFolder("gone/other");
+    beforeOpening(
+        "removed", [this] { EXPECT_TRUE(remove()); }, [this] { fs::remove(path("gone/removed")); });
+    EXPECT_FALSE(stands("gone"));
+}
+
+TEST_F(FolderRemoval, NeverFollowsALinkThatComesInPlaceOfAFolder) {
+    constexpr int kRounds = 200;
+    makeVictim();
+    makeFolder("gone");
     std::atomic<bool> over = false;
     std::atomic<int> swaps = 0;
     std::thread swapper([&over, &swaps, this] {
-        const std::string link = path("link");
-        for (int i = 0; !over; ++i) {
-            const std::string folder = path("gone/" + std::to_string(i % kFolders));
-            if (::renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE) == 0) {
+        const FileDescriptor sandbox(::open(path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        while (!over) {
+            if (::renameat2(sandbox.get(), "gone/a", sandbox.get(), "link", RENAME_EXCHANGE) == 0) {
                 ++swaps;
             }
         }
     });
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < kRounds; ++round) {
         std::error_code ignored; // a swap may come in between here, too
         fs::remove_all(path("link"), ignored);
         fs::create_symlink(path("victim"), path("link"), ignored);
-        for (int i = 0; i < kFolders; ++i) {
-            fs::create_directories(path("gone/" + std::to_string(i) + "/inner"), ignored);
-        }
+        fs::create_directories(path("gone/a/inner"), ignored);
         static_cast<void>(remove()); // a swap between two looks may leave something
     }
     over = true;

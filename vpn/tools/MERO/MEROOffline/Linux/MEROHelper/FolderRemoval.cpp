@@ -109,6 +109,9 @@ private:
 
     bool enter(int outer, const std::string& name) {
         FileDescriptor folder(::openat(outer, name.c_str(), kFolderFlags));
+        if (!folder && errno == ENOENT) {
+            return true; // somebody else was quicker
+        }
         if (!folder) {
             logFailure("openat", errno);
             return false;
