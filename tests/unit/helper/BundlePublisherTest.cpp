@@ -120,7 +120,7 @@ protected:
 
     /// A file of the caller's.
     std::string writeTheirs(std::string_view name, std::string_view content) const {
-        const std::string file = writeFile("theirs/" + std::string(name), content);
+        std::string file = writeFile("theirs/" + std::string(name), content);
         EXPECT_EQ(::chown(file.c_str(), kCaller, kCaller), 0);
         return file;
     }
