@@ -3,7 +3,10 @@
 
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <initializer_list>
 #include <sstream>
+#include <string>
+#include <string_view>
 
 namespace fs = std::filesystem;
 using ::testing::AllOf;
@@ -14,6 +17,14 @@ using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
 namespace {
+
+std::string joined(std::initializer_list<std::string_view> parts) {
+    std::string text;
+    for (const std::string_view part : parts) {
+        text.append(part);
+    }
+    return text;
+}
 
 constexpr int kConfigurations = 6;
 /// Of each kind in each configuration; there are three kinds.
@@ -87,12 +98,13 @@ protected:
                 const std::string placed = wordOf("placed", configuration, index);
                 const std::string fetched = wordOf("fetched", configuration, index);
                 const std::string elsewhere = path("made/" + fetched);
-                items += toolItem(taken, {toolsFolder() + "<args>talk " + taken +
-                                              "</args><stdout/><temp_out>" + taken + "</temp_out>",
-                                          toolsFolder() + "<args replace_args=\"true\">write [BUNDLE_DIR]/" +
-                                              placed + "</args><temp_out>" + placed + "</temp_out>",
-                                          toolsFolder() + "<args>write " + elsewhere + "</args><temp_out>" +
-                                              elsewhere + "</temp_out>"});
+                items +=
+                    toolItem(taken, {joined({toolsFolder(), "<args>talk ", taken,
+                                             "</args><stdout/><temp_out>", taken, "</temp_out>"}),
+                                     joined({toolsFolder(), "<args replace_args=\"true\">write [BUNDLE_DIR]/",
+                                             placed, "</args><temp_out>", placed, "</temp_out>"}),
+                                     joined({toolsFolder(), "<args>write ", elsewhere, "</args><temp_out>",
+                                             elsewhere, "</temp_out>"})});
             }
             writeConfiguration(std::to_string(configuration) + ".xml",
                                group("Group " + std::to_string(configuration), items));

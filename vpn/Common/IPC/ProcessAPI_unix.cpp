@@ -29,11 +29,6 @@ constexpr auto kEndLimit = std::chrono::seconds(5);
 /// Bits of a wait status that are 0 only for a process that has exited; a status not set yet has them all.
 constexpr int kSignalBits = 0x7F;
 
-uint64_t monotonicMs() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-}
-
 /// The texts of a list that a null pointer ends, which may be the first.
 std::vector<std::string> collectTexts(const char* first, va_list others) {
     std::vector<std::string> texts;
@@ -157,8 +152,8 @@ uint32_t CProcessApi::WaitForProcess(int pid, uint32_t* exitCodeOut, CCEvent* ev
 }
 
 uint32_t CProcessApi::waitInSteps(int pid, int& status, CCEvent* event, uint32_t timeoutMs) {
-    m_waitStartMs = monotonicMs();
-    while (monotonicMs() - m_waitStartMs < timeoutMs) {
+    m_waitStart = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - m_waitStart < std::chrono::milliseconds(timeoutMs)) {
         const pid_t reaped = reapChild(pid, status, WNOHANG);
         if (reaped < 0) {
             const int failure = errno;

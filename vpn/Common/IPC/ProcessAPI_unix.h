@@ -2,6 +2,7 @@
 
 #include "event.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -103,5 +104,5 @@ private:
 
     std::unique_ptr<IFileVerifier> m_verifier;
     /// Start of the wait under way.
-    uint64_t m_waitStartMs = 0;
+    std::chrono::steady_clock::time_point m_waitStart;
 };

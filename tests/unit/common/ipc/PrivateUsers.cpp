@@ -66,7 +66,7 @@ void PrivateUsersTest::withPrivateUsers(const std::function<void()>& checks, con
 }
 
 std::string PrivateUsersTest::publicTool() const {
-    const std::string tool = path("tool");
+    std::string tool = path("tool");
     if (!exists("tool")) {
         fs::permissions(path(), fs::perms::all);
         fs::copy_file(childProgram(), tool);

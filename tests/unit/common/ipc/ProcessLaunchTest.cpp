@@ -627,7 +627,7 @@ TEST_F(LaunchAsUser, TakesTheRootFolderForAMissingHome) {
 }
 
 TEST_F(LaunchAsUser, LooksForAPlainNameInTheStandardFoldersWithoutAPath) {
-    withPrivateUsers([this] {
+    withPrivateUsers([] {
         ProcessLaunchInfo info = asUser("mero_user");
         ASSERT_EQ(launch(info, {"sh", "-c", "exit 5"}), 0U);
         EXPECT_EQ(exitCodeOf(info.m_processId), 5U);
