@@ -1,5 +1,6 @@
 #include "collector.h"
 
+#include "AttributeText.h"
 #include "Files.h"
 #include "Log.h"
 #include "Paths.h"
@@ -23,11 +24,6 @@ constexpr std::size_t kOmittedLine = 141;
 
 /// The head belongs to the file and not to a section, so it stands before the first section of the process.
 std::once_flag g_headOnce;
-
-std::string attributeOf(const MEROComponent& component, const char* name) {
-    const MEROAttribute* attribute = component.FindAttribute(name);
-    return attribute == nullptr ? std::string() : attribute->getValue();
-}
 
 /// A table of the entries, between two lines of dashes.
 std::string table(const summaryText::Cells& heads, const summaryText::Widths& widths, std::size_t lineWidth,

@@ -1,5 +1,6 @@
 #include "collector.h"
 
+#include "AttributeText.h"
 #include "Files.h"
 #include "Log.h"
 #include "MEROClearLogsAction.h"
@@ -27,11 +28,6 @@ std::mutex g_unprocessedLock;
 /// The comment belongs to the bundle and not to one configuration, so the first group to get there writes it
 /// and no other one of the process.
 std::once_flag g_commentsOnce;
-
-std::string attributeOf(const MEROComponent& component, const char* name) {
-    const MEROAttribute* attribute = component.FindAttribute(name);
-    return attribute == nullptr ? std::string() : attribute->getValue();
-}
 
 std::string idOf(const MEROComponent& component) {
     return attributeOf(component, "id");

@@ -1,5 +1,6 @@
 #include "ParseConfigXML.h"
 
+#include "AttributeText.h"
 #include "Log.h"
 #include "Paths.h"
 #include "PlatformSection.h"
@@ -8,11 +9,6 @@
 #include <exception>
 
 namespace {
-
-std::string attributeOf(const MEROComponent& component, const char* name) {
-    const MEROAttribute* attribute = component.FindAttribute(name);
-    return attribute == nullptr ? std::string() : attribute->getValue();
-}
 
 void readLabel(const MEROComponent& gui, FileItem& item) {
     for (const MEROComponent* child : gui.getChildren()) {
