@@ -57,7 +57,7 @@ TimeVal& TimeVal::operator+=(const TimeVal& other) {
 }
 
 TimeVal& TimeVal::operator-=(const TimeVal& other) {
-    if (order(*this, other) <= 0) {
+    if (std::is_lteq(order(*this, other))) {
         *this = TimeVal();
         return *this;
     }
@@ -72,10 +72,10 @@ TimeVal& TimeVal::operator-=(const TimeVal& other) {
 
 int TimeVal::compare(const TimeVal& other) const {
     const std::strong_ordering result = order(*this, other);
-    if (result == 0) {
+    if (std::is_eq(result)) {
         return 0;
     }
-    return result < 0 ? -1 : 1;
+    return std::is_lt(result) ? -1 : 1;
 }
 
 void TimeVal::setNow() {
