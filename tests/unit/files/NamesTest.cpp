@@ -152,6 +152,15 @@ TEST(MergeFileNames, KeepsBytesThatAreNoText) {
     EXPECT_EQ(mergeFileNames("b\n.log", "\xff\".1"), "b\n__\xff\"__1.log");
 }
 
+TEST(WithZipExtension, AddsItUnlessZipStandsBehindTheLastDot) {
+    for (const char* path : {"/tmp/a.zip", "zip"}) {
+        EXPECT_EQ(withZipExtension(path), path);
+    }
+    for (const std::string path : {"/tmp/a", "/tmp/a.ZIP", "/tmp/a.zip.", "/tmp/b.c/zip"}) {
+        EXPECT_EQ(withZipExtension(path), path + ".zip");
+    }
+}
+
 TEST(RandomNumber, StaysBelowOneHundredThousand) {
     EXPECT_LT(getRandomNumber(), 100000u);
 }

@@ -2,6 +2,7 @@
 
 #include "collector.h"
 #include "CZip.h"
+#include "EngineMessages.h"
 #include "Log.h"
 #include "Names.h"
 #include "Paths.h"
@@ -30,9 +31,6 @@ constexpr const char* kReading = "Reading instructions ...";
 constexpr const char* kZipping = "Zipping the bundle, please wait...";
 constexpr const char* kFinished = "MERO has finished... ";
 
-constexpr const char* kInvalidRequest = "Internal Error: invalid request XML, please contact your "
-                                        "administrator, or run in default mode";
-constexpr const char* kEncounteredError = "Internal Error: MERO has encountered an error...";
 constexpr const char* kNoConfiguration = "Internal Error: no valid configuration XML found...";
 constexpr const char* kNoWorkingFolder = "Internal Error: failed to create temporary working folder...";
 constexpr const char* kAllFailed = "Internal Error: all configs failed...";
@@ -60,10 +58,6 @@ bool hasGoodName(const MEROComponent& entry) {
     }
     const MEROComponent* name = entry.FindChild("name");
     return name == nullptr || staysInBundle(name->getValue());
-}
-
-std::string withZipExtension(const std::string& path) {
-    return helperUtil::stringAfterLast(path, ".") == "zip" ? path : path + ".zip";
 }
 
 } // namespace
@@ -298,8 +292,9 @@ uint32_t MEROEngine::writeFailedFilesToSummary(const std::string& path) {
 
 uint32_t MEROEngine::zipBundle() {
     reportStep(96, kZipping);
-    const uint32_t code =
-        CZip().Zip(m_workingFolder, withZipExtension(m_targetPath), m_password.view(), true);
+    const std::string archive =
+        m_archivePath.empty() ? helperUtil::withZipExtension(m_targetPath) : m_archivePath;
+    const uint32_t code = CZip().Zip(m_workingFolder, archive, m_password.view(), true);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::Zip", code);
         return fail(kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE);

@@ -36,6 +36,11 @@ public:
     MEROEngine(const MEROEngine&) = delete;
     MEROEngine& operator=(const MEROEngine&) = delete;
 
+    /// Has the archive written elsewhere, for somebody who puts it in its place afterwards: the target path
+    /// stays what the summary names. Before run.
+    /// @param path  used as it stands, no extension is added; empty for the target path itself.
+    void setArchivePath(const std::string& path) { m_archivePath = path; }
+
     /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as
     /// far as fileDeleteDirectory goes; one that isn't this run's is never touched. Throws nothing.
     /// @return 0, MEROENGINE_ERROR_NULL_POINTER (request without root), MEROENGINE_ERROR_INTERNAL (no good
@@ -98,4 +103,6 @@ private:
     std::mutex m_failedLock;
     /// Makes, holds and removes the folder of m_workingFolder.
     WorkingFolder m_folderClaim;
+    /// Where the archive is written; empty for the target path.
+    std::string m_archivePath;
 };

@@ -89,6 +89,10 @@ std::string mergeFileNames(const std::string& first, const std::string& second) 
     return firstBase + "__" + secondBase + "__" + secondExtension + "." + firstExtension;
 }
 
+std::string withZipExtension(const std::string& path) {
+    return stringAfterLast(path, ".") == "zip" ? path : path + ".zip";
+}
+
 uint32_t getRandomNumber() {
     std::srand(static_cast<unsigned int>(std::time(nullptr)));
     // NOLINTNEXTLINE(misc-predictable-rand): the number only tells folder names apart, it keeps no secret.

@@ -27,6 +27,9 @@ namespace helperUtil {
 /// Bundle name of a collected file, from the name that the configuration gives and the one found on disk:
 /// "bundle.log" and "messages.1" give "bundle__messages__1.log".
 [[nodiscard]] std::string mergeFileNames(const std::string& first, const std::string& second);
+/// The path that an archive gets: ".zip" is added unless exactly "zip" stands behind the last dot, or the
+/// whole path is "zip".
+[[nodiscard]] std::string withZipExtension(const std::string& path);
 /// A number below 100000. Reseeds the C library's generator with the time at each call.
 [[nodiscard]] uint32_t getRandomNumber();
 
