@@ -1,5 +1,7 @@
 #include "JobArguments.h"
 
+#include "TextCut.h"
+
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -19,10 +21,6 @@ using Fault = std::string_view;
 bool isControl(char c) {
     const auto byte = static_cast<unsigned char>(c);
     return byte < 0x20 || byte == 0x7F;
-}
-
-bool isInsideCharacter(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
 bool climbs(std::string_view path) {
@@ -132,13 +130,6 @@ CheckedJob checkJobArguments(const std::vector<JobEntry>& entries, bool callerIs
 std::string printableForLog(std::string_view text) {
     std::string printable;
     std::ranges::remove_copy_if(text, std::back_inserter(printable), isControl);
-    if (printable.size() > kLongestLoggedText) {
-        std::size_t end = kLongestLoggedText;
-        // A character has at most three bytes behind its first; more of them are no text.
-        while (end > kLongestLoggedText - 3 && isInsideCharacter(printable[end])) {
-            --end;
-        }
-        printable.resize(end);
-    }
+    printable.resize(cutText(printable, kLongestLoggedText).size());
     return printable;
 }
