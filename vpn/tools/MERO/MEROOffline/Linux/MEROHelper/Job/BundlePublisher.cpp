@@ -1,5 +1,6 @@
 #include "BundlePublisher.h"
 
+#include "ChildEnd.h"
 #include "ChildSetup.h"
 #include "Handles.h"
 #include "Log.h"
@@ -12,7 +13,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <optional>
-#include <poll.h>
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/random.h>
@@ -26,7 +26,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kPollInterval(5);
 /// For a child to be gone after it was killed, and for the one that clears away what a killed one left.
 constexpr std::chrono::seconds kClearAwayLimit(5);
 constexpr std::size_t kCopyBytes = std::size_t{64} * 1024;
@@ -237,18 +236,6 @@ std::optional<ReportPipe> makeReportPipe() {
     return ReportPipe{.reader = FileDescriptor(ends[0]), .writer = FileDescriptor(ends[1])};
 }
 
-/// @return false if it still runs when the time is over.
-bool waitForEnd(pid_t child, Clock::duration limit) {
-    const Clock::time_point end = Clock::now() + limit;
-    while (getChildState(child, false) == ChildState::Running) {
-        if (Clock::now() >= end) {
-            return false;
-        }
-        static_cast<void>(::poll(nullptr, 0, static_cast<int>(kPollInterval.count())));
-    }
-    return true;
-}
-
 /// How the child ended. `killed` says that its end has left no time to clear away.
 struct Outcome {
     Failure failure;
@@ -258,7 +245,7 @@ struct Outcome {
 Outcome killLateChild(pid_t child) {
     static_cast<void>(::kill(child, SIGKILL)); // not reaped yet, so the number is still its own
     int status = 0;
-    if (waitForEnd(child, kClearAwayLimit)) {
+    if (endsWithin(child, kClearAwayLimit)) {
         static_cast<void>(reapChild(child, status, 0));
     }
     return {.failure = {.call = Call::WaitForChild, .error = ETIMEDOUT}, .killed = true};
@@ -272,7 +259,7 @@ Failure readReport(int reader) {
 }
 
 Outcome awaitChild(pid_t child, int reader, Clock::duration limit) {
-    if (!waitForEnd(child, limit)) {
+    if (!endsWithin(child, limit)) {
         return killLateChild(child);
     }
     int status = 0;

@@ -1,5 +1,6 @@
 #include "RequestCopy.h"
 
+#include "ChildEnd.h"
 #include "ChildSetup.h"
 #include "Handles.h"
 #include "JobArguments.h"
@@ -27,9 +28,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long the end of a killed child is waited for, and how often it is looked for.
-constexpr int kEndTimeoutMs = 500;
-constexpr int kEndPollMs = 2;
+/// How long the end of a killed child is waited for.
+constexpr std::chrono::milliseconds kEndLimit(500);
 constexpr int kFirstOwnDescriptor = STDERR_FILENO + 1;
 
 /// What the reading may fail at.
@@ -213,7 +213,6 @@ public:
     [[nodiscard]] int receive(void* bytes, std::size_t sizeBytes, Clock::time_point deadline) const;
 
 private:
-    [[nodiscard]] bool endsSoon() const;
     void end() noexcept;
 
     pid_t m_pid = -1;
@@ -262,17 +261,6 @@ int Reader::receive(void* bytes, std::size_t sizeBytes, Clock::time_point deadli
     return 0;
 }
 
-bool Reader::endsSoon() const {
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kEndTimeoutMs);
-    while (getChildState(m_pid, false) == ChildState::Running) {
-        if (Clock::now() >= deadline) {
-            return false;
-        }
-        static_cast<void>(::poll(nullptr, 0, kEndPollMs)); // an interruption only looks again earlier
-    }
-    return true;
-}
-
 void Reader::end() noexcept {
     m_output.reset();
     if (m_pid <= 0) {
@@ -282,7 +270,7 @@ void Reader::end() noexcept {
     if (getChildState(m_pid, false) != ChildState::NotOurs) {
         static_cast<void>(::kill(m_pid, SIGKILL));
     }
-    if (endsSoon()) {
+    if (endsWithin(m_pid, kEndLimit)) {
         reapReader(m_pid);
     } else {
         reapLater(m_pid);
