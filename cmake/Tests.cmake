@@ -24,10 +24,17 @@ function(mero_add_tests target)
     endif()
 endfunction()
 
-# mero_add_python_tests(<script>)
+# mero_add_python_tests(<script> [PREFIX prefix] [INTERPRETER python] [ENVIRONMENT NAME=value ...])
 # Each test method of a unittest script gets a process of its own. A class runs whole jobs if the name of its base ends in
-# JobTest.
+# JobTest. Without an environment the script drives the console front; its folder of sources is always named.
 function(mero_add_python_tests script)
+    cmake_parse_arguments(ARG "" "PREFIX;INTERPRETER" "ENVIRONMENT" ${ARGN})
+    if(NOT ARG_INTERPRETER)
+        set(ARG_INTERPRETER "${Python3_EXECUTABLE}")
+    endif()
+    if(NOT ARG_ENVIRONMENT)
+        set(ARG_ENVIRONMENT "MEROCLI=$<TARGET_FILE:merocli>")
+    endif()
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
     file(STRINGS ${script} lines REGEX "^class [A-Za-z]+\\(|^    def test[A-Za-z0-9]+\\(")
     foreach(line IN LISTS lines)
@@ -35,12 +42,13 @@ function(mero_add_python_tests script)
             set(class "${CMAKE_MATCH_1}")
             set(base "${CMAKE_MATCH_2}")
         elseif(line MATCHES "def test([A-Za-z0-9]+)")
-            set(name "${class}.${CMAKE_MATCH_1}")
+            set(name "${ARG_PREFIX}${class}.${CMAKE_MATCH_1}")
             add_test(NAME "${name}"
-                COMMAND "${Python3_EXECUTABLE}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
+                COMMAND "${ARG_INTERPRETER}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
             set_tests_properties("${name}" PROPERTIES
                 TIMEOUT 120
-                ENVIRONMENT "MEROCLI=$<TARGET_FILE:merocli>;MERO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
+                SKIP_REGULAR_EXPRESSION "OK \\(skipped="
+                ENVIRONMENT "${ARG_ENVIRONMENT};MERO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
             if(base MATCHES "JobTest$")
                 set_tests_properties("${name}" PROPERTIES RESOURCE_LOCK working_folder)
             endif()
