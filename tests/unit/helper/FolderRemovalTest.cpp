@@ -6,22 +6,18 @@
 #include "PrivateMounts.h"
 #include "Processes.h"
 #include "Sandbox.h"
+#include "TracedChild.h"
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <linux/fs.h>
 #include <string>
 #include <sys/ioctl.h>
-#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -29,47 +25,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-/// So many bytes of the memory of a process.
-std::string textAt(pid_t process, uint64_t address, std::size_t size) {
-    std::string text(size, '\0');
-    const FileDescriptor memory(
-        ::open(("/proc/" + std::to_string(process) + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
-    const ssize_t count = ::pread(memory.get(), text.data(), size, static_cast<off_t>(address));
-    return count == static_cast<ssize_t>(size) ? text : std::string();
-}
-
-/// Runs `checks` in a traced process of its own and does `act` once, right before the process opens the
-/// folder `name` from the folder that it is in.
-void beforeOpening(const std::string& name, const std::function<void()>& checks,
-                   const std::function<void()>& act) {
-    const pid_t child = ::fork();
-    ASSERT_NE(child, -1);
-    if (child == 0) {
-        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0 || std::raise(SIGSTOP) != 0) {
-            ::_exit(2);
-        }
-        checks();
-        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
-    }
-    bool done = false;
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_EQ(::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL), 0);
-    ASSERT_EQ(::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr), 0);
-    while (::waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
-        __ptrace_syscall_info call{};
-        static_cast<void>(::ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof call, &call));
-        if (!done && call.op == PTRACE_SYSCALL_INFO_ENTRY && call.entry.nr == SYS_openat &&
-            textAt(child, call.entry.args[1], name.size() + 1) == name + '\0') {
-            act();
-            done = true;
-        }
-        static_cast<void>(::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr));
-    }
-    EXPECT_TRUE(done);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child's status " << status;
-}
 
 class FolderRemoval : public Sandbox {
 protected:

@@ -1,15 +1,14 @@
 #include "FolderRemoval.h"
 
+#include "FolderAccess.h"
 #include "Handles.h"
 #include "Log.h"
 
 #include <cerrno>
-#include <cstdint>
 #include <fcntl.h>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -17,40 +16,8 @@ namespace {
 /// So many of the innermost folders stay open; the way back to those further out is looked up again.
 constexpr std::size_t kHeldFolders = 16;
 
-/// O_PATH asks nothing of the file system behind a mount point, which may be a user's program.
-constexpr int kFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
 void logFailure(const char* call, int error) {
     ZRN_LOG_CODE('E', call, static_cast<uint32_t>(error));
-}
-
-/// What tells one folder from all others.
-struct FolderIdentity {
-    uint64_t mount = 0; ///< 0 with kernels that don't tell
-    uint64_t inode = 0;
-    uint32_t deviceMajor = 0;
-    uint32_t deviceMinor = 0;
-
-    bool operator==(const FolderIdentity&) const = default;
-    [[nodiscard]] bool isBeside(const FolderIdentity& other) const {
-        return mount == other.mount && deviceMajor == other.deviceMajor && deviceMinor == other.deviceMinor;
-    }
-};
-
-std::optional<FolderIdentity> identify(int folder) {
-    struct statx found {};
-    if (::statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_INO | STATX_MNT_ID, &found) != 0) {
-        logFailure("statx", errno);
-        return std::nullopt;
-    }
-    return FolderIdentity{.mount = (found.stx_mask & STATX_MNT_ID) != 0 ? found.stx_mnt_id : 0,
-                          .inode = found.stx_ino,
-                          .deviceMajor = found.stx_dev_major,
-                          .deviceMinor = found.stx_dev_minor};
-}
-
-bool isDotName(std::string_view name) {
-    return name == "." || name == "..";
 }
 
 /// A folder that is being emptied.
@@ -108,7 +75,7 @@ private:
     }
 
     bool enter(int outer, const std::string& name) {
-        FileDescriptor folder(::openat(outer, name.c_str(), kFolderFlags));
+        FileDescriptor folder(::openat(outer, name.c_str(), kFolderPlaceFlags));
         if (!folder && errno == ENOENT) {
             return true; // somebody else was quicker
         }
@@ -140,14 +107,11 @@ private:
 
     /// Removes all in a folder but the folders, and notes these.
     void empty(Level& level) {
-        FileDescriptor readable(::openat(level.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        const DirHandle stream(readable ? ::fdopendir(readable.get()) : nullptr);
+        const DirHandle stream = openStream(level.folder.get());
         if (stream == nullptr) {
-            logFailure(readable ? "fdopendir" : "openat", errno);
             level.emptied = false;
             return;
         }
-        static_cast<void>(readable.release()); // the stream closes it
         while (const dirent* entry = readNext(stream.get(), level)) {
             if (isDotName(entry->d_name)) {
                 continue;
@@ -202,7 +166,7 @@ private:
 
     /// Opens the innermost folder again from the one that was in it, unless that is elsewhere by now.
     bool reopen(int inner) {
-        FileDescriptor outer(::openat(inner, "..", kFolderFlags));
+        FileDescriptor outer(::openat(inner, "..", kFolderPlaceFlags));
         if (!outer) {
             logFailure("openat", errno);
             return false;

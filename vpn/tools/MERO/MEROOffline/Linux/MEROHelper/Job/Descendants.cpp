@@ -1,0 +1,104 @@
+#include "Descendants.h"
+
+#include "FolderAccess.h"
+#include "Handles.h"
+#include "Log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <limits>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kThreadsFolder = "/proc/self/task";
+constexpr std::size_t kMostThreads = 100'000;
+/// A killed process needs a moment, and nothing tells of the end of whichever child is the next.
+constexpr int kPollMs = 2;
+
+/// The children of all threads. Some may be missing while others end.
+/// @return nothing, logged, where the system doesn't tell.
+std::optional<std::vector<pid_t>> listChildren() {
+    const FileDescriptor folder(::open(kThreadsFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::optional<std::vector<std::string>> threads = entryNames(folder.get(), kMostThreads);
+    bool told = false;
+    std::vector<pid_t> children;
+    for (const std::string& thread : threads.value_or(std::vector<std::string>())) {
+        std::ifstream list(std::string(kThreadsFolder).append("/").append(thread).append("/children"));
+        told = told || list.is_open(); // a thread may have ended meanwhile, but not this one
+        pid_t child = 0;
+        while (list >> child) {
+            children.push_back(child);
+        }
+    }
+    if (!told) {
+        ZRN_LOG('E', "The system doesn't tell which children there are.");
+        return std::nullopt;
+    }
+    return children;
+}
+
+enum class Reaped { NoneLeft, Some, None };
+
+/// @param most  ends after so many, as there may be new ones without end.
+Reaped reapEnded(std::size_t most) {
+    for (std::size_t count = 0; count < most; ++count) {
+        const pid_t child = ::waitpid(-1, nullptr, WNOHANG | __WALL);
+        if (child == 0) {
+            return count > 0 ? Reaped::Some : Reaped::None;
+        }
+        if (child < 0 && errno == ECHILD) {
+            return Reaped::NoneLeft;
+        }
+    }
+    return Reaped::Some;
+}
+
+} // namespace
+
+bool adoptDescendants() {
+    if (::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) == 0) {
+        return true;
+    }
+    const int error = errno;
+    ZRN_LOG_CODE('E', "prctl", error);
+    return false;
+}
+
+int countChildren() {
+    const std::optional<std::vector<pid_t>> children = listChildren();
+    return children ? static_cast<int>(children->size()) : std::numeric_limits<int>::max();
+}
+
+bool endDescendants(std::chrono::milliseconds limit) {
+    const Clock::time_point deadline = Clock::now() + limit;
+    while (true) {
+        const std::vector<pid_t> children = listChildren().value_or(std::vector<pid_t>());
+        for (const pid_t child : children) {
+            static_cast<void>(::kill(child, SIGKILL)); // ours until it is reaped, so it can't fail
+        }
+        const Reaped reaped = reapEnded(std::max<std::size_t>(children.size(), 1));
+        if (reaped == Reaped::NoneLeft) {
+            return true;
+        }
+        if (Clock::now() >= deadline) {
+            ZRN_LOG('E', "Of the processes started, %zu don't end", children.size());
+            return false;
+        }
+        // Where one has ended, what it had started is to be killed before it starts more.
+        if (reaped == Reaped::None) {
+            static_cast<void>(::poll(nullptr, 0, kPollMs));
+        }
+    }
+}
