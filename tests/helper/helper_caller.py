@@ -33,8 +33,8 @@ class Caller:
         self.connection.signal_subscribe(None, NAME, "UpdateProgress", None, None, Gio.DBusSignalFlags.NONE,
                                          self.on_signal)
         # What a program with a proxy gets to see.
-        self.proxy = Gio.DBusProxy.new_sync(self.connection, Gio.DBusProxyFlags.DO_NOT_AUTO_START, None, NAME, PATH,
-                                            NAME, None)
+        flags = Gio.DBusProxyFlags.DO_NOT_AUTO_START | Gio.DBusProxyFlags.DO_NOT_LOAD_PROPERTIES
+        self.proxy = Gio.DBusProxy.new_sync(self.connection, flags, None, NAME, PATH, NAME, None)
         self.proxy.connect("g-signal", self.on_proxy_signal)
 
     @staticmethod

@@ -23,7 +23,7 @@ OWN_FOLDERS = {"/opt": "755", "/tmp": "1777", "/var/tmp": "1777", "/dev/shm": "1
                "/run": "755", "/home": "755", "/root": "700"}
 
 POLL_SECONDS = 0.02
-LIMIT_SECONDS = 60
+LIMIT_SECONDS = 40
 
 
 def obstacle():

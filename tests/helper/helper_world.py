@@ -165,12 +165,21 @@ class Caller:
         self._wait(lambda event: event["event"] == "forged", "word that the signal was sent")
 
     def final(self):
-        """The status that ended the job, as soon as it is there."""
-        return self._wait(lambda event: event["event"] == "progress" and event["status"] != PROCESSING,
-                          "final signal")["status"]
+        """Waits for the outcome of the last job that was taken. @return its status"""
+        taken = sum(event.get("result") is True for event in self.all("answer"))
+        with self.changed:
+            self.changed.wait_for(lambda: len(self._finals()) >= taken, LIMIT_SECONDS)
+        self.test.assertEqual(len(self.finals()), taken, "no outcome in %d s, or more than one" % LIMIT_SECONDS)
+        return self.finals()[-1]
 
     def finals(self):
-        return [event["status"] for event in self.all("progress") if event["status"] != PROCESSING]
+        """The outcomes of all jobs up to now."""
+        with self.changed:
+            return self._finals()
+
+    def _finals(self):
+        return [event["status"] for event in self.events
+                if event["event"] == "progress" and event["status"] != PROCESSING]
 
     def kill(self):
         self.process.kill()
@@ -238,7 +247,7 @@ class HelperTest(unittest.TestCase):
             variables["LSAN_OPTIONS"] = "suppressions=%s/lsan.supp:print_suppressions=0" % BASE
         written, write_end = os.pipe()
         with open(LOG, "ab") as log:
-            self.start_daemon(["dbus-daemon", "--nofork", "--nopidfile", "--nosyslog",
+            self.bus = self.start_daemon(["dbus-daemon", "--nofork", "--nopidfile", "--nosyslog",
                                "--config-file=%s/bus.conf" % BASE, "--print-address=%d" % write_end],
                               stdout=log, stderr=log, env=variables, pass_fds=[write_end])
         os.close(write_end)

@@ -1,0 +1,228 @@
+"""What a caller may not send: requests that are not the caller's, paths and values that are none, and too much."""
+
+import os
+import socket
+
+import helper_machine
+from gi.repository import Gio, GLib
+from helper_configuration import request
+from helper_machine import ALICE, MALLORY, USERS, children, folder, link, read, resident_kilobytes, write
+from helper_world import BUNDLE, INVALID_XML, LOG, NAME, SUCCESS, CallerTest, HelperTest
+
+REQUEST = "/home/alice/request.xml"
+MEGABYTE = 1024 * 1024
+
+
+class Request(CallerTest):
+    """Each is refused, and none tells more than that."""
+
+    def setUp(self):
+        super().setUp()
+        write("/home/alice/good.xml", request("public"), 0o600, ALICE)
+        self.assertEqual(self.collect(self.alice, request="/home/alice/good.xml"), SUCCESS)
+
+    def testThatIsALinkIsRefused(self):
+        link(REQUEST, "/home/alice/good.xml", ALICE)
+        self.refuses(self.alice, request=REQUEST)
+
+    def testThatIsALinkToAFileOfRootsIsRefused(self):
+        link(REQUEST, write("/root/request.xml", request("secret"), 0o600), ALICE)
+        self.refuses(self.alice, request=REQUEST)
+
+    def testThatIsAFifoIsRefusedAtOnce(self):
+        os.mkfifo(REQUEST)
+        helper_machine.give(REQUEST, ALICE)
+        self.refuses(self.alice, request=REQUEST)
+
+    def testThatIsADeviceIsRefused(self):
+        os.mknod(REQUEST, 0o20666, os.makedev(1, 5))
+        helper_machine.give(REQUEST, ALICE)
+        self.refuses(self.alice, request=REQUEST)
+
+    def testThatIsAFolderIsRefused(self):
+        folder(REQUEST, ALICE)
+        self.refuses(self.alice, request=REQUEST)
+
+    def testOfRootsIsRefused(self):
+        self.refuses(self.alice, request=write("/opt/request.xml", request("public")))
+
+    def testOfAnotherUsersIsRefused(self):
+        self.refuses(self.alice, request=write("/tmp/request.xml", request("public"), 0o666, MALLORY))
+
+    def testThatTheCallerMayNotReadIsRefused(self):
+        self.refuses(self.alice, request=write("/root/request.xml", request("public"), 0o600, ALICE))
+
+    def testOfMoreThanAMegabyteIsRefused(self):
+        write(REQUEST, request("public", comment="a" * MEGABYTE), 0o600, ALICE)
+        self.refuses(self.alice, request=REQUEST)
+
+    def testOfARelativePathIsRefused(self):
+        self.refuses(self.alice, request="home/alice/good.xml")
+
+    def testDoesNotTellWhatIsWhereTheCallerCanNotLook(self):
+        write("/root/there.xml", request("public"), 0o600)
+        folder("/opt/closed", mode=0o700)
+        write("/opt/closed/there.xml", request("public"), 0o600, ALICE)
+        for path in ("/root/there.xml", "/root/missing.xml", "/root", "/opt/closed/there.xml",
+                     "/opt/closed/missing.xml", "/home/alice/missing.xml", "/etc/shadow"):
+            with self.subTest(path=path):
+                self.refuses(self.alice, request=path)
+
+
+class RequestContent(CallerTest):
+    def testWithANameThatLeadsElsewhereEndsTheJob(self):
+        for name in ("../../etc/cron.d/x", "/etc/cron.d/x", "..", "sub/x", "a..b/../c"):
+            for identity in ("summary", "comments"):
+                with self.subTest(name=name, identity=identity):
+                    self.expect_invalid('<file id="%s"><name>%s</name></file>' % (identity, name))
+        self.assertFalse(os.path.exists("/etc/cron.d/x"))
+
+    def testWithSuchANameFurtherDownEndsTheJob(self):
+        self.expect_invalid('<file id="summary"><more><name>../x</name></more></file>')
+
+    def testWithSuchANameAsAnEntityEndsTheJob(self):
+        self.expect_invalid('<file id="summary"><name>..&#47;x</name></file>')
+
+    def expect_invalid(self, entries):
+        write(REQUEST, request("public", entries=entries), 0o600, ALICE)
+        self.assertEqual(self.collect(self.alice, request=REQUEST), INVALID_XML)
+        self.assertFalse(os.path.exists(BUNDLE))
+
+    def testWithANameOfItsOwnIsObeyed(self):
+        write(REQUEST, request("public", entries='<file id="summary"><name>overview.txt</name></file>'), 0o600, ALICE)
+        self.assertEqual(self.collect(self.alice, request=REQUEST), SUCCESS)
+        self.assertIn(BUNDLE, self.everything_in())
+
+    def testThatIsNoXmlEndsTheJob(self):
+        write(REQUEST, "no request at all", 0o600, ALICE)
+        self.assertEqual(self.collect(self.alice, request=REQUEST), INVALID_XML)
+
+    def testDoesNotBringOtherFilesIn(self):
+        text = request("public", comment="x").replace("<request", "<!DOCTYPE request [<!ENTITY e SYSTEM "
+                                                      "'file:///root/secret.log'>]><request", 1)
+        write(REQUEST, text.replace("<![CDATA[x]]>", "&e;"), 0o600, ALICE)
+        self.assertIs(self.alice.start(request=REQUEST), True)
+        self.alice.final()
+        if os.path.exists(BUNDLE):
+            self.assertNotIn("only root", self.everything_in())
+
+
+class RequestSwap(HelperTest):
+    def testAfterTheCallChangesNothing(self):
+        self.start_polkit_stand_in(silent=True)
+        alice = self.caller()
+        write(REQUEST, request("public"), 0o600, ALICE)
+        number = alice.send(request=REQUEST)
+        self.wait_for_question()
+        write(REQUEST, request("secret"), 0o600, ALICE)
+        self.tell_polkit("ReleaseHangingCalls")
+        self.assertIs(alice.answer(number).get("result"), True)
+        self.assertEqual(alice.final(), SUCCESS)
+        self.assertEqual(self.names(), ["public/public.log"])
+
+
+class Values(CallerTest):
+    def testOfBundlesThatAreNoPlainPathsAreRefused(self):
+        for path in ("", "bundle.zip", "/home/alice/../mallory/bundle.zip", "/home/alice/", "/home/alice/..",
+                     "/home/alice/a\nb.zip", "/home/alice/\x1b[2J.zip", "/home/alice/a\x7f.zip", "/"):
+            with self.subTest(path=path):
+                self.refuses(self.alice, bundle=path)
+
+    def testOfTooManyBytesAreRefused(self):
+        for key in ("MERORequestDir", "MEROBundlePath", "MEROBundlePassword", "Unknown"):
+            with self.subTest(key=key):
+                arguments = {"MEROBundlePath": BUNDLE}
+                arguments[key] = "/" + "a" * 4096
+                self.assertIs(self.alice.answer(self.alice.call(arguments)[0]).get("result"), False)
+
+    def testWithoutABundleAreRefused(self):
+        self.assertIs(self.alice.answer(self.alice.call({})[0]).get("result"), False)
+
+    def testReachTheLogWithoutControlBytes(self):
+        hostile = "\nfaked line\r\x1b[31m\x07"
+        self.refuses(self.alice, request="/tmp/" + hostile)
+        self.refuses(self.alice, bundle="/tmp/" + hostile)
+        self.refuses(self.alice, config="/tmp/" + hostile)
+        arguments = {"MEROBundlePath": BUNDLE, "Key" + hostile: "a" * 5000}
+        self.assertIs(self.alice.answer(self.alice.call(arguments)[0]).get("result"), False)
+        log = read(LOG)
+        self.assertIn(b"zrn_merohelper", log)
+        self.assertEqual([byte for byte in log if byte < 0x20 and byte != 0x0A or byte == 0x7F], [])
+        self.assertFalse([line for line in log.split(b"\n") if line.startswith(b"faked line")])
+
+    def testWithANulDoNotGetPastTheBus(self):
+        message = Gio.DBusMessage.new_method_call(NAME, "/com/varnel/corvane/mero/helper", NAME, "StartMERO")
+        message.set_body(GLib.Variant("(a{ss})", ({"MEROBundlePath": BUNDLE, "MEROBundlePassword": "begin@end"},)))
+        message.set_serial(2)
+        hello = Gio.DBusMessage.new_method_call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                "org.freedesktop.DBus", "Hello")
+        hello.set_serial(1)
+        self.alice.ping()
+        with self.connect_as(ALICE) as sender:
+            sender.sendall(b"\0AUTH EXTERNAL %s\r\n" % str(USERS[ALICE]).encode().hex().encode())
+            self.assertTrue(sender.recv(1000).startswith(b"OK "))
+            sender.sendall(b"BEGIN\r\n" + hello.to_blob(Gio.DBusCapabilityFlags.NONE))
+            self.assertTrue(sender.recv(10000))
+            sender.sendall(message.to_blob(Gio.DBusCapabilityFlags.NONE).replace(b"begin@end", b"begin\0end"))
+            # The bus ends the connection of whoever sends such a text.
+            while sender.recv(10000):
+                pass
+        self.alice.ping()
+        self.assertEqual(children(self.helper()), set())
+        self.assertEqual(self.collect(self.alice), SUCCESS)
+
+    @staticmethod
+    def connect_as(user):
+        sender = socket.socket(socket.AF_UNIX)
+        sender.settimeout(helper_machine.LIMIT_SECONDS)
+        os.seteuid(USERS[user])
+        try:
+            sender.connect("/run/bus")
+        finally:
+            os.seteuid(0)
+        return sender
+
+
+class Flood(CallerTest):
+    # What a helper may grow by for good: far less than what it is sent, more than a few cached blocks.
+    growth_kilobytes = 8 * 1024
+
+    def testOfCallsStartsOneJob(self):
+        gate = self.hold_in_job()
+        self.alice.ping()
+        self.alice.answer(self.alice.call({"MEROBundlePath": "none"}, 100)[-1])
+        before = resident_kilobytes(self.helper())
+        numbers = self.alice.call({"MEROBundlePath": BUNDLE}, 1000)
+        results = [self.alice.answer(number).get("result") for number in numbers]
+        self.assertEqual((results.count(True), results.count(False)), (1, 999))
+        self.assertLess(resident_kilobytes(self.helper()) - before, self.growth_kilobytes)
+        gate.wait()
+        self.worker()
+        gate.open()
+        self.assertEqual(self.alice.final(), SUCCESS)
+        self.end_helper(self.alice)
+        self.assertEqual(self.alice.finals(), [SUCCESS])
+        self.expect_nothing_left()
+
+    def testOfSixteenMegabytesIsRefusedEachTimeInTheSameMemory(self):
+        # The first ones leave room in the process for the next.
+        self.refuse_large_calls(4)
+        before = resident_kilobytes(self.helper())
+        self.refuse_large_calls(8)
+        self.assertLess(resident_kilobytes(self.helper()) - before, self.growth_kilobytes)
+        self.assertEqual(self.collect(self.alice), SUCCESS)
+
+    def refuse_large_calls(self, count):
+        for key in ("MEROBundlePassword", "Unknown") * (count // 2):
+            number = self.alice.call({"MEROBundlePath": BUNDLE}, repeated={key: ["a", 16 * MEGABYTE]})[0]
+            self.assertIs(self.alice.answer(number).get("result"), False)
+
+    def testOfEntriesIsRefused(self):
+        arguments = {"Key%d" % number: "" for number in range(100000)}
+        arguments["MEROBundlePath"] = BUNDLE
+        self.assertIs(self.alice.answer(self.alice.call(arguments)[0]).get("result"), False)
+        self.assertEqual(self.collect(self.alice), SUCCESS)
+
+
+if __name__ == "__main__":
+    helper_machine.main()
