@@ -10,8 +10,7 @@ import generated_files as files
 ACTION = "com.varnel.corvane.mero.collect"
 POLKITD = "/usr/lib/polkit-1/polkitd"
 
-# A mount namespace in which polkit knows nothing but our action, and a bus on which it runs; both end with the shell.
-# polkit's word is asked for until it is there: it takes its name on the bus after a moment.
+# Polkit with nothing but our action, in a mount namespace, and a bus; all of it ends with the shell.
 SESSION = """
 set -eu
 mount --make-rprivate /
