@@ -1,0 +1,89 @@
+#include "Processes.h"
+#include "ReturnCodes.h"
+#include "WorkerWorld.h"
+
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+namespace {
+
+/// Writes the worker's process id down and waits.
+constexpr const char* kWaitingTool = "echo $PPID >/srv/pid; read line </srv/pipe";
+
+} // namespace
+
+/// A worker and the service that it belongs to.
+class WorkerLife : public WorkerWorld {
+protected:
+    void configureWaitingTool() const {
+        ASSERT_EQ(::mkfifo("/srv/pipe", 0600), 0);
+        writeTool("/srv/tools/wait", kWaitingTool);
+        configure(item("wait", "use_extern_action", "<path>/srv/tools</path><args>wait</args>"));
+    }
+    /// A process that starts a worker and waits for its end.
+    [[nodiscard]] pid_t startService() const {
+        const pid_t service = ::fork();
+        EXPECT_NE(service, -1);
+        if (service == 0) {
+            static_cast<void>(StartedWorker(order(), m_log).finish());
+            ::_exit(0);
+        }
+        return service;
+    }
+};
+
+TEST_F(WorkerLife, EndsWhenTheServiceIsKilled) {
+    inWorld([this] {
+        configureWaitingTool();
+        const pid_t service = startService();
+        const pid_t worker = pidIn("/srv/pid");
+        ASSERT_GT(worker, 0);
+        EXPECT_FALSE(hasEnded(worker));
+        ASSERT_EQ(::kill(service, SIGKILL), 0);
+        EXPECT_EQ(::waitpid(service, nullptr, 0), service);
+        const bool ended = eventually([worker] { return hasEnded(worker); });
+        EXPECT_TRUE(ended);
+        if (!ended) {
+            ::kill(worker, SIGKILL);
+        }
+    });
+}
+
+TEST_F(WorkerLife, TouchesNothingWhenTheServiceHasEndedAlready) {
+    inWorld([this] {
+        configure(scriptItem("told", "touch /srv/touched"));
+        const auto loseParent = [] {
+            const pid_t service = ::getpid();
+            if (::fork() != 0) {
+                ::_exit(0);
+            }
+            EXPECT_TRUE(eventually([service] { return ::getppid() != service; }));
+        };
+        const JobResult result = StartedWorker(order(), m_log, loseParent).finish();
+        EXPECT_EQ(result.outcome().status, MEROENGINE_ERROR_INTERNAL);
+        EXPECT_THAT(result.log, HasSubstr("The service has ended, and the job ends with it."));
+        EXPECT_FALSE(fs::exists("/srv/touched"));
+        EXPECT_TRUE(fs::is_empty(kJobFolder));
+    });
+}
+
+TEST_F(WorkerLife, FailsIfNobodyHearsTheOutcome) {
+    inWorld([this] {
+        configure(fileItem("plain", writeTheirs(kWorldHome + "/plain.log", "plain")));
+        Pipe start;
+        StartedWorker worker(order(), m_log, [&start] { EXPECT_EQ(start.drain(), ""); });
+        worker.stopListening();
+        start.writer.reset();
+        const JobResult result = worker.finish();
+        EXPECT_TRUE(WIFEXITED(result.status)) << result.status;
+        EXPECT_EQ(WEXITSTATUS(result.status), 1);
+        EXPECT_EQ(bundled("plain.log"), "plain");
+    });
+}

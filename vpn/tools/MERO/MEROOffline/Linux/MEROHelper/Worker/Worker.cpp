@@ -1,0 +1,113 @@
+#include "Worker.h"
+
+#include "ClosedFolders.h"
+#include "EngineMessages.h"
+#include "Handles.h"
+#include "Log.h"
+#include "MEROEngine.h"
+#include "PipeListener.h"
+#include "RequestNames.h"
+#include "ReturnCodes.h"
+#include "WorkerCage.h"
+#include "WorkOrder.h"
+
+#include <cerrno>
+#include <csignal>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// Where the engine makes its working folder.
+constexpr const char* kWorkingParent = "/tmp";
+constexpr const char* kHomeStandIn = "/home";
+
+/// What the job writes is root's alone, and a full disk, a size limit, a tool that stops reading or a service
+/// that has gone shows as an error of the call and not as the process's end.
+void prepareProcess() {
+    ::umask(077);
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool enterFolder(const std::string& folder) {
+    if (::chdir(folder.c_str()) == 0) {
+        return true;
+    }
+    const int error = errno;
+    ZRN_LOG_CODE('E', "chdir", error);
+    return false;
+}
+
+/// An empty folder for a home that must not be looked at.
+/// @return its path, or of no folder at all if it can't be made.
+std::string makeHomeStandIn(const std::string& jobFolder) {
+    std::string home = jobFolder + kHomeStandIn;
+    if (::mkdir(home.c_str(), S_IRWXU) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('W', "mkdir", error);
+    }
+    return home;
+}
+
+bool enterCage(const WorkOrder& order) {
+    if (!dieWithService(order.service) || !enterFolder(order.jobFolder) ||
+        !limitResources(kWorkingParent, order.jobFolder)) {
+        return false;
+    }
+    const std::optional<std::string> home = closeFolders(order.caller, order.jobFolder);
+    return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order.jobFolder));
+}
+
+ProgressRecord runEngine(WorkOrder& order) {
+    const auto engine = std::make_shared<MEROEngine>(order.requestPath, order.installPath, order.bundlePath,
+                                                     order.password.view(), kModeCollect, false, true);
+    order.password.clear();
+    engine->setArchivePath(order.archivePath);
+    return outcomeOfRun(engine->run());
+}
+
+ProgressRecord failure(uint32_t code, const char* message) {
+    return {.status = code, .progress = 0, .message = message};
+}
+
+ProgressRecord runOrder(int orderPipe) {
+    std::optional<WorkOrder> order = readWorkOrder(orderPipe);
+    if (!order || !enterCage(*order)) {
+        return failure(MEROENGINE_ERROR_INTERNAL, kEncounteredError);
+    }
+    if (!order->requestPath.empty() && !namesStayInBundle(order->requestPath)) {
+        return failure(MEROENGINE_ERROR_INVALID_XML, kInvalidRequest);
+    }
+    return runEngine(*order);
+}
+
+/// An exception becomes MEROENGINE_ERROR_INTERNAL.
+ProgressRecord runOrderGuarded(int orderPipe) {
+    try {
+        return runOrder(orderPipe);
+    } catch (const std::exception& error) {
+        ZRN_LOG('E', "The job was ended by an error: %s", error.what());
+    } catch (...) {
+        ZRN_LOG('E', "The job was ended by an error of no known kind.");
+    }
+    return failure(MEROENGINE_ERROR_INTERNAL, kEncounteredError);
+}
+
+} // namespace
+
+int runWorker(int order, int progress) {
+    prepareProcess();
+    const FileDescriptor orderPipe(order);
+    const FileDescriptor progressPipe(progress);
+    try {
+        const PipeListener listener(progressPipe.get());
+        return writeProgress(progressPipe.get(), runOrderGuarded(orderPipe.get())) ? 0 : 1;
+    } catch (...) {
+        // Memory is short even for the message. A worker that ends without an outcome has failed as well.
+        return 1;
+    }
+}

@@ -1,0 +1,101 @@
+#include "WorkerCage.h"
+
+#include "JobEnvironment.h"
+#include "Log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <linux/ioprio.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kNice = 10;
+
+/// Logs a call that failed. @return false.
+bool fails(char severity, const char* call, int error) {
+    ZRN_LOG_CODE(severity, call, error);
+    return false;
+}
+
+bool forbidCoreDumps() {
+    const rlimit none{0, 0};
+    return ::setrlimit(RLIMIT_CORE, &none) == 0 || fails('E', "setrlimit", errno);
+}
+
+/// The handler that a system pipes core dumps to is not held back by the limit, but by this.
+bool forbidLooks() {
+    return ::prctl(PR_SET_DUMPABLE, 0) == 0 || fails('E', "prctl", errno);
+}
+
+void stepBack() {
+    // The C library has no function for it.
+    if (::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, IOPRIO_PRIO_VALUE(IOPRIO_CLASS_IDLE, 0)) != 0) {
+        fails('W', "ioprio_set", errno);
+    }
+    if (::setpriority(PRIO_PROCESS, 0, kNice) != 0) {
+        fails('W', "setpriority", errno);
+    }
+}
+
+/// Bytes that are free for anybody in the file system of a folder; without an answer, no bound.
+rlim_t freeBytes(const std::string& folder) {
+    struct statvfs system {};
+    if (::statvfs(folder.c_str(), &system) != 0) {
+        fails('W', "statvfs", errno);
+        return RLIM_INFINITY;
+    }
+    return rlim_t{system.f_bavail} * system.f_frsize;
+}
+
+void limitFileSize(rlim_t freeSpace) {
+    if (freeSpace == RLIM_INFINITY) {
+        return;
+    }
+    const rlim_t most = freeSpace / 10 * 9;
+    const rlimit limit{most, most};
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) {
+        fails('W', "setrlimit", errno);
+    }
+}
+
+bool setVariable(const char* name, const std::string& value) {
+    return ::setenv(name, value.c_str(), 1) == 0 || fails('E', "setenv", errno);
+}
+
+} // namespace
+
+bool dieWithService(pid_t service) {
+    if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) {
+        return fails('E', "prctl", errno);
+    }
+    // The signal of a service that had ended before would never come.
+    if (::getppid() != service) {
+        ZRN_LOG('E', "The service has ended, and the job ends with it.");
+        return false;
+    }
+    return true;
+}
+
+bool limitResources(const std::string& workingParent, const std::string& jobFolder) {
+    stepBack();
+    limitFileSize(std::min(freeBytes(workingParent), freeBytes(jobFolder)));
+    return forbidCoreDumps() && forbidLooks();
+}
+
+bool clearEnvironment(const UserIdentity& caller, const std::string& home) {
+    const char* const value = std::getenv("LANG");
+    const std::string language = value != nullptr && isLocaleName(value) ? value : "";
+    if (::clearenv() != 0) {
+        return fails('E', "clearenv", errno);
+    }
+    return setVariable("HOME", home) && setVariable("USER", caller.name) &&
+           setVariable("LOGNAME", caller.name) && setVariable("PATH", kJobPath) &&
+           (language.empty() || setVariable("LANG", language));
+}

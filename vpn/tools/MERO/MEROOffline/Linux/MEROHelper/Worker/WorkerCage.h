@@ -1,0 +1,26 @@
+#pragma once
+
+#include "UserIdentity.h"
+
+#include <string>
+#include <sys/types.h>
+
+/// What a worker may use up and is told by its environment, set before anything of the job is touched. For a
+/// process with one thread; tools inherit all of it but the first.
+
+/// Ends this process with the service: SIGKILL when the thread that started it ends.
+/// @return false, logged, if the service has ended already or that can't be had.
+[[nodiscard]] bool dieWithService(pid_t service);
+
+/// No core dumps, nobody looks into this process's memory, the idle class for the disk and nice 10, and no
+/// file may grow beyond nine tenths of what is free in the folders that are written to.
+/// @param workingParent  folder that the working folder is made in.
+/// @param jobFolder      folder that the archive is written to.
+/// @return false, logged, if the first or the second can't be had. Failures of the others are only logged.
+[[nodiscard]] bool limitResources(const std::string& workingParent, const std::string& jobFolder);
+
+/// Leaves nothing in the environment but HOME, USER and LOGNAME of the caller, the PATH of jobs, and LANG if
+/// it is a locale's name.
+/// @param home  the caller's home, or a folder that stands for it.
+/// @return false, logged, if it can't be set.
+[[nodiscard]] bool clearEnvironment(const UserIdentity& caller, const std::string& home);
