@@ -20,6 +20,9 @@
 
 namespace {
 
+/// Where a test fails to end a process, it ends by itself.
+constexpr unsigned kLongestStaySeconds = 60;
+
 using namespace std::chrono_literals;
 
 /// Ignores what asks for an end, writes its process id and waits.
@@ -28,6 +31,7 @@ using namespace std::chrono_literals;
         std::signal(ending, SIG_IGN);
     }
     std::ofstream(pidFile) << ::getpid() << "\n";
+    ::alarm(kLongestStaySeconds);
     while (true) {
         ::pause();
     }
@@ -201,6 +205,25 @@ TEST_F(Descendants, ThoseThatCannotEndAreGivenUpAtTheLimit) {
         EXPECT_EQ(::waitpid(child, &status, __WALL), child);
         EXPECT_EQ(::waitpid(parent, &status, 0), parent);
         EXPECT_EQ(status, 0);
+    });
+}
+
+TEST_F(Descendants, WhereTheSystemDoesNotTellThereMayBeAny) {
+    if (!runsAsRoot()) {
+        GTEST_SKIP() << "hiding the system's lists needs root's rights";
+    }
+    inChild([this] {
+        forkTo([this] { stay(path("pid")); });
+        const pid_t child = pidIn(path("pid"));
+        ASSERT_EQ(::chroot(path().c_str()), 0);
+        const CapturedLog log;
+        EXPECT_GT(countChildren(), 1'000'000);
+        EXPECT_TRUE(log.contains('E', "doesn't tell")) << log.dump();
+        EXPECT_FALSE(endDescendants(10s));
+        EXPECT_EQ(log.count('E', "doesn't tell"), 2) << log.dump();
+        EXPECT_EQ(::kill(child, SIGKILL), 0);
+        EXPECT_EQ(::waitpid(child, nullptr, 0), child);
+        EXPECT_TRUE(endDescendants(10s));
     });
 }
 

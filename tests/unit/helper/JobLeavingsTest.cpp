@@ -192,15 +192,16 @@ TEST_F(WorkingFolders, OneThatIsGoneMeanwhileIsNoFailure) {
 }
 
 TEST_F(WorkingFolders, OneThatStaysIsAFailureAndTheOthersGo) {
-    const std::string folder = makeWorkingFolder("_a");
-    makeWorkingFolder("_b");
+    // Entries come in the order of their making or against it, so that there is one behind it anyway.
+    makeWorkingFolder("_a");
+    const std::string folder = makeWorkingFolder("_b");
     makeWorkingFolder("_c");
     ASSERT_EQ(::mount("none", (folder + "/inner").c_str(), "tmpfs", 0, nullptr), 0);
     const CapturedLog log;
     EXPECT_FALSE(removeWorkingFolders());
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
     EXPECT_TRUE(stands(folder));
-    EXPECT_FALSE(stands("/tmp/MERO_Temp_Bundle_b"));
+    EXPECT_FALSE(stands("/tmp/MERO_Temp_Bundle_a"));
     EXPECT_FALSE(stands("/tmp/MERO_Temp_Bundle_c"));
 }
 

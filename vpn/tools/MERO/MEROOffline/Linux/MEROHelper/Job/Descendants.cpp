@@ -4,7 +4,6 @@
 #include "Handles.h"
 #include "Log.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -49,20 +48,14 @@ std::optional<std::vector<pid_t>> listChildren() {
     return children;
 }
 
-enum class Reaped { NoneLeft, Some, None };
-
-/// @param most  ends after so many, as there may be new ones without end.
-Reaped reapEnded(std::size_t most) {
-    for (std::size_t count = 0; count < most; ++count) {
-        const pid_t child = ::waitpid(-1, nullptr, WNOHANG | __WALL);
-        if (child == 0) {
-            return count > 0 ? Reaped::Some : Reaped::None;
-        }
-        if (child < 0 && errno == ECHILD) {
-            return Reaped::NoneLeft;
-        }
-    }
-    return Reaped::Some;
+/// Reaps what has ended by now.
+/// @return whether there are no children left.
+bool reapEnded() {
+    pid_t child = 0;
+    do {
+        child = ::waitpid(-1, nullptr, WNOHANG | __WALL);
+    } while (child > 0);
+    return child < 0 && errno == ECHILD;
 }
 
 } // namespace
@@ -84,21 +77,20 @@ int countChildren() {
 bool endDescendants(std::chrono::milliseconds limit) {
     const Clock::time_point deadline = Clock::now() + limit;
     while (true) {
-        const std::vector<pid_t> children = listChildren().value_or(std::vector<pid_t>());
-        for (const pid_t child : children) {
+        const std::optional<std::vector<pid_t>> children = listChildren();
+        if (!children) {
+            return reapEnded();
+        }
+        for (const pid_t child : *children) {
             static_cast<void>(::kill(child, SIGKILL)); // ours until it is reaped, so it can't fail
         }
-        const Reaped reaped = reapEnded(std::max<std::size_t>(children.size(), 1));
-        if (reaped == Reaped::NoneLeft) {
+        if (reapEnded()) {
             return true;
         }
         if (Clock::now() >= deadline) {
-            ZRN_LOG('E', "Of the processes started, %zu don't end", children.size());
+            ZRN_LOG('E', "Of the processes started, %zu don't end", children->size());
             return false;
         }
-        // Where one has ended, what it had started is to be killed before it starts more.
-        if (reaped == Reaped::None) {
-            static_cast<void>(::poll(nullptr, 0, kPollMs));
-        }
+        static_cast<void>(::poll(nullptr, 0, kPollMs));
     }
 }
