@@ -187,6 +187,13 @@ class Surroundings(CallerTest):
         self.assertEqual(variables, {"HOME": "/home/alice", "USER": ALICE, "LOGNAME": ALICE, "LANG": "C.UTF-8"})
         self.assertLessEqual(set(path), {"/usr/local/sbin", "/usr/local/bin", "/usr/sbin", "/usr/bin", "/sbin", "/bin"})
 
+    def testAreNotThoseOfTheBusFromTheStart(self):
+        gate = self.start_held_job()
+        self.assertIn(b"MARKER=", read("/proc/%d/environ" % self.helper()))
+        self.assertNotIn(b"MARKER=", read("/proc/%d/environ" % self.worker()))
+        gate.open()
+        self.assertEqual(self.alice.final(), SUCCESS)
+
     def testLetNoOneElseReadWhatToolsWrite(self):
         self.assertEqual(self.output("umask"), ["0077"])
 
