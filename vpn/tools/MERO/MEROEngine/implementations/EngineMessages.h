@@ -1,7 +1,24 @@
 #pragma once
 
-/// Failure messages of the engine that those who run it give as well.
+/// What the engine reports. The English text is the key of the message catalogue as well, so a changed letter
+/// loses the text's translations.
 
+// Steps.
+inline constexpr const char* kStarting = "Starting up MERO Engine...";
+inline constexpr const char* kParsing = "Parsing request and configuration XMLs...";
+inline constexpr const char* kReading = "Reading instructions ...";
+inline constexpr const char* kZipping = "Zipping the bundle, please wait...";
+inline constexpr const char* kFinished = "MERO has finished... ";
+/// Steps of one item, with its description between the two parts of the text, as the configuration has it.
+inline constexpr const char* kProcessing = "Processing %s...";
+inline constexpr const char* kClearing = "Clearing %s...";
+
+// Failures.
 inline constexpr const char* kInvalidRequest = "Internal Error: invalid request XML, please contact your "
                                                "administrator, or run in default mode";
 inline constexpr const char* kEncounteredError = "Internal Error: MERO has encountered an error...";
+inline constexpr const char* kNoConfiguration = "Internal Error: no valid configuration XML found...";
+inline constexpr const char* kNoWorkingFolder =
+    "Internal Error: failed to create temporary working folder...";
+inline constexpr const char* kAllFailed = "Internal Error: all configs failed...";
+inline constexpr const char* kNotZipped = "Internal Error: failed to zip the bundle...";

@@ -1,11 +1,13 @@
 #include "CommandShell.h"
 #include "DescriptorStream.h"
+#include "EngineMessages.h"
 #include "Log.h"
 #include "MEROAction.h"
 #include "Names.h"
 #include "Progress.h"
 #include "RegularFile.h"
 #include "ReturnCodes.h"
+#include "StepText.h"
 
 #include <cstring>
 #include <ctime>
@@ -121,7 +123,7 @@ uint32_t MEROAction::launchTool(const std::string& path, const std::string& comm
 }
 
 uint32_t MEROAction::waitForTool(const std::string& toolName) {
-    std::string status = "Processing " + m_info.description + "...";
+    std::string status = stepText(kProcessing, m_info.description);
     const std::clock_t start = std::clock();
     uint32_t result = 0;
     while (CProcessApi::pollProcess(m_processId) == 0) {

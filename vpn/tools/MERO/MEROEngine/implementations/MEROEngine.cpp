@@ -25,17 +25,6 @@ constexpr const char* kWorkingFolder = "/tmp/MERO_Temp_Bundle";
 constexpr uint32_t kMaxThreads = 6;
 constexpr std::size_t kFailureLine = 100;
 
-constexpr const char* kStarting = "Starting up MERO Engine...";
-constexpr const char* kParsing = "Parsing request and configuration XMLs...";
-constexpr const char* kReading = "Reading instructions ...";
-constexpr const char* kZipping = "Zipping the bundle, please wait...";
-constexpr const char* kFinished = "MERO has finished... ";
-
-constexpr const char* kNoConfiguration = "Internal Error: no valid configuration XML found...";
-constexpr const char* kNoWorkingFolder = "Internal Error: failed to create temporary working folder...";
-constexpr const char* kAllFailed = "Internal Error: all configs failed...";
-constexpr const char* kNotZipped = "Internal Error: failed to zip the bundle...";
-
 void reportStep(int percent, const char* message) {
     reportProgress(percent, message, MEROOFFLINE_ERROR_PROCESSING);
 }

@@ -1,6 +1,7 @@
 #include "collector.h"
 
 #include "AttributeText.h"
+#include "EngineMessages.h"
 #include "Files.h"
 #include "Log.h"
 #include "MEROClearLogsAction.h"
@@ -9,6 +10,7 @@
 #include "PlatformSection.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
+#include "StepText.h"
 #include "StringUtils.h"
 #include "Summary.h"
 #include "sysutils.h"
@@ -189,7 +191,7 @@ void collector::runItem(const MEROActionInfo& info) {
     ZRN_LOG('I', "Thread %s Continuing Collection On %s", threadId.c_str(), info.description.c_str());
     {
         const std::lock_guard<std::mutex> guard(g_progressLock);
-        reportProgress(computeProgress(g_configsDone), "Processing " + info.description + "...",
+        reportProgress(computeProgress(g_configsDone), stepText(kProcessing, info.description),
                        MEROOFFLINE_ERROR_PROCESSING);
     }
     MEROCollectLogsAction action(info, m_reader, m_adminRun);
@@ -218,7 +220,7 @@ void collector::clearItem(MEROComponent& file, MEROActionInfo& info) {
     }
     info.id = idOf(file);
     info.description = childText(file, "description");
-    reportProgress(computeProgress(g_configsDone), "Clearing " + info.description + "...",
+    reportProgress(computeProgress(g_configsDone), stepText(kClearing, info.description),
                    MEROOFFLINE_ERROR_PROCESSING);
     // Clearing is so quick that without a pause nobody could read what is being cleared.
     sleepMsecs(kClearPauseMs);

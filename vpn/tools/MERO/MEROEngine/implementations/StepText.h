@@ -1,0 +1,15 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Texts of steps that name an item.
+
+/// A pattern of EngineMessages.h, or its translation, with what is to stand in place of its "%s". A pattern
+/// without one comes back as it is.
+[[nodiscard]] std::string stepText(std::string_view pattern, std::string_view description);
+
+/// The way back: what stands in place of the "%s" of a pattern.
+/// @return nothing if the text isn't made from that pattern.
+[[nodiscard]] std::optional<std::string> describedBy(std::string_view pattern, std::string_view text);
