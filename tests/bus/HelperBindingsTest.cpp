@@ -19,7 +19,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 using Arguments = std::vector<std::pair<std::string, std::string>>;
-using VariantHandle = std::unique_ptr<GVariant, Releaser<&g_variant_unref>>;
 
 Arguments namesAndSignatures(GDBusArgInfo** arguments) {
     Arguments list;

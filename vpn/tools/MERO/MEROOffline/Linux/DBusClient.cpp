@@ -32,8 +32,6 @@ GDBusConnection* connectToBus(GError** errorOut) {
     return g_connection.get();
 }
 
-using VariantHandle = std::unique_ptr<GVariant, Releaser<&g_variant_unref>>;
-
 struct Argument {
     const char* key;
     const char* value;

@@ -1,0 +1,68 @@
+#include "Authorisation.h"
+
+#include "HandlerGuard.h"
+#include "Log.h"
+
+#include <memory>
+#include <polkit/polkit.h>
+#include <utility>
+
+namespace {
+
+constexpr const char* kAction = "com.varnel.corvane.mero.collect";
+
+/// One question on its way; taken over by whichever callback comes next.
+struct Question {
+    std::string caller;
+    GObjectHandle<GCancellable> cancellable;
+    std::function<void(bool)> answer;
+};
+
+std::unique_ptr<Question> takeOver(gpointer data) {
+    return std::unique_ptr<Question>(static_cast<Question*>(data));
+}
+
+void answerNo(const Question& question, const GError* error) {
+    ZRN_LOG('W', "No authorisation for %s. %s", question.caller.c_str(), error->message);
+    runHandler(__func__, [&] { question.answer(false); });
+}
+
+void onDecision(GObject* authority, GAsyncResult* result, gpointer data) {
+    const std::unique_ptr<Question> question = takeOver(data);
+    GError* error = nullptr;
+    const auto decision = adoptRef(polkit_authority_check_authorization_finish(
+        reinterpret_cast<PolkitAuthority*>(authority), result, &error));
+    if (decision == nullptr) {
+        answerNo(*question, ErrorHandle(error).get());
+        return;
+    }
+    const bool allowed = polkit_authorization_result_get_is_authorized(decision.get()) != FALSE;
+    if (!allowed) {
+        ZRN_LOG('W', "%s is not authorised", question->caller.c_str());
+    }
+    runHandler(__func__, [&] { question->answer(allowed); });
+}
+
+void onAuthority(GObject* /*source*/, GAsyncResult* result, gpointer data) {
+    std::unique_ptr<Question> question = takeOver(data);
+    GError* error = nullptr;
+    const auto authority = adoptRef(polkit_authority_get_finish(result, &error));
+    if (authority == nullptr) {
+        answerNo(*question, ErrorHandle(error).get());
+        return;
+    }
+    // By its name on the bus: a process number could be another process's by the time somebody looks.
+    const auto subject = adoptRef(polkit_system_bus_name_new(question->caller.c_str()));
+    GCancellable* const cancellable = question->cancellable.get();
+    polkit_authority_check_authorization(authority.get(), subject.get(), kAction, nullptr,
+                                         POLKIT_CHECK_AUTHORIZATION_FLAGS_ALLOW_USER_INTERACTION, cancellable,
+                                         &onDecision, question.release());
+}
+
+} // namespace
+
+void askAuthorisation(const BusCaller& caller, GCancellable* cancellable, std::function<void(bool)> answer) {
+    auto question =
+        std::make_unique<Question>(Question{caller.name, shareRef(cancellable), std::move(answer)});
+    polkit_authority_get_async(cancellable, &onAuthority, question.release());
+}

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "ServiceSettings.h"
+
+/// The program behind its main: the service on the system bus, or with the one argument kWorkerArgument the
+/// worker of a job. Returns when it has ended.
+/// @return exit status: 0, or 1 if the service could not be had; 2 for wrong arguments.
+[[nodiscard]] int runHelperProgram(int argc, const char* const* argv, const ServiceSettings& settings = {});

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "AcceptedJob.h"
+#include "ProgressRecord.h"
+
+#include <cstdint>
+
+/// Name of the archive in the job's folder.
+inline constexpr const char* kArchiveName = "bundle.zip";
+
+/// The outcome of a job that has failed for a reason which the engine does not tell.
+[[nodiscard]] ProgressRecord failedJob(uint32_t code);
+
+/// What is left to do when the worker has ended: ends what it may have left running, hands the bundle of a
+/// successful job to the caller, and removes all else that is left of the job. May take as long as
+/// publishBundle does. Any thread, but no other child of this process may be of use meanwhile.
+/// @param outcome  of the worker.
+/// @return the outcome of the job: the worker's, or MEROENGINE_ERROR_WRITE_FAILURE if there is a bundle that
+/// can't be handed over.
+[[nodiscard]] ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome);

@@ -1,0 +1,80 @@
+#include "JobPreparation.h"
+
+#include "Descendants.h"
+#include "Handles.h"
+#include "InstalledFiles.h"
+#include "Log.h"
+#include "PasswordEntry.h"
+#include "RequestCopy.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+/// A caller's file system that does not answer may hold on to a reader of requests after its time. With so
+/// many of them no more are started.
+constexpr int kMostChildren = 8;
+
+std::optional<UserIdentity> findUser(uid_t user) {
+    const PasswordEntry entry(user);
+    std::optional<UserIdentity> identity = identityOf(entry);
+    if (!identity) {
+        ZRN_LOG_CODE_TEXT('W', "getpwuid_r", entry.getError(), "User %u is not known", user);
+    }
+    return identity;
+}
+
+bool makeRequestCopy(AcceptedJob& job) {
+    if (job.arguments.requestPath.empty()) {
+        return true;
+    }
+    if (countChildren() >= kMostChildren) {
+        ZRN_LOG('W', "Too many readers of requests are still held up");
+        return false;
+    }
+    job.requestCopy = job.folder.entry("request.xml");
+    const FileDescriptor copy(
+        ::open(job.requestCopy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!copy) {
+        const int error = errno;
+        ZRN_LOG_CODE_TEXT('E', "open", error, "File: %s", job.requestCopy.c_str());
+        return false;
+    }
+    return copyRequest(job.caller, job.arguments.requestPath, copy.get());
+}
+
+} // namespace
+
+std::string installationFolder() {
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) {
+        ZRN_LOG_CODE('E', "readlink", error.value());
+        return {};
+    }
+    return program.parent_path();
+}
+
+std::optional<AcceptedJob> prepareJob(JobArguments arguments, uid_t caller) {
+    // A configuration that root has chosen is root's own affair.
+    if (arguments.configFolder.empty() && !belongsToRootAlone(installationFolder())) {
+        return std::nullopt;
+    }
+    std::optional<UserIdentity> identity = findUser(caller);
+    if (!identity) {
+        return std::nullopt;
+    }
+    std::optional<JobFolder> folder = JobFolder::make(kJobsFolder);
+    if (!folder) {
+        return std::nullopt;
+    }
+    AcceptedJob job{std::move(arguments), *std::move(identity), *std::move(folder), {}};
+    if (!makeRequestCopy(job)) {
+        return std::nullopt;
+    }
+    return job;
+}

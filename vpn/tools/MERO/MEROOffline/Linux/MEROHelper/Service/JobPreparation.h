@@ -1,0 +1,16 @@
+#pragma once
+
+#include "AcceptedJob.h"
+
+#include <optional>
+#include <sys/types.h>
+
+/// Where this program is installed: the folder of its own file.
+/// @return absolute path; empty, logged, if the system does not tell.
+[[nodiscard]] std::string installationFolder();
+
+/// Does what a job needs before anybody is asked for an authorisation: looks the caller up, makes sure that
+/// what root will obey is root's, makes the job's folder and copies the request with the caller's own rights.
+/// May take as long as copyRequest does. Any thread.
+/// @return nothing, logged, if any of it fails.
+[[nodiscard]] std::optional<AcceptedJob> prepareJob(JobArguments arguments, uid_t caller);
