@@ -92,14 +92,15 @@ def make_machine():
 
 
 def wait_for(condition, what, limit=LIMIT_SECONDS):
-    """What the condition gives as soon as it is true."""
+    """What the condition gives as soon as it is true.
+    @param what  a text, or what gives one when it is needed."""
     deadline = time.monotonic() + limit
     while True:
         result = condition()
         if result:
             return result
         if time.monotonic() > deadline:
-            raise AssertionError("no %s in %d s" % (what, limit))
+            raise AssertionError("no %s in %d s" % (what() if callable(what) else what, limit))
         time.sleep(POLL_SECONDS)
 
 

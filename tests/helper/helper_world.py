@@ -353,7 +353,7 @@ class HelperTest(unittest.TestCase):
 
     def expect_nothing_left(self):
         wait_for(lambda: not self.leavings() and not self.strangers(),
-                 "end of what a job leaves: %s %s" % (self.leavings(), self.strangers()))
+                 lambda: "end of what a job leaves: %s %s" % (self.leavings(), self.strangers()))
 
     @staticmethod
     def names(bundle=BUNDLE):
