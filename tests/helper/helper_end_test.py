@@ -77,11 +77,15 @@ class EndOfTheHelper(HeldJob):
         wait_for(lambda: not {helper, worker} & set(processes()), "end of the worker")
         self.assertEqual(self.alice.finals(), [])
 
+    def testByForceLeavesNoToolRunning(self):
+        os.kill(self.helper(), signal.SIGKILL)
+        self.wait_until_gone()
+        wait_for(lambda: not self.strangers(), lambda: "end of %s" % self.strangers())
+
     def testByForceIsCleanedUpByTheNext(self):
         os.kill(self.helper(), signal.SIGKILL)
         self.wait_until_gone()
         self.assertEqual(len(self.leavings()), 2)
-        self.gate.open()
         self.expect_next_job()
         self.assertEqual(self.alice.finals(), [])
 

@@ -204,12 +204,12 @@ class Flood(CallerTest):
         self.assertEqual(self.alice.finals(), [SUCCESS])
         self.expect_nothing_left()
 
-    def testOfSixteenMegabytesIsRefusedEachTimeInTheSameMemory(self):
-        # The first ones leave room in the process for the next.
-        self.refuse_large_calls(4)
+    def testOfSixteenMegabytesEachIsLetGoOf(self):
+        self.alice.ping()
         before = resident_kilobytes(self.helper())
         self.refuse_large_calls(8)
-        self.assertLess(resident_kilobytes(self.helper()) - before, self.growth_kilobytes)
+        # The bus library keeps room for a message, and may not be done with the last one yet.
+        self.assertLess(resident_kilobytes(self.helper()) - before, 2 * 16 * 1024 + self.growth_kilobytes)
         self.assertEqual(self.collect(self.alice), SUCCESS)
 
     def refuse_large_calls(self, count):

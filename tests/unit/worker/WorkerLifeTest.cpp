@@ -16,15 +16,18 @@ namespace {
 
 /// Writes the worker's process id down and waits.
 constexpr const char* kWaitingTool = "echo $PPID >/srv/pid; read line </srv/pipe";
+/// Writes its own down, in a session of its own, and waits without minding signals.
+constexpr const char* kStubbornTool =
+    "trap '' TERM HUP INT; exec setsid -w sh -c 'echo $$ >/srv/pid; read line </srv/pipe'";
 
 } // namespace
 
 /// A worker and the service that it belongs to.
 class WorkerLife : public WorkerWorld {
 protected:
-    void configureWaitingTool() const {
+    void configureWaitingTool(const char* script = kWaitingTool) const {
         ASSERT_EQ(::mkfifo("/srv/pipe", 0600), 0);
-        writeTool("/srv/tools/wait", kWaitingTool);
+        writeTool("/srv/tools/wait", script);
         configure(item("wait", "use_extern_action", "<path>/srv/tools</path><args>wait</args>"));
     }
     /// A process that starts a worker and waits for its end.
@@ -52,6 +55,23 @@ TEST_F(WorkerLife, EndsWhenTheServiceIsKilled) {
         EXPECT_TRUE(ended);
         if (!ended) {
             ::kill(worker, SIGKILL);
+        }
+    });
+}
+
+TEST_F(WorkerLife, TakesToolsAlongThatMindNoSignal) {
+    inWorld([this] {
+        configureWaitingTool(kStubbornTool);
+        const pid_t service = startService();
+        const pid_t tool = pidIn("/srv/pid");
+        ASSERT_GT(tool, 0);
+        EXPECT_FALSE(hasEnded(tool));
+        ASSERT_EQ(::kill(service, SIGKILL), 0);
+        EXPECT_EQ(::waitpid(service, nullptr, 0), service);
+        const bool ended = eventually([tool] { return hasEnded(tool); });
+        EXPECT_TRUE(ended);
+        if (!ended) {
+            ::kill(tool, SIGKILL);
         }
     });
 }

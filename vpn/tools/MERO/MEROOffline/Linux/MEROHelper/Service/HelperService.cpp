@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -16,7 +18,8 @@ constexpr const char* kPath = "/com/varnel/corvane/mero/helper";
 constexpr guint32 kDoNotQueue = 4;
 constexpr guint32 kPrimaryOwner = 1;
 
-/// One entry more than is allowed is enough to see that there are too many.
+/// One entry more than is allowed is enough to see that there are too many, and one byte more that a value is
+/// too long.
 std::vector<JobEntry> entriesOf(GVariant* dictionary) {
     const std::size_t count = std::min<std::size_t>(g_variant_n_children(dictionary), kMostJobEntries + 1);
     std::vector<JobEntry> entries;
@@ -26,7 +29,8 @@ std::vector<JobEntry> entriesOf(GVariant* dictionary) {
         const char* value = nullptr;
         const VariantHandle entry(g_variant_get_child_value(dictionary, i));
         g_variant_get(entry.get(), "{&s&s}", &key, &value);
-        entries.push_back({key, WipedString(value)});
+        entries.push_back(
+            {key, WipedString(std::string_view(value, ::strnlen(value, kLongestJobValue + 1)))});
     }
     return entries;
 }

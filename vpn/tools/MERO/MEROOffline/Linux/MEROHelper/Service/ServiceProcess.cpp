@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <malloc.h>
 #include <string>
 #include <sys/file.h>
 #include <sys/prctl.h>
@@ -23,6 +24,10 @@ namespace {
 /// A former helper that is being killed needs a moment for its end, and for that of its worker.
 constexpr std::chrono::seconds kLockLimit{5};
 constexpr std::chrono::milliseconds kLockPoll{20};
+
+/// Large messages are to leave this process's memory when they are done with. By default the C library raises
+/// the limit with the first of them.
+constexpr int kOwnMappingBytes = 128 * 1024;
 
 bool forbidDumps() {
     const rlimit none{0, 0};
@@ -61,6 +66,8 @@ bool prepareServiceProcess() {
     ::umask(077);
     // A worker that has gone shows as an error of the call.
     std::signal(SIGPIPE, SIG_IGN);
+    // It fails for a wrong number only.
+    static_cast<void>(::mallopt(M_MMAP_THRESHOLD, kOwnMappingBytes));
     return forbidDumps() && adoptDescendants();
 }
 

@@ -8,6 +8,7 @@
 #include "PipeListener.h"
 #include "RequestNames.h"
 #include "ReturnCodes.h"
+#include "ServiceEnd.h"
 #include "WorkerCage.h"
 #include "WorkOrder.h"
 
@@ -54,12 +55,14 @@ std::string makeHomeStandIn(const std::string& jobFolder) {
 }
 
 bool enterCage(const WorkOrder& order) {
-    if (!dieWithService(order.service) || !enterFolder(order.jobFolder) ||
+    if (!awaitServiceEnd(order.service) || !enterFolder(order.jobFolder) ||
         !limitResources(kWorkingParent, order.jobFolder)) {
         return false;
     }
     const std::optional<std::string> home = closeFolders(order.caller, order.jobFolder);
-    return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order.jobFolder));
+    // A thread has to come after the mounts, which are those of one thread.
+    return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order.jobFolder)) &&
+           endWithService();
 }
 
 ProgressRecord runEngine(WorkOrder& order) {

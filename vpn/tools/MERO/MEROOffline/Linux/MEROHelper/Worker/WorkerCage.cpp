@@ -71,18 +71,6 @@ bool setVariable(const char* name, const std::string& value) {
 
 } // namespace
 
-bool dieWithService(pid_t service) {
-    if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) {
-        return fails('E', "prctl", errno);
-    }
-    // The signal of a service that had ended before would never come.
-    if (::getppid() != service) {
-        ZRN_LOG('E', "The service has ended, and the job ends with it.");
-        return false;
-    }
-    return true;
-}
-
 bool limitResources(const std::string& workingParent, const std::string& jobFolder) {
     stepBack();
     limitFileSize(std::min(freeBytes(workingParent), freeBytes(jobFolder)));

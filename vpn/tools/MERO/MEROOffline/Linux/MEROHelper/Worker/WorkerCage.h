@@ -3,14 +3,9 @@
 #include "UserIdentity.h"
 
 #include <string>
-#include <sys/types.h>
 
 /// What a worker may use up and is told by its environment, set before anything of the job is touched. For a
-/// process with one thread; tools inherit all of it but the first.
-
-/// Ends this process with the service: SIGKILL when the thread that started it ends.
-/// @return false, logged, if the service has ended already or that can't be had.
-[[nodiscard]] bool dieWithService(pid_t service);
+/// process with one thread; tools inherit all of it.
 
 /// No core dumps, nobody looks into this process's memory, the idle class for the disk and nice 10, and no
 /// file may grow beyond nine tenths of what is free in the folders that are written to.

@@ -1,0 +1,72 @@
+#include "ServiceEnd.h"
+
+#include "Descendants.h"
+#include "Log.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <sys/prctl.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::chrono::seconds kEndLimit{3};
+
+sigset_t endSignal() {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+[[noreturn]] void waitForServiceEnd() noexcept {
+    const sigset_t signals = endSignal();
+    int signal = 0;
+    // It fails for a wrong set only.
+    static_cast<void>(::sigwait(&signals, &signal));
+    ZRN_LOG('W', "The service has ended, and the job ends with it.");
+    try {
+        endDescendants(kEndLimit);
+    } catch (const std::exception&) {
+        // There is no memory even for a list of them. Ending is all that is left.
+        ::_exit(1);
+    }
+    ::_exit(1);
+}
+
+} // namespace
+
+bool awaitServiceEnd(pid_t service) {
+    const sigset_t signals = endSignal();
+    if (const int error = ::pthread_sigmask(SIG_BLOCK, &signals, nullptr); error != 0) {
+        ZRN_LOG_CODE('E', "pthread_sigmask", error);
+        return false;
+    }
+    if (!adoptDescendants()) {
+        return false;
+    }
+    if (::prctl(PR_SET_PDEATHSIG, SIGTERM) != 0) {
+        const int error = errno;
+        ZRN_LOG_CODE('E', "prctl", error);
+        return false;
+    }
+    // The signal of a service that had ended before would never come.
+    if (::getppid() != service) {
+        ZRN_LOG('E', "The service has ended, and the job ends with it.");
+        return false;
+    }
+    return true;
+}
+
+bool endWithService() {
+    try {
+        std::thread(waitForServiceEnd).detach();
+        return true;
+    } catch (const std::system_error& error) {
+        ZRN_LOG_CODE('E', "std::thread", error.code().value());
+        return false;
+    }
+}
