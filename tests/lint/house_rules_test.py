@@ -1,28 +1,18 @@
 """Each house rule finds its breach in a small made-up tree, and passes what is meant to pass."""
 
 import os
-import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
-RULES = os.path.join(os.environ["MERO_SOURCE_DIR"], "script/house-rules")
+import made_up_tree as tree
+
+RULES = os.path.join(tree.SOURCE, "script/house-rules")
 WIZARD = "vpn/tools/MERO/MEROOffline/Linux/"
 CODES = "vpn/Common/Utility/ReturnCodes"
 
 
-class HouseRules(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="house_rules_test_")
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def write(self, path, text):
-        path = os.path.join(self.folder, path)
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "w") as file:
-            file.write(text)
-
+class HouseRules(tree.TreeTest):
     def breaches(self, folder=None):
         done = subprocess.run([sys.executable, "-B", RULES, folder or self.folder], capture_output=True, text=True)
         self.assertEqual(done.stderr, "")
