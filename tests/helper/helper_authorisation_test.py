@@ -7,7 +7,7 @@ import time
 
 import helper_machine
 from gi.repository import GLib
-from helper_machine import BASE, MALLORY, USERS, children, wait_for
+from helper_machine import BASE, MALLORY, ROOT_HOME, USERS, children, wait_for
 from helper_world import ACTION, BUNDLE, NAME, POLKIT, SUCCESS, HelperTest
 
 # The wizard waits for its answer for 25 seconds, and the helper for polkit's for 20.
@@ -34,11 +34,11 @@ class Permission(HelperTest):
 
     def testIsRootsAloneWhereThereIsNoPolkit(self):
         self.refuses(self.caller())
-        self.assertEqual(self.collect(self.caller("root"), bundle="/root/bundle.zip"), SUCCESS)
+        self.assertEqual(self.collect(self.caller("root"), bundle=ROOT_HOME + "/bundle.zip"), SUCCESS)
 
     def testIsRootsWhereItIsRefusedToAll(self):
         self.start_polkit_stand_in(allowed=False)
-        self.assertEqual(self.collect(self.caller("root"), bundle="/root/bundle.zip"), SUCCESS)
+        self.assertEqual(self.collect(self.caller("root"), bundle=ROOT_HOME + "/bundle.zip"), SUCCESS)
 
     def testIsAskedForTheCallersBusNameWithInteraction(self):
         self.start_polkit_stand_in()

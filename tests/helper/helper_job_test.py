@@ -8,7 +8,7 @@ import zipfile
 
 import helper_machine
 from helper_configuration import file_item, request, tool_item
-from helper_machine import ALICE, BASE, USERS, children, command_line, folder, link, read, wait_for, write
+from helper_machine import ALICE, BASE, ROOT_HOME, USERS, children, command_line, folder, link, read, wait_for, write
 from helper_world import BUNDLE, LOG, PROCESSING, SECRET, SUCCESS, CallerTest
 
 PASSWORD = "Pass-w\u00f6rd-4711"
@@ -63,11 +63,11 @@ class Bundle(CallerTest):
             self.assertIn("It <fails> & stops", archive.read("comments.txt").decode())
 
     def testComesWithTheRequestOfRootToo(self):
-        path = write("/root/request.xml", request("secret"), 0o600)
+        path = write(ROOT_HOME + "/request.xml", request("secret"), 0o600)
         root = self.caller("root")
-        self.assertEqual(self.collect(root, bundle="/root/bundle.zip", request=path), SUCCESS)
-        self.assertEqual(self.names("/root/bundle.zip"), ["secret/secret.log"])
-        self.assertEqual(os.stat("/root/bundle.zip").st_uid, 0)
+        self.assertEqual(self.collect(root, bundle=ROOT_HOME + "/bundle.zip", request=path), SUCCESS)
+        self.assertEqual(self.names(ROOT_HOME + "/bundle.zip"), ["secret/secret.log"])
+        self.assertEqual(os.stat(ROOT_HOME + "/bundle.zip").st_uid, 0)
 
 
 class Progress(CallerTest):
@@ -294,8 +294,8 @@ class Installation(CallerTest):
         self.refuses(self.alice, config=other)
         self.refuses(self.alice, config=BASE)
         root = self.caller("root")
-        self.assertEqual(self.collect(root, bundle="/root/bundle.zip", config=other), SUCCESS)
-        self.assertEqual(self.names("/root/bundle.zip"), ["other/public.log"])
+        self.assertEqual(self.collect(root, bundle=ROOT_HOME + "/bundle.zip", config=other), SUCCESS)
+        self.assertEqual(self.names(ROOT_HOME + "/bundle.zip"), ["other/public.log"])
 
 
 if __name__ == "__main__":

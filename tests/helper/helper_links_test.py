@@ -6,7 +6,7 @@ import zipfile
 
 import helper_machine
 from helper_configuration import file_item, folder_item
-from helper_machine import ALICE, MALLORY, USERS, folder, give, link, read, subprocess, write
+from helper_machine import ALICE, MALLORY, ROOT_HOME, USERS, folder, give, link, read, subprocess, write
 from helper_world import BUNDLE, SECRET, SECRET_FILE, SUCCESS, WRITE_FAILURE, CallerTest
 
 OWN = "own log\n"
@@ -33,10 +33,10 @@ class Target(CallerTest):
         self.assertEqual(os.listdir("/home/mallory"), [])
 
     def testThatIsALinkIsReplacedAndNotFollowed(self):
-        write("/root/precious", "precious", 0o600)
-        link(BUNDLE, "/root/precious", ALICE)
+        write(ROOT_HOME + "/precious", "precious", 0o600)
+        link(BUNDLE, ROOT_HOME + "/precious", ALICE)
         self.assertEqual(self.collect(self.alice), SUCCESS)
-        self.assertEqual(read("/root/precious"), b"precious")
+        self.assertEqual(read(ROOT_HOME + "/precious"), b"precious")
         status = os.lstat(BUNDLE)
         self.assertTrue(stat.S_ISREG(status.st_mode))
         self.assertEqual(status.st_uid, USERS[ALICE])
@@ -88,13 +88,13 @@ class Planted(CallerTest):
     def testLinkInAFolderOfTheHomeIsNotFollowed(self):
         write("/home/alice/logs/own.log", OWN, 0o600, ALICE)
         link("/home/alice/logs/app.log", SECRET_FILE, ALICE)
-        link("/home/alice/logs/sub", "/root", ALICE)
+        link("/home/alice/logs/sub", ROOT_HOME, ALICE)
         self.assertEqual(self.collect_from(folder_item("logs", "$HOME/logs/", "*.log")), ["logs/own.log"])
         self.expect_no_secret()
 
     def testLinkAsAFolderOfTheHomeIsNotFollowed(self):
         write("/home/alice/own.log", OWN, 0o600, ALICE)
-        link("/home/alice/logs", "/root", ALICE)
+        link("/home/alice/logs", ROOT_HOME, ALICE)
         names = self.collect_from(file_item("linked", "$HOME/logs/secret.log"),
                                   folder_item("folder", "$HOME/logs/", "*.log"), file_item("own", "$HOME/own.log"))
         self.assertEqual(names, ["own/own.log"])
@@ -105,7 +105,7 @@ class Planted(CallerTest):
             with self.subTest(place=place):
                 write(place + "/logs/own.log", OWN, 0o600, MALLORY)
                 link(place + "/logs/app.log", SECRET_FILE, MALLORY)
-                link(place + "/linked", "/root", MALLORY)
+                link(place + "/linked", ROOT_HOME, MALLORY)
                 bundle = "/home/alice/%d.zip" % number
                 self.configure(file_item("file", place + "/logs/app.log"), file_item("own", place + "/logs/own.log"),
                                folder_item("folder", place + "/logs/", "*.log"),
@@ -116,7 +116,7 @@ class Planted(CallerTest):
 
     def testHomeThatIsALinkIsNotFollowed(self):
         os.rename("/home/alice", "/home/moved")
-        link("/home/alice", "/root", ALICE)
+        link("/home/alice", ROOT_HOME, ALICE)
         self.configure(file_item("linked", "$HOME/secret.log"), file_item("public", "/opt/public.log"))
         self.assertEqual(self.collect(self.alice, bundle="/home/moved/bundle.zip"), SUCCESS)
         self.assertEqual(self.names("/home/moved/bundle.zip"), ["public/public.log"])
@@ -164,12 +164,12 @@ class WorkingFolder(CallerTest):
         self.assertEqual(os.listdir(self.place), ["planted.txt"])
 
     def testThatIsALinkIsNotFollowed(self):
-        folder("/root/precious", mode=0o700)
-        write("/root/precious/file", "precious", 0o600)
-        link(self.place, "/root/precious", MALLORY)
+        folder(ROOT_HOME + "/precious", mode=0o700)
+        write(ROOT_HOME + "/precious/file", "precious", 0o600)
+        link(self.place, ROOT_HOME + "/precious", MALLORY)
         self.expect_good_bundle()
-        self.assertEqual(os.listdir("/root/precious"), ["file"])
-        self.assertEqual(os.readlink(self.place), "/root/precious")
+        self.assertEqual(os.listdir(ROOT_HOME + "/precious"), ["file"])
+        self.assertEqual(os.readlink(self.place), ROOT_HOME + "/precious")
 
     def testIsSeenByNobodyElseDuringTheJob(self):
         gate = self.start_held_job()
@@ -184,7 +184,7 @@ class WorkingFolder(CallerTest):
     def testOfAnOlderRunIsRemoved(self):
         write(self.place + "__1114_1753_48213/collected/old.log", "old", 0o600)
         os.chmod(self.place + "__1114_1753_48213", 0o700)
-        link(self.place + "__1114_1753_48213/outside", "/root", "root")
+        link(self.place + "__1114_1753_48213/outside", ROOT_HOME, "root")
         self.expect_good_bundle()
         self.expect_nothing_left()
         self.assertEqual(read(SECRET_FILE).decode(), SECRET)

@@ -17,10 +17,11 @@ SEPARATION = ("unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-
 BASE = "/opt/mero-test"
 ALICE = "alice"
 MALLORY = "mallory"
+ROOT_HOME = pwd.getpwnam("root").pw_dir
 USERS = {ALICE: 54401, MALLORY: 54402}
 # Folders that the helper, its callers or the tests write to, with their modes. They begin empty.
 OWN_FOLDERS = {"/opt": "755", "/tmp": "1777", "/var/tmp": "1777", "/dev/shm": "1777", "/var/cache": "755",
-               "/run": "755", "/home": "755", "/root": "700"}
+               "/run": "755", "/home": "755", ROOT_HOME: "700"}
 
 POLL_SECONDS = 0.02
 LIMIT_SECONDS = 40

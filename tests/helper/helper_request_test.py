@@ -6,8 +6,8 @@ import socket
 import helper_machine
 from gi.repository import Gio, GLib
 from helper_configuration import request
-from helper_machine import ALICE, MALLORY, USERS, children, folder, link, read, resident_kilobytes, write
-from helper_world import BUNDLE, INVALID_XML, LOG, NAME, SUCCESS, CallerTest, HelperTest
+from helper_machine import ALICE, MALLORY, ROOT_HOME, USERS, children, folder, link, read, resident_kilobytes, write
+from helper_world import BUNDLE, INVALID_XML, LOG, NAME, SECRET_FILE, SUCCESS, CallerTest, HelperTest
 
 REQUEST = "/home/alice/request.xml"
 MEGABYTE = 1024 * 1024
@@ -26,7 +26,7 @@ class Request(CallerTest):
         self.refuses(self.alice, request=REQUEST)
 
     def testThatIsALinkToAFileOfRootsIsRefused(self):
-        link(REQUEST, write("/root/request.xml", request("secret"), 0o600), ALICE)
+        link(REQUEST, write(ROOT_HOME + "/request.xml", request("secret"), 0o600), ALICE)
         self.refuses(self.alice, request=REQUEST)
 
     def testThatIsAFifoIsRefusedAtOnce(self):
@@ -50,7 +50,7 @@ class Request(CallerTest):
         self.refuses(self.alice, request=write("/tmp/request.xml", request("public"), 0o666, MALLORY))
 
     def testThatTheCallerMayNotReadIsRefused(self):
-        self.refuses(self.alice, request=write("/root/request.xml", request("public"), 0o600, ALICE))
+        self.refuses(self.alice, request=write(ROOT_HOME + "/request.xml", request("public"), 0o600, ALICE))
 
     def testOfMoreThanAMegabyteIsRefused(self):
         write(REQUEST, request("public", comment="a" * MEGABYTE), 0o600, ALICE)
@@ -60,10 +60,10 @@ class Request(CallerTest):
         self.refuses(self.alice, request="home/alice/good.xml")
 
     def testDoesNotTellWhatIsWhereTheCallerCanNotLook(self):
-        write("/root/there.xml", request("public"), 0o600)
+        write(ROOT_HOME + "/there.xml", request("public"), 0o600)
         folder("/opt/closed", mode=0o700)
         write("/opt/closed/there.xml", request("public"), 0o600, ALICE)
-        for path in ("/root/there.xml", "/root/missing.xml", "/root", "/opt/closed/there.xml",
+        for path in (ROOT_HOME + "/there.xml", ROOT_HOME + "/missing.xml", ROOT_HOME, "/opt/closed/there.xml",
                      "/opt/closed/missing.xml", "/home/alice/missing.xml", "/etc/shadow"):
             with self.subTest(path=path):
                 self.refuses(self.alice, request=path)
@@ -99,7 +99,7 @@ class RequestContent(CallerTest):
 
     def testDoesNotBringOtherFilesIn(self):
         text = request("public", comment="x").replace("<request", "<!DOCTYPE request [<!ENTITY e SYSTEM "
-                                                      "'file:///root/secret.log'>]><request", 1)
+                                                      "'file://%s'>]><request" % SECRET_FILE, 1)
         write(REQUEST, text.replace("<![CDATA[x]]>", "&e;"), 0o600, ALICE)
         self.assertIs(self.alice.start(request=REQUEST), True)
         self.alice.final()

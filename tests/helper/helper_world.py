@@ -16,7 +16,7 @@ from gi.repository import Gio, GLib  # noqa: E402  (the version has to be chosen
 
 from helper_configuration import GROUP, configuration, file_item, tool_item  # noqa: E402
 from helper_machine import ALICE, BASE, LIMIT_SECONDS, Gate, folder, make_machine, read, wait_for, write  # noqa: E402
-from helper_machine import children, command_line, processes  # noqa: E402
+from helper_machine import ROOT_HOME, children, command_line, processes  # noqa: E402
 
 NAME = "com.varnel.corvane.mero.helper"
 ACTION = "com.varnel.corvane.mero.collect"
@@ -24,7 +24,7 @@ POLKIT = "org.freedesktop.PolicyKit1"
 JOBS = "/var/cache/merohelper"
 LOG = BASE + "/log"
 BUNDLE = "/home/alice/bundle.zip"
-SECRET_FILE = "/root/secret.log"
+SECRET_FILE = ROOT_HOME + "/secret.log"
 SECRET = "only root may read this\n"
 
 PROCESSING = 0xFEB1000B

@@ -25,10 +25,28 @@ constexpr const char* kStubbornTool =
 /// A worker and the service that it belongs to.
 class WorkerLife : public WorkerWorld {
 protected:
-    void configureWaitingTool(const char* script = kWaitingTool) const {
+    void configureWaitingTool(const char* script) const {
         ASSERT_EQ(::mkfifo("/srv/pipe", 0600), 0);
         writeTool("/srv/tools/wait", script);
         configure(item("wait", "use_extern_action", "<path>/srv/tools</path><args>wait</args>"));
+    }
+    /// Kills the service while a tool waits, and expects the end of the process that the tool has written
+    /// down.
+    void expectEndWithService(const char* script) {
+        inWorld([this, script] {
+            configureWaitingTool(script);
+            const pid_t service = startService();
+            const pid_t process = pidIn("/srv/pid");
+            ASSERT_GT(process, 0);
+            EXPECT_FALSE(hasEnded(process));
+            ASSERT_EQ(::kill(service, SIGKILL), 0);
+            EXPECT_EQ(::waitpid(service, nullptr, 0), service);
+            const bool ended = eventually([process] { return hasEnded(process); });
+            EXPECT_TRUE(ended);
+            if (!ended) {
+                ::kill(process, SIGKILL);
+            }
+        });
     }
     /// A process that starts a worker and waits for its end.
     [[nodiscard]] pid_t startService() const {
@@ -43,37 +61,11 @@ protected:
 };
 
 TEST_F(WorkerLife, EndsWhenTheServiceIsKilled) {
-    inWorld([this] {
-        configureWaitingTool();
-        const pid_t service = startService();
-        const pid_t worker = pidIn("/srv/pid");
-        ASSERT_GT(worker, 0);
-        EXPECT_FALSE(hasEnded(worker));
-        ASSERT_EQ(::kill(service, SIGKILL), 0);
-        EXPECT_EQ(::waitpid(service, nullptr, 0), service);
-        const bool ended = eventually([worker] { return hasEnded(worker); });
-        EXPECT_TRUE(ended);
-        if (!ended) {
-            ::kill(worker, SIGKILL);
-        }
-    });
+    expectEndWithService(kWaitingTool);
 }
 
 TEST_F(WorkerLife, TakesToolsAlongThatMindNoSignal) {
-    inWorld([this] {
-        configureWaitingTool(kStubbornTool);
-        const pid_t service = startService();
-        const pid_t tool = pidIn("/srv/pid");
-        ASSERT_GT(tool, 0);
-        EXPECT_FALSE(hasEnded(tool));
-        ASSERT_EQ(::kill(service, SIGKILL), 0);
-        EXPECT_EQ(::waitpid(service, nullptr, 0), service);
-        const bool ended = eventually([tool] { return hasEnded(tool); });
-        EXPECT_TRUE(ended);
-        if (!ended) {
-            ::kill(tool, SIGKILL);
-        }
-    });
+    expectEndWithService(kStubbornTool);
 }
 
 TEST_F(WorkerLife, TouchesNothingWhenTheServiceHasEndedAlready) {
