@@ -32,6 +32,21 @@ int makeFolders(const std::string& path) {
     return directoryExists(path.c_str()) ? 0 : EEXIST;
 }
 
+/// Makes one folder unless it is there.
+bool makeMissingFolder(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        return S_ISDIR(status.st_mode);
+    }
+    if (::mkdir(path.c_str(), 0777) != 0) {
+        const int error = errno;
+        logReturnCode("createDirectoryPath", __FILE__, __LINE__, 'E', "mkdir", static_cast<uint32_t>(error),
+                      nullptr, "%s", path.c_str());
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 Directory::~Directory() {
@@ -98,4 +113,23 @@ uint32_t Directory::CreateNewDirectory(const std::string& path, bool failIfExist
         return DIRECTORY_ERROR_FAILED_TO_CREATE_DIR;
     }
     return 0;
+}
+
+bool createDirectoryPath(const char* path) {
+    if (path == nullptr || *path != '/') {
+        return false;
+    }
+    const std::string whole(path);
+    std::size_t end = 0;
+    while (end != std::string::npos) {
+        const std::size_t start = whole.find_first_not_of('/', end);
+        if (start == std::string::npos) {
+            break;
+        }
+        end = whole.find('/', start);
+        if (!makeMissingFolder(whole.substr(0, end))) {
+            return false;
+        }
+    }
+    return true;
 }

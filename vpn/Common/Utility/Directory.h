@@ -32,3 +32,8 @@ public:
 private:
     DirHandle m_dir;
 };
+
+/// Makes a folder with its parents, with mode 0777 less the umask.
+/// @param path  absolute; null, an empty and a relative path are refused without a word.
+/// @return false if a part of the path is no folder or can't be made; a failed mkdir is logged.
+[[nodiscard]] bool createDirectoryPath(const char* path);

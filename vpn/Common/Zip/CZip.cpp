@@ -1,5 +1,6 @@
 #include "CZip.h"
 
+#include "Directory.h"
 #include "Handles.h"
 #include "Log.h"
 #include "RegularFile.h"
@@ -228,21 +229,6 @@ void removeBrokenArchive(const std::string& zipPath) {
     }
 }
 
-/// Makes one folder unless it is there.
-bool makeFolder(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0) {
-        return S_ISDIR(status.st_mode);
-    }
-    if (::mkdir(path.c_str(), 0777) != 0) {
-        const int error = errno;
-        logReturnCode("createDirectoryPath", __FILE__, __LINE__, 'E', "mkdir", static_cast<uint32_t>(error),
-                      nullptr, "%s", path.c_str());
-        return false;
-    }
-    return true;
-}
-
 } // namespace
 
 uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPath, std::string_view password,
@@ -347,20 +333,5 @@ unsigned long CZip::getCrc(const std::string& path) {
 }
 
 bool CZip::createDirectoryPath(const char* path) {
-    if (path == nullptr || *path != '/') {
-        return false;
-    }
-    const std::string whole(path);
-    size_t end = 0;
-    while (end != std::string::npos) {
-        const size_t start = whole.find_first_not_of('/', end);
-        if (start == std::string::npos) {
-            break;
-        }
-        end = whole.find('/', start);
-        if (!makeFolder(whole.substr(0, end))) {
-            return false;
-        }
-    }
-    return true;
+    return ::createDirectoryPath(path);
 }

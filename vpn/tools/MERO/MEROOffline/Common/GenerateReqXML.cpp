@@ -5,22 +5,24 @@
 #include "RegularFile.h"
 #include "ReturnCodes.h"
 #include "sysutils.h"
+#include "XmlText.h"
 
 #include <cerrno>
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
-#include <string_view>
 #include <sys/stat.h>
 
 namespace {
 
-constexpr char kHead[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"
-                         "<request xmlns=\"http://schemas.xmlsoap.org/encoding/\""
-                         " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
-                         " xsi:schemaLocation=\"http://schemas.xmlsoap.org/encoding/ RequestXMLSchema.xsd\">";
-// Part of the format, to the byte.
-static_assert(sizeof kHead - 1 == 225);
+/// What stands in front of the first file.
+std::string head() {
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><request";
+    for (const auto& [name, value] : schemaAttributes("RequestXMLSchema.xsd")) {
+        text.append(" ").append(name).append("=\"").append(value).append("\"");
+    }
+    return text + ">";
+}
 
 /// Empties a file that is ours alone and keeps all others from reading it. What somebody else has put in the
 /// file's place, or can reach under another name as well, is left as it is.
@@ -83,7 +85,7 @@ void GenerateReqXML::run() {
 
 void GenerateReqXML::write() {
     open();
-    ReqXMLWriteString(kHead);
+    ReqXMLWriteString(head());
     writeFiles();
     writeComment();
     ReqXMLWriteString("</request>");
