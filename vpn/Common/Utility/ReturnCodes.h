@@ -81,6 +81,8 @@ inline constexpr uint32_t MEROENGINE_ERROR_UNKNOWN_XML_TAG = 0xFEB00012;
 inline constexpr uint32_t MEROENGINE_ERROR_ACTION_CANCELED_BY_USER = 0xFEB00013;
 inline constexpr uint32_t MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT = 0xFEB00014;
 
+inline constexpr uint32_t XMLLOCALTLPOLMGR_ERROR_ALREADY_INITIALIZED = 0xFEB60008;
+
 /// Status values, whatever their names say: a step is under way, the scan has ended, the request is written.
 inline constexpr uint32_t MEROOFFLINE_ERROR_PROCESSING = 0xFEB1000B;
 inline constexpr uint32_t MEROOFFLINE_ERROR_XML_CONFIG_PARSE_SUCCESS = 0xFEB1000C;

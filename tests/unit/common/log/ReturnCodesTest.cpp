@@ -301,6 +301,7 @@ TEST(ReturnCodes, ConstantsHaveTheCodesOfTheirRows) {
         NamedCode{MEROOFFLINE_ERROR_XML_CONFIG_PARSE_SUCCESS, "MEROOFFLINE_ERROR_XML_CONFIG_PARSE_SUCCESS"},
         NamedCode{MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS,
                   "MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS"},
+        NamedCode{XMLLOCALTLPOLMGR_ERROR_ALREADY_INITIALIZED, "XMLLOCALTLPOLMGR_ERROR_ALREADY_INITIALIZED"},
     };
     for (const NamedCode& named : kNamed) {
         const std::string text = describe(named.code);
