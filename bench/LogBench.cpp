@@ -7,13 +7,11 @@
 //          Goal: ratio of no more than 1.15. Where no journal listens, a run as root puts a socket of its own
 //          in the journal's place, in a mount namespace that nobody else sees, and a thread reads it empty.
 //
-// Both ways take turns in short batches, and the ratio is the median over the pairs of batches, so that a
-// busy machine troubles both alike. The times are those of the measuring thread's own work, in nanoseconds a
-// line.
+// Times are in nanoseconds a line, see SideBySide.h.
 #include "Handles.h"
 #include "Log.h"
+#include "SideBySide.h"
 
-#include <algorithm>
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cerrno>
@@ -32,7 +30,6 @@
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 #define SD_JOURNAL_SUPPRESS_LOCATION // NOLINT(cppcoreguidelines-macro-usage): the header's own switch
 #include <systemd/sd-journal.h>
 
@@ -80,41 +77,10 @@ void sendOneLine() {
     }
 }
 
-double nowNs() {
-    timespec time{};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
-}
-
 using Line = void (*)();
 
-double batchNsPerLine(Line line) {
-    constexpr int kLinesPerBatch = 200;
-    const double start = nowNs();
-    for (int count = 0; count < kLinesPerBatch; ++count) {
-        line();
-    }
-    return (nowNs() - start) / kLinesPerBatch;
-}
-
-double median(std::vector<double>& values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 void compare(benchmark::State& state, Line own, Line bare) {
-    std::vector<double> ownNs;
-    std::vector<double> bareNs;
-    std::vector<double> ratios;
-    for ([[maybe_unused]] auto round : state) {
-        ownNs.push_back(batchNsPerLine(own));
-        bareNs.push_back(batchNsPerLine(bare));
-        ratios.push_back(ownNs.back() / bareNs.back());
-    }
-    state.counters["log_ns"] = median(ownNs);
-    state.counters["bare_ns"] = median(bareNs);
-    state.counters["ratio"] = median(ratios);
+    sideBySide::compare(state, "log", own, "bare", bare);
 }
 
 /// Sends standard output elsewhere for as long as the object lives; the report of the bench waits till then.
