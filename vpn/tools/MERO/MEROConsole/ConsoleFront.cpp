@@ -6,6 +6,7 @@
 #include "ConsoleOptions.h"
 #include "Handles.h"
 #include "ListCommand.h"
+#include "PolicyCommand.h"
 #include "sysutils.h"
 
 #include <cerrno>
@@ -24,6 +25,7 @@ struct CommandRunner {
     int operator()(const CollectOptions& options) const { return collectBundle(options); }
     int operator()(const ClearOptions& options) const { return clearLogs(options); }
     int operator()(const ListOptions& options) const { return listItems(options); }
+    int operator()(const PolicyOptions& options) const { return runPolicy(options); }
     int operator()(int exitStatus) const { return exitStatus; }
 };
 

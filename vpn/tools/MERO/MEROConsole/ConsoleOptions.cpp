@@ -4,6 +4,7 @@
 #include "CollectArguments.h"
 #include "ConsoleMessages.h"
 #include "ListArguments.h"
+#include "PolicyArguments.h"
 #include "UsageError.h"
 
 #include <CLI/CLI.hpp>
@@ -33,6 +34,9 @@ struct CommandLine {
         if (clear.given()) {
             return clear.finish();
         }
+        if (policy.given()) {
+            return policy.finish();
+        }
         throw UsageError{
             "a command is missing; to collect a bundle run 'merocli collect', to see what can be "
             "collected 'merocli list'"};
@@ -46,6 +50,9 @@ struct CommandLine {
         if (list.given()) {
             return "list";
         }
+        if (policy.given()) {
+            return policy.command();
+        }
         return clear.given() ? "clear" : "";
     }
 
@@ -53,6 +60,7 @@ struct CommandLine {
     CollectArguments collect{app};
     ListArguments list{app};
     ClearArguments clear{app};
+    PolicyArguments policy{app};
 };
 
 ParsedCommandLine refuse(const CommandLine& commandLine, const std::string& message) {

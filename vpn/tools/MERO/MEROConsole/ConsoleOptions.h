@@ -3,12 +3,13 @@
 #include "ClearOptions.h"
 #include "CollectOptions.h"
 #include "ListOptions.h"
+#include "PolicyOptions.h"
 
 #include <variant>
 
 /// What came of reading the command line: what a command was asked for, or the exit status with which the
 /// program is to end.
-using ParsedCommandLine = std::variant<int, ClearOptions, CollectOptions, ListOptions>;
+using ParsedCommandLine = std::variant<int, ClearOptions, CollectOptions, ListOptions, PolicyOptions>;
 
 /// Reads the command line. Prints help and version on standard output, and what is wrong with an argument on
 /// standard error.
