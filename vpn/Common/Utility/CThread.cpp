@@ -127,7 +127,7 @@ uint32_t CThread::createThread(StartRoutine startRoutine, void* argument) {
 }
 
 // The runtime has no object to bind to the reference to a forced unwinding, and nothing looks at it.
-[[gnu::no_sanitize("null")]] uint32_t CThread::runBody(IRunnable& runnable) {
+__attribute__((no_sanitize("null"))) uint32_t CThread::runBody(IRunnable& runnable) {
     try {
         return runnable.Run();
     } catch (const abi::__forced_unwind&) {

@@ -8,7 +8,7 @@
 namespace {
 
 // The runtime has no object to bind to the reference to a forced unwinding, and nothing looks at it.
-[[gnu::no_sanitize("null")]] void* threadEntry(void* runnable) {
+__attribute__((no_sanitize("null"))) void* threadEntry(void* runnable) {
     try {
         static_cast<Runnable*>(runnable)->run();
     } catch (const abi::__forced_unwind&) {

@@ -88,6 +88,7 @@ TEST_F(LocalPolicyWithoutPaths, IsNotWrittenToTheCurrentFolder) {
     const char* const arguments[] = {"bd=false"};
     EXPECT_FALSE(m_policy->GenerateLocalPolicy(arguments, 1, true));
     EXPECT_EQ(readFile(kFile), former);
+    EXPECT_FALSE(m_log.contains('E', "ZMTSaxWriter")) << m_log.dump();
 }
 
 } // namespace
