@@ -23,6 +23,9 @@ constexpr const char* kFileName = "TrellinkLocalPolicy.xml";
 constexpr const char* kSchemaName = "TrellinkLocalPolicy.xsd";
 constexpr const char* kRootElement = "TrellinkLocalPolicy";
 
+/// Between the names of servers in an argument.
+constexpr std::string_view kServerSeparators = ",;";
+
 constexpr int32_t kFipsUndecided = 0;
 constexpr int32_t kFipsOn = 1;
 constexpr int32_t kFipsOff = 2;
@@ -47,11 +50,23 @@ const PolicySetting* settingOf(const std::string& element) {
                                                               : std::string_view(element));
 }
 
+/// Whether each text that a value becomes leaves the document well-formed. The writer leaves a text without
+/// markup as it is, and there the end of a section must not stand.
+bool isWritable(std::string_view value) {
+    bool writable = true;
+    forEachPiece(value, kServerSeparators, [&writable](std::string_view text) {
+        writable = isXmlText(text) && (text.find("]]>") == std::string_view::npos ||
+                                       text.find_first_of("&<") != std::string_view::npos);
+        return writable;
+    });
+    return writable;
+}
+
 /// Whether a value may be written; one that may gets the spelling of the table.
 bool isAllowed(const PolicyDefinition& definition, std::string& value) {
     if (definition.allowedValues.empty()) {
-        // Anything goes that a document can hold; with anything else no setting of the file could be read.
-        return isXmlText(value);
+        // Anything goes but what would keep all the other settings of the file from being read.
+        return isWritable(value);
     }
     for (const std::string& allowed : definition.allowedValues) {
         if (::strcasecmp(allowed.c_str(), value.c_str()) == 0) {
@@ -70,7 +85,7 @@ void writeElement(SaxWriterIfc& writer, const std::string& name, const std::stri
 
 void writeServers(SaxWriterIfc& writer, const std::string& names) {
     writer.startElement(std::string(kServerListElement), nullptr);
-    forEachPiece(names, ",;", [&writer](std::string_view name) {
+    forEachPiece(names, kServerSeparators, [&writer](std::string_view name) {
         if (!name.empty()) {
             writeElement(writer, std::string(kServerNameElement), std::string(name));
         }

@@ -18,7 +18,7 @@ XmlAttributes schemaAttributes(const std::string& schemaFile) {
             {"xsi:schemaLocation", std::string(kSoapEncodingNamespace) + " " + schemaFile}};
 }
 
-bool isXmlText(const std::string& text) {
+bool isXmlText(std::string_view text) {
     const auto* position = reinterpret_cast<const unsigned char*>(text.data());
     std::size_t left = text.size();
     while (left > 0) {

@@ -3,6 +3,7 @@
 #include "SaxWriterIfc.h"
 
 #include <string>
+#include <string_view>
 
 /// The attributes with which the root of each document that the suite writes begins: the namespaces, and
 /// where the schema is.
@@ -11,4 +12,4 @@
 
 /// Whether a document can hold a text: UTF-8 without a character that XML doesn't know, as most of the
 /// control characters are.
-[[nodiscard]] bool isXmlText(const std::string& text);
+[[nodiscard]] bool isXmlText(std::string_view text);

@@ -154,7 +154,10 @@ TEST_F(LocalPolicyGenerate, ValueThatIsNotAllowedIsDropped) {
 TEST_F(LocalPolicyGenerate, ValueThatNoDocumentCanHoldIsDropped) {
     EXPECT_EQ(generated({"upal=a\x01"}), "");
     expectWarning("a\x01 is not an allowed value for policy AuthorizedServerList");
-    EXPECT_EQ(generated({"rpc=\xFF"}), "");
+    for (const char* argument : {"rpc=\xFF", "rpc=a]]>", "upal=a]]>b", "upal=<;]]>"}) {
+        EXPECT_EQ(generated({argument}), "") << argument;
+        EXPECT_EQ(m_policy->getWarnings().size(), 1U) << argument;
+    }
 }
 
 TEST_F(LocalPolicyGenerate, FirstOfTwoValuesCounts) {
