@@ -28,8 +28,9 @@ TEST(XmlText, RefusesControlCharactersAndNonCharacters) {
 }
 
 TEST(XmlText, RefusesWhatIsNoUtf8) {
-    for (const char* text : {"\x80", "\xFF", "a\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xED\xA0\x80", "\xC1\x81",
-                             "\xE0\x81\x81", "\xF0\x80\x81\x81", "\xF4\x90\x80\x80", "\xC3\xA4\xA4"}) {
+    for (const char* text :
+         {"\x80", "\xFF", "a\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xED\xA0\x80", "\xC1\x81", "\xE0\x81\x81",
+          "\xF0\x80\x81\x81", "\xF4\x90\x80\x80", "\xC3\xA4\xA4", "\xAF\xAF", "\xF8\x88\x80\x80\x80"}) {
         EXPECT_FALSE(isXmlText(text)) << text;
     }
 }

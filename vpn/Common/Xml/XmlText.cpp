@@ -1,9 +1,7 @@
 #include "XmlText.h"
 
-#include <array>
+#include <boost/locale/utf.hpp>
 #include <libxml/chvalid.h>
-#include <libxml/parserInternals.h>
-#include <libxml/xmlstring.h>
 
 namespace {
 
@@ -19,20 +17,12 @@ XmlAttributes schemaAttributes(const std::string& schemaFile) {
 }
 
 bool isXmlText(std::string_view text) {
-    const auto* position = reinterpret_cast<const unsigned char*>(text.data());
-    std::size_t left = text.size();
-    while (left > 0) {
-        int length = left < 4 ? static_cast<int>(left) : 4;
-        const int character = xmlGetUTF8Char(position, &length);
-        if (character < 0 || xmlIsCharQ(static_cast<unsigned>(character)) == 0) {
+    using Utf8 = boost::locale::utf::utf_traits<char>;
+    for (auto position = text.begin(); position != text.end();) {
+        const boost::locale::utf::code_point character = Utf8::decode(position, text.end());
+        if (!boost::locale::utf::is_valid_codepoint(character) || xmlIsCharQ(character) == 0) {
             return false;
         }
-        // An encoding that is longer than it needs to be is decoded here, but refused by parsers.
-        if (std::array<xmlChar, 8> shortest{}; xmlCopyCharMultiByte(shortest.data(), character) != length) {
-            return false;
-        }
-        position += length;
-        left -= static_cast<std::size_t>(length);
     }
     return true;
 }
