@@ -1,6 +1,7 @@
 #include "WizardFixture.h"
 
 #include "GlibHandles.h"
+#include "MsgCatalog.h"
 
 #include <utility>
 
@@ -24,6 +25,8 @@ void Wizard::SetUpTestSuite() {
         ASSERT_TRUE(gtk_init_check(nullptr, nullptr)) << "no display";
         g_log_set_always_fatal(
             static_cast<GLogLevelFlags>(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+        // Once in a process the catalogue tells how it is set up: before a test looks at the log. English.
+        MsgCatalog::initMsgCatalog("c");
         started = true;
     }
 }

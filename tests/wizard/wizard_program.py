@@ -130,15 +130,22 @@ class WizardTest(unittest.TestCase):
                 names += [relation.get_target(index).get_name() for index in range(relation.get_n_targets())]
         return [name for name in names if name]
 
+    @staticmethod
+    def translated(text):
+        """A text as the wizard shows it."""
+        return text
+
     def find(self, role, name, also=Atspi.StateType.SHOWING):
+        shown = self.translated(name)
+
         def search():
             for widget in self.widgets():
-                if widget.get_role_name() == role and name in self.names(widget):
+                if widget.get_role_name() == role and shown in self.names(widget):
                     if widget.get_state_set().contains(also):
                         return widget
             return None
 
-        return self.wait_for(search, "%s '%s'" % (role, name))
+        return self.wait_for(search, "%s '%s'" % (role, shown))
 
     def press(self, name, role="push button"):
         Atspi.Action.do_action(self.find(role, name, Atspi.StateType.SENSITIVE), 0)

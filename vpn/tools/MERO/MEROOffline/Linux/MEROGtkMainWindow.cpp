@@ -1,20 +1,19 @@
 #include "MEROGtkMainWindow.h"
 
 #include "Log.h"
+#include "MsgCatalog.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
 #include "sysutils.h"
 #include "Widgets.h"
+#include "WizardLanguage.h"
 
 CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
     : m_status(MEROENGINE_ERROR_NOT_INITIALIZED), m_relay(std::make_shared<WindowRelay>(this, this)) {
-    CStoragePath* storagePath = nullptr;
-    const uint32_t code = CStoragePath::CreateSingletonInstance(storagePath);
-    if (code != 0) {
-        ZRN_LOG_CODE('E', "CStoragePath::CreateSingletonInstance", code);
-    } else {
-        m_pStoragePath.reset(storagePath);
-    }
+    claimStoragePath();
+    loadLocalPolicy();
+    // Behind the policy, which may take the default catalogue away, and before the first text.
+    setUpLanguage(programFolder);
 
     // The stamp is taken here and not at the job's start, so that the name does not change under the user's
     // eyes.
@@ -46,6 +45,30 @@ CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
     gtk_widget_show(m_pWindow);
 }
 
+void CMEROGtkMainWindow::claimStoragePath() {
+    CStoragePath* storagePath = nullptr;
+    const uint32_t code = CStoragePath::CreateSingletonInstance(storagePath);
+    if (code != 0) {
+        ZRN_LOG_CODE('E', "CStoragePath::CreateSingletonInstance", code);
+    } else {
+        m_pStoragePath.reset(storagePath);
+    }
+}
+
+void CMEROGtkMainWindow::loadLocalPolicy() {
+    XmlLocalTLPolMgr* policy = nullptr;
+    uint32_t code = XmlLocalTLPolMgr::CreateSingletonInstance(policy);
+    if (code != 0) {
+        ZRN_LOG_CODE('E', "XmlLocalTLPolMgr::createSingletonInstance", code);
+        return;
+    }
+    m_pLocalPolicy.reset(policy);
+    code = m_pLocalPolicy->LoadLocalTrellinkPolicy();
+    if (code != 0) {
+        ZRN_LOG_CODE('E', "XmlLocalTLPolMgr::LoadLocalTrellinkPolicy", code);
+    }
+}
+
 // Nothing that can still be called may see a freed object: jobs are cut off first, then the handlers that
 // they have posted, then the signals. Jobs still running keep what they use by themselves.
 CMEROGtkMainWindow::~CMEROGtkMainWindow() {
@@ -57,6 +80,7 @@ CMEROGtkMainWindow::~CMEROGtkMainWindow() {
     }
     closeWindow();
 
+    m_pLocalPolicy.reset();
     m_pStoragePath.reset();
     releaseUIDefinition();
     m_pOffline.reset();
@@ -78,7 +102,9 @@ void CMEROGtkMainWindow::closeWindow() {
 }
 
 std::string CMEROGtkMainWindow::translateText(const std::string& key) {
-    return key;
+    std::string text;
+    MsgCatalog::getMessage(key.c_str(), text);
+    return text;
 }
 
 std::string CMEROGtkMainWindow::getComments() {

@@ -12,6 +12,7 @@
 #include "Thread.h"
 #include "WindowRelay.h"
 #include "WipedString.h"
+#include "XmlLocalTLPolMgr.h"
 
 #include <cstdint>
 #include <gtk/gtk.h>
@@ -82,6 +83,10 @@ public:
 
 private:
     using StoragePathClaim = std::unique_ptr<CStoragePath, Releaser<&CStoragePath::releaseInstance>>;
+    using LocalPolicyClaim = std::unique_ptr<XmlLocalTLPolMgr, Releaser<&XmlLocalTLPolMgr::releaseInstance>>;
+
+    void claimStoragePath();
+    void loadLocalPolicy();
 
     void setUpTexts();
     void setUpEncryptionPage();
@@ -141,6 +146,7 @@ private:
     std::shared_ptr<GenerateReqXML> m_pReqGenerator;
     std::unique_ptr<Thread> m_pReqThread;
     StoragePathClaim m_pStoragePath;
+    LocalPolicyClaim m_pLocalPolicy;
     std::shared_ptr<WindowRelay> m_relay;
     /// Behind the relay, to which it reports.
     std::unique_ptr<CDBusClient> m_pDBusClient;

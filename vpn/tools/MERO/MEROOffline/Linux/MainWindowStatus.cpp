@@ -3,6 +3,7 @@
 #include "ReturnCodes.h"
 #include "UserTexts.h"
 #include "Widgets.h"
+#include "WizardLanguage.h"
 
 #include <array>
 #include <cstdio>
@@ -75,7 +76,7 @@ void CMEROGtkMainWindow::showProgress() {
     if (GtkWidget* bar = LookUpWidget("progressBar", GTK_TYPE_PROGRESS_BAR)) {
         gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), info.m_progress / 100.0);
     }
-    setLabelText("labelFileCollected", translateText(info.m_message));
+    setLabelText("labelFileCollected", shownReport(info.m_message));
 }
 
 void CMEROGtkMainWindow::showResult() {

@@ -1,0 +1,166 @@
+#include "MsgCatalog.h"
+#include "ReturnCodes.h"
+#include "StoragePath.h"
+#include "UserTexts.h"
+#include "WizardFixture.h"
+#include "WizardLanguage.h"
+
+#include <gmock/gmock.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+using testing::IsEmpty;
+using testing::ValuesIn;
+
+constexpr int kScreenWidth = 1024;
+constexpr int kScreenHeight = 768;
+
+/// A password long enough to be refused by its repetition.
+constexpr const char* kPassword = "password";
+
+void addLabels(GtkWidget* widget, gpointer labels) {
+    if (gtk_widget_get_mapped(widget) == FALSE) {
+        return;
+    }
+    if (GTK_IS_LABEL(widget)) {
+        static_cast<std::vector<GtkLabel*>*>(labels)->push_back(GTK_LABEL(widget));
+    } else if (GTK_IS_CONTAINER(widget)) {
+        gtk_container_forall(GTK_CONTAINER(widget), &addLabels, labels);
+    }
+}
+
+/// The texts of the window that don't fit into their places.
+std::vector<std::string> clippedTexts(GtkWidget* window) {
+    std::vector<GtkLabel*> labels;
+    addLabels(window, &labels);
+    std::vector<std::string> clipped;
+    for (GtkLabel* label : labels) {
+        PangoLayout* const layout = gtk_label_get_layout(label);
+        int width = 0;
+        int height = 0;
+        pango_layout_get_pixel_size(layout, &width, &height);
+        GtkWidget* const widget = GTK_WIDGET(label);
+        if (pango_layout_is_ellipsized(layout) != FALSE || width > gtk_widget_get_allocated_width(widget) ||
+            height > gtk_widget_get_allocated_height(widget)) {
+            clipped.emplace_back(gtk_label_get_text(label));
+        }
+    }
+    return clipped;
+}
+
+} // namespace
+
+/// The wizard in a language that the build has a catalogue of.
+class Languages : public Wizard, public testing::WithParamInterface<const char*> {
+protected:
+    Languages() { EXPECT_EQ(CStoragePath::CreateSingletonInstance(m_paths), 0U); }
+    ~Languages() override {
+        m_window.reset();
+        CStoragePath::releaseInstance(m_paths);
+        gtk_widget_set_default_direction(GTK_TEXT_DIR_LTR);
+        useLanguage("c");
+    }
+
+    static void useLanguage(const std::string& code) {
+        MsgCatalog::setLocalizationPath(WIZARD_PROGRAM_FOLDER);
+        MsgCatalog::clearCatalogName();
+        MsgCatalog::unloadCatalog();
+        MsgCatalog::init("Trellink", "CorvaneDefault", code);
+    }
+
+    void expectWholeTexts() const {
+        settle();
+        GtkWidget* const window = LookUpWidget("windowMain", GTK_TYPE_WINDOW);
+        ASSERT_NE(window, nullptr);
+        // What has just been shown gets its place with the next frame.
+        waitUntil([window] { return clippedTexts(window).empty(); });
+        EXPECT_THAT(clippedTexts(window), IsEmpty()) << "page " << page();
+        EXPECT_LE(gtk_widget_get_allocated_width(window), kScreenWidth);
+        EXPECT_LE(gtk_widget_get_allocated_height(window), kScreenHeight);
+    }
+
+    CStoragePath* m_paths = nullptr;
+};
+
+TEST_P(Languages, FitIntoTheirPlacesOnAllPages) {
+    useLanguage(GetParam());
+    for (const WizardPage target : {WizardPage::Welcome, WizardPage::BundleType, WizardPage::FileSelection,
+                                    WizardPage::Target, WizardPage::Encryption}) {
+        m_window.reset();
+        walkTo(target, false);
+        expectWholeTexts();
+    }
+    setActive("checkbuttonEncryption", true);
+    type("entryPassword", kPassword);
+    type("entryConfirmPassword", "another");
+    next();
+    ASSERT_TRUE(visible("labelPasswordNotMatch"));
+    expectWholeTexts();
+}
+
+TEST_P(Languages, FitIntoTheirPlacesOnTheLastPages) {
+    useLanguage(GetParam());
+    walkTo(WizardPage::Progress);
+    for (const char* message : {"Parsing request and configuration XMLs...",
+                                R"(Processing _tr("What the programs of the desktop session print")...)"}) {
+        const MEROStatusInfo info{.m_progress = 50, .m_message = message};
+        m_window->updateStatus(&info, MEROOFFLINE_ERROR_PROCESSING);
+        expectWholeTexts();
+        EXPECT_NE(label("labelFileCollected"), message);
+    }
+    for (const uint64_t status :
+         {uint64_t{0}, uint64_t{MEROENGINE_ERROR_INTERNAL}, uint64_t{MEROENGINE_ERROR_WRITE_FAILURE},
+          uint64_t{MEROENGINE_ERROR_UNEXPECTED}}) {
+        m_window->updateStatus(nullptr, status);
+        expectWholeTexts();
+    }
+}
+
+TEST_P(Languages, MirrorTheWindowIfTheyAreWrittenFromTheRight) {
+    useLanguage(GetParam());
+    open();
+    GtkWidget* const window = LookUpWidget("windowMain", GTK_TYPE_WINDOW);
+    ASSERT_NE(window, nullptr);
+    const bool isArabic = std::string(GetParam()) == "ar";
+    EXPECT_EQ(gtk_widget_get_direction(window), isArabic ? GTK_TEXT_DIR_RTL : GTK_TEXT_DIR_LTR);
+}
+
+TEST_P(Languages, TranslateEveryTextOfTheTable) {
+    useLanguage(GetParam());
+    for (const char* text : allUserTexts()) {
+        std::string translated;
+        MsgCatalog::getMessage(text, translated);
+        EXPECT_FALSE(translated.empty()) << text;
+        if (std::string(text).find(' ') != std::string::npos && std::string(text) != "Meroscope (MERO)" &&
+            std::string(text) != "Varnel Corvane - MERO") {
+            EXPECT_NE(translated, text);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Languages, ValuesIn({"de", "fr", "es", "it", "pt-br", "ja", "zh-cn", "ar"}),
+                         [](const testing::TestParamInfo<const char*>& language) {
+                             std::string name = language.param;
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+class ShownReport : public Wizard {};
+
+TEST_F(ShownReport, OfAnItemHasNoMarks) {
+    EXPECT_EQ(shownReport(R"(Processing _tr("Operating system")...)"), "Processing Operating system...");
+    EXPECT_EQ(shownReport(R"(Clearing _tr("Logs")...)"), "Clearing Logs...");
+}
+
+TEST_F(ShownReport, OfAnItemWithoutMarksStaysAsItIs) {
+    EXPECT_EQ(shownReport("Processing The sample..."), "Processing The sample...");
+    EXPECT_EQ(shownReport("Processing ..."), "Processing ...");
+    EXPECT_EQ(shownReport("Processing"), "Processing");
+}
+
+TEST_F(ShownReport, OfAnythingElseIsTheCataloguesText) {
+    EXPECT_EQ(shownReport("Reading instructions ..."), "Reading instructions ...");
+    EXPECT_EQ(shownReport(""), "");
+}
