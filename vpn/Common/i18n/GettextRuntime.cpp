@@ -154,7 +154,8 @@ bool fits(const char* text) {
 const char* getText(const char* domain, const char* keySingular, const char* keyPlural, uint64_t count,
                     int category, const char* locale) noexcept {
     const char* const key = count == 1 ? keySingular : keyPlural;
-    if (key == nullptr || category < 0 || static_cast<std::size_t>(category) >= kCategories.size()) {
+    // As an unsigned number, one below 0 is far above.
+    if (key == nullptr || static_cast<std::size_t>(category) >= kCategories.size()) {
         return key;
     }
     const char* const translation = runtime().translate(domain, key, category, locale);

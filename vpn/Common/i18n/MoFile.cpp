@@ -66,8 +66,8 @@ private:
     /// Strings are read up to a NUL byte wherever the file has it, so that any place is good up to the last
     /// one.
     [[nodiscard]] bool holdsString(uint32_t place, uint32_t length) const {
-        return place < m_file.size() && uint64_t{place} + length + 1 <= m_file.size() &&
-               m_lastNul != std::string_view::npos && place <= m_lastNul;
+        return uint64_t{place} + length + 1 <= m_file.size() && m_lastNul != std::string_view::npos &&
+               place <= m_lastNul;
     }
 
     std::string_view m_file;
@@ -105,13 +105,12 @@ std::optional<MoFile> MoFile::read(std::string_view file) {
 }
 
 const char* MoFile::find(const char* key) const noexcept {
-    const std::size_t count = m_originals.size();
     std::size_t lower = 0;
-    std::size_t upper = count;
-    std::size_t previous = count;
+    std::size_t upper = m_originals.size();
+    // No place in a catalogue, so that one without texts is not searched.
+    std::size_t previous = upper;
     // Which entries of unsorted originals are found depends on the order in which they are tried.
-    for (std::size_t middle = upper / 2; middle != previous && middle != count;
-         middle = (lower + upper) / 2) {
+    for (std::size_t middle = upper / 2; middle != previous; middle = (lower + upper) / 2) {
         const int order = std::strcmp(key, m_originals[middle].data());
         if (order == 0) {
             return m_translations[middle].data();

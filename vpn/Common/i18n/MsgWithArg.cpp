@@ -28,9 +28,9 @@ struct Placeholder {
 /// Takes the number at the front of `text` off it. Nothing or too large a number is 0.
 std::size_t takeNumber(std::string_view& text) {
     std::size_t number = 0;
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    return failure == std::errc() ? number : 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    text.remove_prefix(static_cast<std::size_t>(result.ptr - text.data()));
+    return number;
 }
 
 /// @param description  digits and "$".
