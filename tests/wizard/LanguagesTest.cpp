@@ -54,14 +54,16 @@ std::vector<std::string> clippedTexts(GtkWidget* window) {
 
 /// The wizard in a language that the build has a catalogue of.
 class Languages : public Wizard, public testing::WithParamInterface<const char*> {
-protected:
-    Languages() { EXPECT_EQ(CStoragePath::CreateSingletonInstance(m_paths), 0U); }
+public:
     ~Languages() override {
         m_window.reset();
         CStoragePath::releaseInstance(m_paths);
         gtk_widget_set_default_direction(GTK_TEXT_DIR_LTR);
         useLanguage("c");
     }
+
+protected:
+    Languages() { EXPECT_EQ(CStoragePath::CreateSingletonInstance(m_paths), 0U); }
 
     static void useLanguage(const std::string& code) {
         MsgCatalog::setLocalizationPath(WIZARD_PROGRAM_FOLDER);

@@ -90,7 +90,7 @@ TEST_F(InstalledFiles, AnyRightOfOthersToWriteIsRefused) {
     for (const char* part : kParts) {
         struct stat status {};
         ASSERT_EQ(::stat(path(part).c_str(), &status), 0);
-        for (const mode_t right : {S_IWGRP, S_IWOTH}) {
+        for (const mode_t right : {mode_t{S_IWGRP}, mode_t{S_IWOTH}}) {
             ASSERT_EQ(::chmod(path(part).c_str(), status.st_mode | right), 0);
             expectRefused(part, "can be written to by others");
         }

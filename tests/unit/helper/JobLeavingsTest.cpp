@@ -127,7 +127,7 @@ TEST_F(WorkingFolders, SomebodyElsesIsLeftAlone) {
 
 TEST_F(WorkingFolders, OneThatIsOpenToOthersIsLeftAlone) {
     const std::string folder = makeWorkingFolder("_open");
-    for (const mode_t mode : {0701, 0710, 0770, 0755, 01777}) {
+    for (const mode_t mode : {0701U, 0710U, 0770U, 0755U, 01777U}) {
         ASSERT_EQ(::chmod(folder.c_str(), mode), 0);
         expectLeftAlone(folder + "/inner/file");
     }

@@ -58,7 +58,7 @@ protected:
 
 TEST_F(PrivateFolders, MakesAMissingOneForItselfWhateverTheUmask) {
     inChild([this] {
-        for (const mode_t mask : {0000, 0022, 0077, 0277}) {
+        for (const mode_t mask : {0000U, 0022U, 0077U, 0277U}) {
             ::umask(mask);
             const FileDescriptor folder = openPrivateFolder(path("folder").c_str());
             EXPECT_TRUE(folder);
@@ -85,7 +85,7 @@ TEST_F(PrivateFolders, OpensOneThatIsThere) {
 }
 
 TEST_F(PrivateFolders, RefusesOneThatIsOpenToOthers) {
-    for (const mode_t mode : {0701, 0702, 0704, 0710, 0720, 0740, 01777, 0755}) {
+    for (const mode_t mode : {0701U, 0702U, 0704U, 0710U, 0720U, 0740U, 01777U, 0755U}) {
         expectRefused(folderOfMode(mode), "checkPrivate", EPERM);
         EXPECT_EQ(modeOf(path("folder")), mode);
     }

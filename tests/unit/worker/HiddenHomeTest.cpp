@@ -86,7 +86,7 @@ TEST_F(HiddenHome, GetsAnEmptyFolderForItWhereThereIsNoMountNamespace) {
 }
 
 TEST_F(HiddenHome, IsNotMountedOverWithoutANamespaceOfItsOwn) {
-    inWorld([this] {
+    inWorld([] {
         writeTheirs(kWorldHome + "/plain.log", "plain");
         // The test's own mounts would be changed.
         replaceSystemCall(SYS_unshare, EPERM);

@@ -22,6 +22,7 @@ struct PolicyDefinition {
 ///
 /// Any thread may acquire, release and ask. Loading and generating is for one thread, before others ask.
 /// CStoragePath must have its instance by then, as the folder comes from there.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): releaseInstance alone may delete it
 class XmlLocalTLPolMgr : public XmlMgr {
 public:
     /// Makes the instance, with one reference.

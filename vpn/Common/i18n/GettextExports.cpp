@@ -34,6 +34,9 @@ template <typename Function> Function nextDefinition(const char* name) noexcept 
 
 extern "C" {
 
+// The C library's header names the parameters with names that are reserved to it.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+
 /// Chooses the domain of look-ups that name none: "messages" for an empty name. A null name only asks.
 /// @return the name in force, cut at 4095 characters.
 char* textdomain(const char* domain) noexcept {
@@ -56,8 +59,8 @@ char* bindtextdomain(const char* domain, const char* folder) noexcept {
     if (folder == nullptr) {
         return known;
     }
-    return isBound ? const_cast<char*>(domain)
-                   : nullptr; // NOLINT(*-const-cast): the signature is the C library's
+    // NOLINTNEXTLINE(*-const-cast): the signature is the C library's
+    return isBound ? const_cast<char*>(domain) : nullptr;
 }
 
 /// Does nothing for our look-ups, whose texts are never converted.
@@ -69,5 +72,7 @@ char* bind_textdomain_codeset(const char* domain, const char* codeset) noexcept 
     }
     return nullptr;
 }
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 } // extern "C"

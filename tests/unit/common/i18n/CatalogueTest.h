@@ -9,9 +9,11 @@
 /// Fixture with catalogues in a private folder, and locales that the build has made. At first the locale is
 /// "C" and the current domain "messages".
 class CatalogueTest : public Sandbox {
+public:
+    ~CatalogueTest() override;
+
 protected:
     CatalogueTest();
-    ~CatalogueTest() override;
 
     /// The environment names this locale and no other.
     void setLanguage(const std::string& locale);

@@ -16,9 +16,11 @@ struct MsgCatalogTestAccess {
 
 /// Fixture with a catalogue that is not set up yet and looks for its files in the private folder.
 class MsgCatalogTest : public CatalogueTest {
+public:
+    ~MsgCatalogTest() override;
+
 protected:
     MsgCatalogTest();
-    ~MsgCatalogTest() override;
 
     static std::string message(const char* key);
     /// Lets the default catalogue be looked for in the private folder; its own is a fixed one of the machine.

@@ -60,6 +60,7 @@ TEST_F(LocalPolicyGenerate, EverySettingCanBeWritten) {
         arguments.push_back(std::string(setting.abbreviation) + "=" + std::string(value));
     }
     std::vector<const char*> given;
+    given.reserve(arguments.size());
     for (const std::string& argument : arguments) {
         given.push_back(argument.c_str());
     }

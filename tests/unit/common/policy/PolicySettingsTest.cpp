@@ -120,12 +120,13 @@ TEST_F(PolicySettingsTable, EachFlagIsReadIntoItsOwnGetter) {
         const std::string element = flag.element;
         const bool other = !flag.byDefault;
         const std::string value = other ? "true" : "false";
-        const std::string content = "<" + element + ">" + value + "</" + element + ">";
+        std::string content = "<";
+        content.append(element).append(">").append(value).append("</").append(element).append(">");
         LocalPolicyTestAccess::forgetFipsMode();
         const LocalTLPolicyInfo info =
             load(flag.byDefault ? "<UpdatePolicy>" + content + "</UpdatePolicy>" : content);
         EXPECT_EQ((info.*flag.get)(), other);
-        EXPECT_THAT(changes(info), ElementsAre(element + "=" + value));
+        EXPECT_THAT(changes(info), ElementsAre(std::string(element).append("=").append(value)));
         EXPECT_EQ((LocalTLPolicyInfo().*flag.get)(), flag.byDefault);
     }
 }
