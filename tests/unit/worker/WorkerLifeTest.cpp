@@ -28,7 +28,8 @@ protected:
     void configureWaitingTool(const char* script) const {
         ASSERT_EQ(::mkfifo("/srv/pipe", 0600), 0);
         writeTool("/srv/tools/wait", script);
-        configure(item("wait", "use_extern_action", "<path>/srv/tools</path><args>wait</args>"));
+        configure(item("first", "use_extern_action", "<path>/srv/tools</path><args>wait</args>") +
+                  scriptItem("second", "touch /srv/touched"));
     }
     /// Kills the service while a tool waits, and expects the end of the process that the tool has written
     /// down.
@@ -46,6 +47,8 @@ protected:
             if (!ended) {
                 ::kill(process, SIGKILL);
             }
+            // The end of one tool is not the start of the next.
+            EXPECT_FALSE(fs::exists("/srv/touched"));
         });
     }
     /// A process that starts a worker and waits for its end.

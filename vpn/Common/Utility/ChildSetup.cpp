@@ -1,10 +1,12 @@
 #include "ChildSetup.h"
 
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 // What prepareChild does is on the list of async-signal-safe functions or a plain system call. The
@@ -87,9 +89,35 @@ bool unblockSignals() noexcept {
     return ::sigprocmask(SIG_SETMASK, &none, nullptr) == 0;
 }
 
+/// See forbidChildren.
+std::atomic<bool> g_isForbidden{false};
+std::atomic<int> g_forksUnderWay{0};
+
+/// A fork that is under way, as the parent sees it. The child's copies play no part.
+class ForkUnderWay {
+public:
+    ForkUnderWay() noexcept { ++g_forksUnderWay; }
+    ~ForkUnderWay() { --g_forksUnderWay; }
+    ForkUnderWay(const ForkUnderWay&) = delete;
+    ForkUnderWay& operator=(const ForkUnderWay&) = delete;
+};
+
 } // namespace
 
+void forbidChildren() noexcept {
+    g_isForbidden = true;
+    while (g_forksUnderWay != 0) {
+        // A fork is soon over.
+        std::this_thread::yield();
+    }
+}
+
 pid_t forkChild() {
+    const ForkUnderWay mark;
+    if (g_isForbidden) {
+        errno = EPERM;
+        return -1;
+    }
     sigset_t all;
     sigset_t former;
     ::sigfillset(&all);

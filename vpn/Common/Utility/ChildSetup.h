@@ -26,6 +26,10 @@ struct ChildSetup {
 /// @return as fork; in the child prepareChild must follow.
 [[nodiscard]] pid_t forkChild();
 
+/// From here on forkChild of this process fails with EPERM, and none of its forks is under way when this
+/// returns: for the one who ends all children and then the process. Any thread but one in forkChild.
+void forbidChildren() noexcept;
+
 /// Sets the child up. Called in the child between fork and exec; async-signal-safe.
 /// @param parent  process id of the parent as it was before the fork.
 /// @return false if something failed that the child can't do without; it must leave by _exit then.

@@ -1,11 +1,14 @@
 #include "ServiceEnd.h"
 
+#include "ChildSetup.h"
 #include "Descendants.h"
 #include "Log.h"
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <exception>
+#include <mutex>
 #include <sys/prctl.h>
 #include <system_error>
 #include <thread>
@@ -14,6 +17,10 @@
 namespace {
 
 constexpr std::chrono::seconds kEndLimit{3};
+
+/// Taken by the one who ends this process, and never given back: nobody may leave while another still ends
+/// what was started.
+std::mutex g_end;
 
 sigset_t endSignal() {
     sigset_t signals;
@@ -28,12 +35,7 @@ sigset_t endSignal() {
     // It fails for a wrong set only.
     static_cast<void>(::sigwait(&signals, &signal));
     ZRN_LOG('W', "The service has ended, and the job ends with it.");
-    try {
-        endDescendants(kEndLimit);
-    } catch (const std::exception&) {
-        // There is no memory even for a list of them. Ending is all that is left.
-        ::_exit(1);
-    }
+    endWork();
     ::_exit(1);
 }
 
@@ -68,5 +70,17 @@ bool endWithService() {
     } catch (const std::system_error& error) {
         ZRN_LOG_CODE('E', "std::thread", error.code().value());
         return false;
+    }
+}
+
+void endWork() noexcept {
+    try {
+        g_end.lock();
+        // A tool that has ended makes its thread go on to the next.
+        forbidChildren();
+        endDescendants(kEndLimit);
+    } catch (const std::exception&) {
+        // There is no memory even for a list of them. Ending is all that is left.
+        return;
     }
 }

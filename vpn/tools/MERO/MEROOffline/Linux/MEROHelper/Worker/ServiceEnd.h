@@ -15,3 +15,7 @@
 /// that, which stays to the end of the process.
 /// @return false, logged, if there is no thread to be had.
 [[nodiscard]] bool endWithService();
+
+/// Ends what this process has started and forbids it to start more: the last thing that it does. If the
+/// service has ended meanwhile this does not return, but the process ends. Once only.
+void endWork() noexcept;

@@ -108,7 +108,9 @@ int runWorker(int order, int progress) {
     const FileDescriptor progressPipe(progress);
     try {
         const PipeListener listener(progressPipe.get());
-        return writeProgress(progressPipe.get(), runOrderGuarded(orderPipe.get())) ? 0 : 1;
+        const ProgressRecord outcome = runOrderGuarded(orderPipe.get());
+        endWork();
+        return writeProgress(progressPipe.get(), outcome) ? 0 : 1;
     } catch (...) {
         // Memory is short even for the message. A worker that ends without an outcome has failed as well.
         return 1;
