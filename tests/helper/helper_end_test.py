@@ -21,6 +21,18 @@ exec setsid -w cat {gate}
 """
 
 
+# A tool whose processes, each in a session of its own, are children of one another: the end of one gives the next to
+# whom it falls to.
+CHAIN = """#!/bin/sh
+trap '' TERM INT HUP QUIT
+if [ "$1" = 0 ]; then
+    exec cat {gate}
+fi
+setsid -w "$0" $(($1 - 1))
+"""
+CHAIN_LENGTH = 60
+
+
 class HeldJob(CallerTest):
     """A job that stands still in a tool."""
 
@@ -162,6 +174,19 @@ class ExitWithoutAJob(CallerTest):
         self.alice.ping()
         self.assertNotIn("error", self.caller(MALLORY).exit())
         self.wait_until_gone()
+
+
+class EndOfTheHelperAtAChainOfTools(CallerTest):
+    def testByForceEndsAllOfThem(self):
+        """Though the engine goes on as soon as the first of them has ended."""
+        gate = helper_machine.Gate()
+        write(BASE + "/tools/chain", CHAIN.format(gate=gate.path), 0o755)
+        self.configure(tool_item("tool", "%s/tools/chain %d" % (BASE, CHAIN_LENGTH)))
+        self.assertIs(self.alice.start(), True)
+        gate.wait()
+        os.kill(self.helper(), signal.SIGKILL)
+        self.wait_until_gone()
+        wait_for(lambda: not self.strangers(), lambda: "end of %s" % self.strangers())
 
 
 class JobLimit(CallerTest):

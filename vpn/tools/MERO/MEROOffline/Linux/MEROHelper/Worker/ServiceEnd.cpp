@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::chrono::seconds kEndLimit{3};
 
-/// Taken by the one who ends this process, and never given back: nobody may leave while another still ends
-/// what was started.
+/// Taken by the first who ends what was started, and never given back: of two at once, one could kill a
+/// number that the other has just let go.
 std::mutex g_end;
 
 sigset_t endSignal() {
