@@ -3,6 +3,7 @@
 #include "ChildSetup.h"
 #include "Handles.h"
 #include "Log.h"
+#include "OutputPipe.h"
 #include "ReturnCodes.h"
 
 #include <algorithm>
@@ -70,15 +71,9 @@ Shell::~Shell() {
 }
 
 int Shell::start(const char* command) {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return errno;
-    }
-    m_output.reset(ends[0]);
-    const FileDescriptor input(ends[1]);
-    // The command's end is not affected: the two ends have flags of their own.
-    if (::fcntl(m_output.get(), F_SETFL, O_NONBLOCK) != 0) {
-        return errno;
+    FileDescriptor input;
+    if (const int error = openOutputPipe(m_output, input); error != 0) {
+        return error;
     }
     const ChildSetup setup{.output = input.get(), .ownGroup = true, .endWithCaller = true};
     const pid_t caller = ::getpid();

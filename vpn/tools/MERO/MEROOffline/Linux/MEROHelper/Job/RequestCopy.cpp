@@ -5,9 +5,9 @@
 #include "Handles.h"
 #include "JobArguments.h"
 #include "Log.h"
+#include "OutputPipe.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -220,15 +220,9 @@ private:
 };
 
 int Reader::start(const UserIdentity& caller, const char* path, std::span<char> buffer) {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return errno;
-    }
-    m_output.reset(ends[0]);
-    const FileDescriptor input(ends[1]);
-    // The reader's end is not affected: the two ends have flags of their own.
-    if (::fcntl(m_output.get(), F_SETFL, O_NONBLOCK) != 0) {
-        return errno;
+    FileDescriptor input;
+    if (const int error = openOutputPipe(m_output, input); error != 0) {
+        return error;
     }
     const pid_t parent = ::getpid();
     m_pid = forkChild();
