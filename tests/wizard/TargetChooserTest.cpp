@@ -75,6 +75,23 @@ TEST_F(TargetChooser, GivesTheTargetAsItStands) {
     EXPECT_EQ(recordedJobs().at(0).bundlePath, path("elsewhere/no ending"));
 }
 
+TEST_F(TargetChooser, OpensTheRootFolderForATargetInIt) {
+    walkTo(WizardPage::Target, false);
+    const auto choose = [](const char* target) {
+        return
+            [target](GtkFileChooser* chooser) { return gtk_file_chooser_set_filename(chooser, target) != 0; };
+    };
+    browse(GTK_RESPONSE_ACCEPT, choose("/in-root.zip"));
+    ASSERT_EQ(label("labelFileLocation"), "in-root.zip");
+    std::string folder;
+    browse(GTK_RESPONSE_CANCEL, [&](GtkFileChooser* chooser) {
+        const TextHandle current(gtk_file_chooser_get_current_folder(chooser));
+        folder = current == nullptr ? "" : current.get();
+        return !folder.empty();
+    });
+    EXPECT_EQ(folder, "/");
+}
+
 TEST_F(TargetChooser, DoesNotAskAboutAnExistingFile) {
     walkTo(WizardPage::Target, false);
     writeFile("Desktop/there.zip", "old");

@@ -188,6 +188,7 @@ TEST_F(LaunchedTool, ThatEndsJustBetweenTwoRoundsHasFailed) {
     EXPECT_EQ(launch(tool("late", kUntilGo)), 0xFE2B002Du) << "the last wait timed out";
     EXPECT_EQ(m_listener.messages(), std::vector<std::string>{kFirstReport});
     EXPECT_FALSE(hasChildren());
+    EXPECT_EQ(m_runner.m_processId, 0) << "by now the number may be somebody else's";
 }
 
 TEST_F(LaunchedTool, IsReportedEachSecondFirstByItsItemAndThenByItsName) {
