@@ -1,6 +1,8 @@
 #include "ActionTest.h"
+#include "InChild.h"
 #include "MEROCollectLogsAction.h"
 #include "ReturnCodes.h"
+#include "SystemCallFilter.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -194,20 +196,34 @@ TEST_F(FileCollection, MakesTheItemsFolderWithItsParents) {
     EXPECT_EQ(readFile("new/group/item/app.log"), "1");
 }
 
-TEST_F(FileCollection, FailsWhenTheItemsFolderCannotBeMade) {
+TEST_F(FileCollection, ReportsEachFileWhenTheItemsFolderCannotBeMade) {
     writeFile("bundle", "a file in the folder's place");
     m_info.directory = path("bundle/item");
-    const std::string loc = writeFile("logs/app.log", "1");
-    EXPECT_EQ(copyCode(loc, false), 0xFEB00009u);
+    writeFile("logs/app.1", "1");
+    writeFile("logs/app.2", "2");
+    const std::string loc = path("logs") + "/app.*";
+    EXPECT_EQ(copyCode(loc, false), 0u);
+    EXPECT_THAT(m_found, IsEmpty());
     EXPECT_TRUE(m_log.containsCode('E', "deepFileCopy", "std::filesystem::create_directories", ENOTDIR))
         << m_log.dump();
     EXPECT_TRUE(m_log.contains('E', "Description: " + std::generic_category().message(ENOTDIR)))
         << m_log.dump();
-    EXPECT_THAT(collectLoc(loc), IsEmpty());
-    EXPECT_TRUE(m_log.containsCode('E', "Perform", "MEROAction::performFileAction", 0xFEB00009))
-        << m_log.dump();
-    EXPECT_THAT(omitted(), IsEmpty());
+    const std::string reason = " Unexpected error occurred: " + std::generic_category().message(ENOTDIR);
+    EXPECT_THAT(omitted(), ElementsAre(row(loc, reason), row(loc, reason)));
     EXPECT_EQ(readFile("bundle"), "a file in the folder's place");
+}
+
+TEST_F(FileCollection, ReportsAFolderWhoseReadingBreaksOff) {
+    const std::string loc = writeFile("logs/app.log", "1");
+    inChild([&] {
+        replaceSystemCall(SYS_getdents64, EIO);
+        const std::string reason = " could not be listed: " + std::generic_category().message(EIO);
+        EXPECT_EQ(copyCode(loc, false), 0u);
+        EXPECT_EQ(copyCode(loc, true), 0xFEB0000Cu);
+        EXPECT_THAT(omitted(),
+                    ElementsAre(row(loc, path("logs") + reason), row(loc, "No file found on endpoint"),
+                                row(loc, path("logs") + reason), row(loc, "Not found on endpoint")));
+    });
 }
 
 TEST_F(FileCollection, ReportsEachFileThatCannotBeCopiedAndTakesTheOthers) {

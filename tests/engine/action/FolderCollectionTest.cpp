@@ -1,4 +1,5 @@
 #include "ActionTest.h"
+#include "InChild.h"
 #include "MEROCollectLogsAction.h"
 #include "ReturnCodes.h"
 
@@ -112,24 +113,59 @@ TEST_F(FolderCollection, ReplacesTheCollectedFolderWhereverItOccursInAPath) {
     EXPECT_EQ(readFile("bundle/x" + m_info.directory + "/a.log"), "1");
 }
 
-TEST_F(FolderCollection, DropsTheRecordsMadeBeforeAFolderThatCannotBeMade) {
+TEST_F(FolderCollection, ReportsEachFileWhoseFolderCannotBeMadeAndTakesTheOthers) {
     writeFile("logs/p/x/1.log", "1");
     writeFile("logs/q/x/2.log", "2");
-    // The order of the two folders is the file system's: one of the two runs copies a file before it fails.
+    // The order of the two folders is the file system's: in one of the two runs the failure comes first.
     writeFile("first/p", "a file in the folder's place");
     writeFile("second/q", "a file in the folder's place");
-    for (const char* bundle : {"first", "second"}) {
-        m_info.directory = path(bundle);
-        EXPECT_THAT(collectFolder(path("logs")), IsEmpty());
-    }
-    EXPECT_NE(exists("first/q/x/2.log"), exists("second/p/x/1.log"));
+    m_info.directory = path("first");
+    EXPECT_THAT(pathsOf(collectFolder(path("logs"))), ElementsAre(path("first") + "/q/x/2.log"));
+    m_info.directory = path("second");
+    EXPECT_THAT(pathsOf(collectFolder(path("logs"))), ElementsAre(path("second") + "/p/x/1.log"));
+    const std::string reason = " Unexpected error occurred: " + std::generic_category().message(ENOTDIR);
+    EXPECT_THAT(omitted(), ElementsAre(row("1.log", path("logs/p/x/1.log") + reason),
+                                       row("2.log", path("logs/q/x/2.log") + reason)));
     EXPECT_TRUE(m_log.containsCode('E', "deepDirectoryCopy", "std::filesystem::create_directories", ENOTDIR))
         << m_log.dump();
-    EXPECT_TRUE(m_log.contains('E', "Description: " + std::generic_category().message(ENOTDIR)))
-        << m_log.dump();
-    EXPECT_EQ(m_log.count('E', "Invoked Function: MEROAction::performDirectoryAction\n"), 2) << m_log.dump();
-    EXPECT_TRUE(m_log.containsCode('E', "Perform", "MEROAction::performDirectoryAction", 0xFEB00009));
-    EXPECT_THAT(omitted(), IsEmpty());
+    EXPECT_EQ(m_log.count('E', "Invoked Function: MEROAction::performDirectoryAction\n"), 0) << m_log.dump();
+}
+
+TEST_F(FolderCollection, ReportsASubFolderThatCannotBeListed) {
+    writeFile("logs/open/a.log", "1");
+    writeFile("logs/locked/b.log", "2");
+    ASSERT_EQ(::chmod(path("logs").c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(path("logs/open").c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(path("logs/open/a.log").c_str(), 0644), 0);
+    ASSERT_EQ(::chmod(path("logs/locked").c_str(), 0), 0);
+    asOrdinaryUser([&] {
+        const std::string reason = " could not be listed: " + std::generic_category().message(EACCES);
+        EXPECT_THAT(pathsOf(collectFolder(path("logs"))), ElementsAre(path("bundle") + "/open/a.log"));
+        EXPECT_THAT(omitted(), ElementsAre(row("locked", path("logs/locked") + reason)));
+    });
+}
+
+TEST_F(FolderCollection, ReportsWhyTheFolderItselfCannotBeListed) {
+    makeFolder("locked");
+    ASSERT_EQ(::chmod(path("locked").c_str(), 0), 0);
+    asOrdinaryUser([&] {
+        const std::string reason = " could not be listed: " + std::generic_category().message(EACCES);
+        EXPECT_THAT(collectFolder(path("locked")), IsEmpty());
+        EXPECT_THAT(omitted(),
+                    ElementsAre(row("locked", path("locked") + reason), row("N/A", path("locked") + "/")));
+    });
+}
+
+TEST_F(FolderCollection, ReportsThatAFolderIsNotEnteredAgain) {
+    writeFile("target/a.log", "1");
+    makeFolder("logs");
+    for (int i = 0; i < 20; ++i) {
+        std::filesystem::create_directory_symlink("../target", path("logs/link" + std::to_string(i)));
+    }
+    EXPECT_EQ(collectFolder(path("logs")).size(), 16u);
+    ASSERT_EQ(omitted().size(), 1u);
+    EXPECT_THAT(omitted().front().reason,
+                ::testing::EndsWith(" was met more than 16 times and is not entered again"));
 }
 
 TEST_F(FolderCollection, ReportsEachFileThatCannotBeCopiedAndTakesTheOthers) {

@@ -74,6 +74,15 @@ protected:
     std::list<std::string> m_tempFiles;
 };
 
+TEST_F(ToolCollection, ReportsWhatCannotBeFetchedOfAFolder) {
+    static_cast<void>(tool("writer.sh", "mkdir '" + path("out") + "' && echo good > '" + path("out") +
+                                            "/good.txt' && mkfifo '" + path("out") + "/pipe'"));
+    EXPECT_EQ(perform(launched("writer.sh") + tempOut(path("out"))), 0u);
+    EXPECT_EQ(readFile("bundle/out/good.txt"), "good\n");
+    EXPECT_THAT(omitted(), ElementsAre(row("pipe", path("out/pipe") + " Error occurred opening the file: " +
+                                                       std::generic_category().message(ENOTDIR))));
+}
+
 TEST_F(ToolCollection, NamesAnOutputAfterItsTool) {
     const std::string line = tool("lsusb.sh", "echo \"usb $1\"") + " -v";
     EXPECT_EQ(perform(args(line) + "<stdout/>"), 0u);

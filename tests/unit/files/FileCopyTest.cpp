@@ -3,13 +3,16 @@
 #include "FileAccess.h"
 #include "FileTest.h"
 #include "RegularFile.h"
+#include "SystemCallFilter.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <sched.h>
+#include <set>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -26,9 +29,14 @@ protected:
     /// Copies by names relative to the current folder; the error text stays in `errorText`.
     uint32_t copy(const std::string& source, const std::string& destination) {
         errorText = "from before";
-        return fileCopy(source, destination, errorText);
+        omitted.clear();
+        return fileCopy(
+            source, destination, errorText,
+            [this](const std::string& path, const std::string& reason) { omitted.insert(path + reason); });
     }
     std::string errorText;
+    /// Path and reason of what the last copy left out.
+    std::multiset<std::string> omitted;
 };
 
 using FileAccess = FileTest;
@@ -296,6 +304,75 @@ TEST_F(FileCopy, LogsWhatFailsInAFolderAndGoesOn) {
     EXPECT_EQ(lineCount(), 2u);
 }
 
+TEST_F(FileCopy, TellsEachPartOfAFolderThatItLeavesOut) {
+    writeFile("f/locked/b", "b");
+    writeFile("f/secret", "s");
+    writeFile("f/sub/a", "a");
+    ASSERT_EQ(::mkfifo("f/sub/pipe", 0600), 0);
+    fs::create_symlink("nowhere", "f/link");
+    ASSERT_EQ(::chmod("f", 0755), 0);
+    ASSERT_EQ(::chmod("f/sub", 0755), 0);
+    ASSERT_EQ(::chmod("f/sub/a", 0644), 0);
+    ASSERT_EQ(::chmod("f/locked", 0000), 0);
+    ASSERT_EQ(::chmod("f/secret", 0000), 0);
+    openToAll();
+    EXPECT_TRUE(holdsUnprivileged([&] {
+        EXPECT_EQ(copy("f", "g"), 0u);
+        EXPECT_EQ(readFile("g/sub/a"), "a");
+        EXPECT_EQ(omitted, (std::multiset<std::string>{
+                               "f/link File not found", "f/locked could not be listed: Permission denied",
+                               "f/secret Error occurred opening the file: Permission denied",
+                               "f/sub/pipe Error occurred opening the file: Not a directory"}));
+    }));
+}
+
+TEST_F(FileCopy, TellsThatReadingAFolderBrokeOff) {
+    writeFile("f/a", "a");
+    EXPECT_TRUE(holdsInChild([&] {
+        replaceSystemCall(SYS_getdents64, EIO);
+        EXPECT_EQ(copy("f", "g"), 0u);
+        EXPECT_EQ(omitted, std::multiset<std::string>{"f could not be listed: Input/output error"});
+        EXPECT_TRUE(log.containsCode('E', "fileCopy", "readdir", EIO)) << log.dump();
+    }));
+}
+
+TEST_F(FileCopy, TellsWhyASourceCantBeExamined) {
+    writeFile("locked/a", "a");
+    ASSERT_EQ(::chmod("locked", 0000), 0);
+    openToAll();
+    EXPECT_TRUE(holdsUnprivileged([&] {
+        EXPECT_EQ(copy("locked/a", "b"), 0xFEB0000Cu);
+        EXPECT_EQ(errorText, "Permission denied");
+    }));
+}
+
+TEST_F(FileCopy, EntersAFolderSixteenTimesAndTellsOfItOnce) {
+    writeFile("target/a", "a");
+    makeFolder("f");
+    for (int i = 0; i < 20; ++i) {
+        fs::create_symlink("../target", "f/link" + std::to_string(i));
+    }
+    EXPECT_EQ(copy("f", "g"), 0u);
+    EXPECT_EQ(std::distance(fs::directory_iterator("g"), fs::directory_iterator()), 16);
+    ASSERT_EQ(omitted.size(), 1u);
+    EXPECT_TRUE(omitted.begin()->starts_with("f/link"));
+    EXPECT_TRUE(omitted.begin()->ends_with(" was met more than 16 times and is not entered again"));
+}
+
+TEST_F(FileCopy, EndsWhereEachFolderHoldsTwoLinksToTheNext) {
+    constexpr int kLevels = 30;
+    for (int level = 0; level < kLevels; ++level) {
+        const std::string folder = "level" + std::to_string(level);
+        const std::string next = "../level" + std::to_string(level + 1);
+        makeFolder(folder);
+        fs::create_symlink(next, folder + "/one");
+        fs::create_symlink(next, folder + "/two");
+    }
+    writeFile("level" + std::to_string(kLevels) + "/a", "a");
+    EXPECT_EQ(copy("level0", "g"), 0u);
+    EXPECT_FALSE(omitted.empty());
+}
+
 TEST_F(FileCopy, TellsWhyAFolderCantBeRead) {
     makeFolder("f");
     ASSERT_EQ(::chmod("f", 0000), 0);
@@ -307,7 +384,7 @@ TEST_F(FileCopy, TellsWhyAFolderCantBeRead) {
     EXPECT_FALSE(exists("g"));
 }
 
-TEST_F(FileCopy, OnlyLogsThatAFolderMayNotBeMade) {
+TEST_F(FileCopy, SucceedsThoughAFolderMayNotBeMadeAndTellsOfIt) {
     writeFile("f/a", "a");
     makeFolder("locked");
     ASSERT_EQ(::chmod("f", 0755), 0);
@@ -319,6 +396,7 @@ TEST_F(FileCopy, OnlyLogsThatAFolderMayNotBeMade) {
         EXPECT_TRUE(log.containsCode('E', "fileCopy", "helperUtils::MakeDirectory", 0xFEB0000E))
             << log.dump();
         EXPECT_EQ(lineCount(), 2u);
+        EXPECT_EQ(omitted, std::multiset<std::string>{"f could not be copied: Permission denied"});
     }));
     EXPECT_FALSE(exists("locked/g"));
 }

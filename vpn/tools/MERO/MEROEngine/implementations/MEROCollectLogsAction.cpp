@@ -24,16 +24,18 @@ std::string targetFolderOf(const std::string& folder, const std::string& folderP
     return boost::algorithm::replace_all_copy(folder, replaced, itemFolder);
 }
 
+/// Makes the folder of a copy, with its parents.
 /// @param caller  the operation that the log line names.
-uint32_t makeFolders(const char* caller, const std::string& folder) {
+/// @return empty, or the summary's words for the failure.
+std::string makeFolders(const char* caller, const std::string& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (!error) {
-        return 0;
+        return {};
     }
     logReturnCode(caller, __FILE__, __LINE__, 'E', "std::filesystem::create_directories",
                   static_cast<uint32_t>(error.value()), error.message().c_str(), "File: %s", folder.c_str());
-    return MEROENGINE_ERROR_UNEXPECTED;
+    return helperUtil::copyFailureReason(MEROENGINE_ERROR_UNEXPECTED, error.message());
 }
 
 } // namespace
@@ -60,8 +62,11 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
     const std::string folderPart = helperUtil::folderPartOf(attrs.translatedPath);
     const std::string filePart = helperUtil::stringAfterLast(attrs.translatedPath, "/");
     std::list<helperUtil::FoundFile> matches;
+    const auto recordUnlisted = [&](const std::string& path, const std::string& reason) {
+        recordOmitted(attrs.translatedPath, path + reason);
+    };
     if (attrs.gatherNewest) {
-        const uint32_t code = findNewest(folderPart, filePart, matches);
+        const uint32_t code = findNewest(folderPart, filePart, matches, recordUnlisted);
         if (code != 0) {
             recordOmitted(attrs.translatedPath, "Not found on endpoint");
             return code;
@@ -69,7 +74,7 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
     } else {
         std::string folder = folderPart;
         std::list<std::string> patterns{filePart};
-        if (helperUtil::fileFindAll(folder, patterns, false, matches) != 0) {
+        if (helperUtil::fileFindAll(folder, patterns, false, matches, recordUnlisted) != 0) {
             // The row tells it all: to the walk this instruction has done its work.
             recordOmitted(attrs.translatedPath, "No file found on endpoint");
             return 0;
@@ -77,13 +82,13 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
     }
     for (const helperUtil::FoundFile& match : matches) {
         const std::string targetFolder = targetFolderOf(match.directory, folderPart, m_info.directory);
-        const uint32_t code = makeFolders(__func__, targetFolder);
-        if (code != 0) {
-            return code;
+        std::string failure = makeFolders(__func__, targetFolder);
+        if (failure.empty()) {
+            // The folder ends in "/" already; the double one is part of the path that the records have.
+            const std::string target =
+                targetFolder + "/" + helperUtil::mergeFileNames(m_info.name, match.name);
+            failure = copyIntoBundle(match.directory + match.name, target, found);
         }
-        // The folder ends in "/" already; the double one is part of the path that the records have.
-        const std::string target = targetFolder + "/" + helperUtil::mergeFileNames(m_info.name, match.name);
-        const std::string failure = copyIntoBundle(match.directory + match.name, target, found);
         if (!failure.empty()) {
             recordOmitted(attrs.translatedPath, failure);
         }
@@ -98,41 +103,42 @@ uint32_t MEROCollectLogsAction::deepDirectoryCopy(const DirectoryActionAttrs& at
     // The listing is complete before the first copy, so that a bundle folder inside the collected one does
     // not feed on itself.
     std::list<helperUtil::FoundFile> matches;
-    if (helperUtil::fileFindAll(folder, patterns, true, matches) != 0) {
+    if (helperUtil::fileFindAll(folder, patterns, true, matches, omissionSink()) != 0) {
         recordOmitted("N/A", attrs.translatedPath);
         return 0;
     }
     for (const helperUtil::FoundFile& match : matches) {
         const std::string targetFolder =
             boost::algorithm::replace_all_copy(match.directory, attrs.translatedPath, m_info.directory + "/");
-        const uint32_t code = makeFolders(__func__, targetFolder);
-        if (code != 0) {
-            return code;
-        }
         const std::string source = match.directory + match.name;
-        const std::string failure = copyIntoBundle(source, targetFolder + match.name, found);
+        std::string failure = makeFolders(__func__, targetFolder);
+        if (failure.empty()) {
+            failure = copyIntoBundle(source, targetFolder + match.name, found);
+        }
         if (!failure.empty()) {
-            recordOmitted(helperUtil::stringAfterLast(source, "/"), source + failure);
+            recordOmittedPath(source, failure);
         }
     }
     return 0;
 }
 
 const char* MEROCollectLogsAction::getCopyFailureText(uint32_t code) {
-    switch (code) {
-    case MEROENGINE_ERROR_FILE_OPEN_FAILURE:
-        return " Error occurred opening the file";
-    case MEROENGINE_ERROR_FILE_NOT_FOUND:
-        return " File not found";
-    default:
-        return " Unexpected error occurred";
-    }
+    return helperUtil::copyFailureText(code);
+}
+
+helperUtil::OmissionSink MEROCollectLogsAction::omissionSink() const {
+    return [this](const std::string& path, const std::string& reason) { recordOmittedPath(path, reason); };
+}
+
+void MEROCollectLogsAction::recordOmittedPath(const std::string& path, const std::string& reason) const {
+    recordOmitted(helperUtil::stringAfterLast(path, "/"), path + reason);
 }
 
 uint32_t MEROCollectLogsAction::findNewest(const std::string& folder, const std::string& pattern,
-                                           std::list<helperUtil::FoundFile>& matches) {
+                                           std::list<helperUtil::FoundFile>& matches,
+                                           const helperUtil::OmissionSink& omitted) {
     helperUtil::FoundFile newest;
-    const uint32_t code = helperUtil::fileGetNewestMatchingFile(folder, pattern, false, newest);
+    const uint32_t code = helperUtil::fileGetNewestMatchingFile(folder, pattern, false, newest, omitted);
     if (code != 0) {
         return code;
     }
@@ -147,9 +153,9 @@ uint32_t MEROCollectLogsAction::findNewest(const std::string& folder, const std:
 std::string MEROCollectLogsAction::copyIntoBundle(const std::string& source, const std::string& target,
                                                   std::list<MEROCollectedFile>& found) const {
     std::string errorText;
-    const uint32_t code = helperUtil::fileCopy(source, target, errorText);
+    const uint32_t code = helperUtil::fileCopy(source, target, errorText, omissionSink());
     if (code != 0) {
-        return getCopyFailureText(code) + (errorText.empty() ? std::string() : ": " + errorText);
+        return helperUtil::copyFailureReason(code, errorText);
     }
     found.push_back({.id = m_info.id,
                      .path = target,

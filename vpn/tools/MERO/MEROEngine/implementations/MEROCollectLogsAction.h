@@ -22,14 +22,13 @@ public:
 
     /// Copies the file of a path, or all matches of a wildcard in its last component. A path without a folder
     /// matches nothing.
-    /// @param found  gets a record per copy; holds those made so far when the result isn't 0.
-    /// @return 0, also when nothing matched (the summary says so); with gather_newest the listing's code when
-    ///         nothing matched; MEROENGINE_ERROR_UNEXPECTED when a folder can't be made: no row then, and
-    ///         the rest is not tried.
+    /// @param found  gets a record per copy.
+    /// @return 0, also when nothing matched or could be copied (the summary says so); with gather_newest the
+    ///         listing's code when nothing matched.
     [[nodiscard]] uint32_t deepFileCopy(const FileActionAttrs& attrs, std::list<MEROCollectedFile>& found);
     /// Copies the matching files of a folder's whole tree, which is rebuilt below the item's folder. The list
-    /// of files is made before the first copy.
-    /// @return 0 or MEROENGINE_ERROR_UNEXPECTED, as above.
+    /// of files is made before the first copy. What could not be listed becomes a row of the summary as well.
+    /// @return 0.
     [[nodiscard]] uint32_t deepDirectoryCopy(const DirectoryActionAttrs& attrs,
                                              std::list<MEROCollectedFile>& found);
 
@@ -39,7 +38,12 @@ public:
 private:
     /// Puts the newest match of `pattern` in the list. @return 0 or the code of there being none.
     [[nodiscard]] static uint32_t findNewest(const std::string& folder, const std::string& pattern,
-                                             std::list<helperUtil::FoundFile>& matches);
+                                             std::list<helperUtil::FoundFile>& matches,
+                                             const helperUtil::OmissionSink& omitted);
+    /// Makes a row of each thing that a listing or a copy leaves out. Not to outlive this object.
+    [[nodiscard]] helperUtil::OmissionSink omissionSink() const;
+    /// A row under the last part of the path, with the whole path before the reason.
+    void recordOmittedPath(const std::string& path, const std::string& reason) const;
     /// Copies one file and appends its record to `found`.
     /// @return empty, or the summary's words for the failure.
     [[nodiscard]] std::string copyIntoBundle(const std::string& source, const std::string& target,

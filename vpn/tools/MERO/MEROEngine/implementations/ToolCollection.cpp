@@ -96,7 +96,7 @@ uint32_t MEROCollectLogsAction::fetchOutput(const std::string& source, std::stri
     const std::string target =
         helperUtil::translatePath(m_info.directory + "/" + helperUtil::mergeFileNames(m_info.name, fileName));
     std::string errorText;
-    const uint32_t code = helperUtil::fileCopy(source, target, errorText);
+    const uint32_t code = helperUtil::fileCopy(source, target, errorText, omissionSink());
     if (code != 0) {
         recordOmitted(fileName, "MERO cannot access temporary output at: " + source +
                                     " as specified by Config" +

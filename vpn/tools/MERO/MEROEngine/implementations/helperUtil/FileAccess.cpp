@@ -74,6 +74,10 @@ FolderId folderIdOf(int descriptor) {
     return {status.st_dev, status.st_ino};
 }
 
+std::string notListedReason(const std::string& errorText) {
+    return " could not be listed: " + errorText;
+}
+
 const dirent* nextEntry(DIR* folder, int& errorOut) {
     errno = 0;
     const dirent* entry = ::readdir(folder);

@@ -2,7 +2,9 @@
 
 #include "Handles.h"
 
+#include <compare>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -34,11 +36,32 @@ struct CopyOutcome {
 struct FolderId {
     dev_t device = 0;
     ino_t inode = 0;
-    [[nodiscard]] bool operator==(const FolderId&) const = default;
+    [[nodiscard]] auto operator<=>(const FolderId&) const = default;
 };
 
-/// The identity of an open folder or file; zeros if it can't be told.
+/// The identity of an open folder or file; zeros, with errno set, if it can't be told.
 [[nodiscard]] FolderId folderIdOf(int descriptor);
+
+/// Counts how often one listing or copy comes to each folder. Where folders hold several links to the next
+/// one, the ways to the last are more than could ever be gone.
+class FolderVisits {
+public:
+    /// So many visits are as much as any tree needs that was made for use.
+    static constexpr uint32_t kMost = 16;
+
+    /// @return which visit this one is, from 1.
+    [[nodiscard]] uint32_t count(const FolderId& folder) { return ++m_visits[folder]; }
+
+private:
+    std::map<FolderId, uint32_t> m_visits;
+};
+
+/// The summary's words for a folder that is not entered once more.
+inline constexpr const char* kMetTooOften = " was met more than 16 times and is not entered again";
+static_assert(FolderVisits::kMost == 16);
+/// The summary's words for a folder or entry that can't be looked into or at.
+/// @param errorText  the C library's.
+[[nodiscard]] std::string notListedReason(const std::string& errorText);
 
 /// Reads the next entry of a folder.
 /// @param errorOut  gets the errno when reading failed, else 0.

@@ -26,8 +26,13 @@ struct FolderCopy {
     const FolderCopy* above = nullptr;
 };
 
-uint32_t copyPath(const std::string& source, const std::string& destination, std::string& errorText,
-                  const FolderCopy* above);
+/// How the copy of one path failed, or that it didn't.
+struct CopyFailure {
+    uint32_t code = 0;
+    std::string errorText;
+    /// It is a folder that could not be read.
+    bool isUnlistedFolder = false;
+};
 
 std::string entryPath(const std::string& folder, const std::string& name) {
     return folder + "/" + name;
@@ -60,66 +65,141 @@ FileDescriptor createNewFile(const char* path) {
     return file;
 }
 
-uint32_t failCopy(const char* call, int error, const std::string& path, uint32_t code,
-                  std::string& errorText) {
-    errorText = std::strerror(error);
+CopyFailure failCopy(const char* call, int error, const std::string& path, uint32_t code) {
+    CopyFailure failure{code, std::strerror(error)};
     logReturnCode(kFunction, __FILE__, __LINE__, 'E', call, static_cast<uint32_t>(error), nullptr,
-                  "File: %s\nError: %s", path.c_str(), errorText.c_str());
-    return code;
+                  "File: %s\nError: %s", path.c_str(), failure.errorText.c_str());
+    return failure;
 }
 
-uint32_t copyRegularFile(const std::string& source, const std::string& destination, std::string& errorText) {
+CopyFailure copyRegularFile(const std::string& source, const std::string& destination) {
     FileDescriptor input;
     if (const int error = openRegularFile(source.c_str(), O_RDONLY, input); error != 0) {
-        errorText = std::strerror(error);
-        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+        return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, std::strerror(error)};
     }
     FileDescriptor output = createNewFile(destination.c_str());
     if (!output) {
         // The source is named: it is what the reader of the log knows from the configuration.
         logMessage(kFunction, __FILE__, __LINE__, 'E', "Failed to open file \"%s\"", source.c_str());
-        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+        return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, {}};
     }
     const CopyOutcome outcome = copyBytes(input.get(), output.get());
     const int closeError = closeWritten(output);
     if (outcome.failedCall != nullptr) {
         const bool readFailed = std::strcmp(outcome.failedCall, "read") == 0;
         return failCopy(outcome.failedCall, outcome.error, readFailed ? source : destination,
-                        readFailed ? MEROENGINE_ERROR_UNEXPECTED : MEROENGINE_ERROR_WRITE_FAILURE, errorText);
+                        readFailed ? MEROENGINE_ERROR_UNEXPECTED : MEROENGINE_ERROR_WRITE_FAILURE);
     }
     if (closeError != 0) {
-        return failCopy("close", closeError, destination, MEROENGINE_ERROR_WRITE_FAILURE, errorText);
+        return failCopy("close", closeError, destination, MEROENGINE_ERROR_WRITE_FAILURE);
     }
-    return 0;
+    return {};
+}
+
+/// One copy with all folders that it goes through.
+class TreeCopy {
+public:
+    explicit TreeCopy(const OmissionSink& omitted) : m_omitted(omitted) {}
+
+    /// @param above  the folder that is being copied and `source` is in, or null.
+    [[nodiscard]] CopyFailure copyPath(const std::string& source, const std::string& destination,
+                                       const FolderCopy* above);
+
+private:
+    [[nodiscard]] CopyFailure copyFolder(const std::string& source, const std::string& destination,
+                                         const FolderCopy* above);
+    [[nodiscard]] CopyFailure beginFolder(const std::string& source, const std::string& destination,
+                                          FolderCopy& here, std::vector<std::string>& namesOut);
+    void readNames(DIR* folder, const std::string& source, std::vector<std::string>& namesOut) const;
+    void copyEntry(const std::string& source, const std::string& destination, const FolderCopy& folder);
+    void leaveOut(const std::string& path, const std::string& reason) const;
+
+    const OmissionSink& m_omitted;
+    FolderVisits m_visits;
+};
+
+void TreeCopy::leaveOut(const std::string& path, const std::string& reason) const {
+    if (m_omitted) {
+        m_omitted(path, reason);
+    }
+}
+
+CopyFailure TreeCopy::copyPath(const std::string& source, const std::string& destination,
+                               const FolderCopy* above) {
+    struct stat status = {};
+    if (::stat(source.c_str(), &status) != 0) {
+        const int error = errno;
+        const bool isMissing = error == ENOENT || error == ELOOP;
+        return {MEROENGINE_ERROR_FILE_NOT_FOUND, isMissing ? std::string() : std::strerror(error)};
+    }
+    if (source == destination) {
+        return {};
+    }
+    const uint32_t code = fileDelete(destination);
+    if (code != 0) {
+        logReturnCode(kFunction, __FILE__, __LINE__, 'E', "helperUtil::fileDelete", code, nullptr, nullptr);
+        return {code, {}};
+    }
+    if (S_ISREG(status.st_mode)) {
+        return copyRegularFile(source, destination);
+    }
+    CopyFailure failure = copyFolder(source, destination, above);
+    failure.isUnlistedFolder = S_ISDIR(status.st_mode);
+    return failure;
+}
+
+CopyFailure TreeCopy::copyFolder(const std::string& source, const std::string& destination,
+                                 const FolderCopy* above) {
+    FolderCopy here{{}, {}, above};
+    std::vector<std::string> names;
+    CopyFailure failure = beginFolder(source, destination, here, names);
+    for (const std::string& name : names) {
+        copyEntry(entryPath(source, name), entryPath(destination, name), here);
+    }
+    return failure;
 }
 
 /// Opens the source folder, makes the destination and reads the names. The folder is closed again before
 /// anything in it is copied, so that a deep tree does not use up the descriptors.
 /// @param namesOut  stays empty when there is nothing to go on with.
-uint32_t beginFolderCopy(const std::string& source, const std::string& destination, std::string& errorText,
-                         FolderCopy& here, std::vector<std::string>& namesOut) {
+CopyFailure TreeCopy::beginFolder(const std::string& source, const std::string& destination, FolderCopy& here,
+                                  std::vector<std::string>& namesOut) {
     const DirHandle folder(::opendir(source.c_str()));
-    if (!folder) {
-        errorText = std::strerror(errno);
-        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+    if (folder) {
+        here.source = folderIdOf(::dirfd(folder.get()));
     }
-    here.source = folderIdOf(::dirfd(folder.get()));
+    if (here.source == FolderId{}) {
+        // Closed, or one that can't be told from others, where nothing would stop.
+        return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, std::strerror(errno)};
+    }
     if (isUnderCopy(here.source, here.above)) {
-        errorText = std::strerror(ELOOP);
-        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+        return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, std::strerror(ELOOP)};
+    }
+    const uint32_t visit = m_visits.count(here.source);
+    if (visit > FolderVisits::kMost) {
+        if (visit == FolderVisits::kMost + 1) {
+            leaveOut(source, kMetTooOften);
+        }
+        return {};
     }
     if (MakeDirectory(destination) != 0) {
         // Only lack of rights comes here. The rest of the copy goes on without this folder.
         logReturnCode(kFunction, __FILE__, __LINE__, 'E', "helperUtils::MakeDirectory",
                       MEROENGINE_ERROR_ACCESS_DENIED, nullptr, nullptr);
-        return 0;
+        leaveOut(source, std::string(" could not be copied: ") + std::strerror(EACCES));
+        return {};
     }
     const FileDescriptor made(::open(destination.c_str(), O_PATH | O_CLOEXEC));
     if (made) {
         here.destination = folderIdOf(made.get());
     }
+    readNames(folder.get(), source, namesOut);
+    return {};
+}
+
+void TreeCopy::readNames(DIR* folder, const std::string& source, std::vector<std::string>& namesOut) const {
     int error = 0;
-    while (const dirent* entry = nextEntry(folder.get(), error)) {
+    while (const dirent* entry = nextEntry(folder, error)) {
         if (!isDotEntry(entry->d_name)) {
             namesOut.emplace_back(entry->d_name);
         }
@@ -127,63 +207,48 @@ uint32_t beginFolderCopy(const std::string& source, const std::string& destinati
     if (error != 0) {
         logReturnCode(kFunction, __FILE__, __LINE__, 'E', "readdir", static_cast<uint32_t>(error), nullptr,
                       "Folder: %s\nError: %s", source.c_str(), std::strerror(error));
+        leaveOut(source, notListedReason(std::strerror(error)));
     }
-    return 0;
 }
 
-uint32_t copyFolder(const std::string& source, const std::string& destination, std::string& errorText,
-                    const FolderCopy* above) {
-    FolderCopy here{{}, {}, above};
-    std::vector<std::string> names;
-    const uint32_t beginCode = beginFolderCopy(source, destination, errorText, here, names);
-    if (beginCode != 0) {
-        return beginCode;
+void TreeCopy::copyEntry(const std::string& source, const std::string& destination,
+                         const FolderCopy& folder) {
+    const CopyFailure failure = copyPath(source, destination, &folder);
+    if (failure.code == 0) {
+        return;
     }
-    for (const std::string& name : names) {
-        std::string localErrorText;
-        const uint32_t code =
-            copyPath(entryPath(source, name), entryPath(destination, name), localErrorText, &here);
-        if (code != 0) {
-            logReturnCode(kFunction, __FILE__, __LINE__, 'W', "helperUtil::fileCopy", code, nullptr, "%s",
-                          localErrorText.c_str());
-        }
-    }
-    return 0;
-}
-
-/// True if there is a file of whatever kind.
-bool readMode(const std::string& path, mode_t& modeOut) {
-    struct stat status = {};
-    if (::stat(path.c_str(), &status) != 0) {
-        return false;
-    }
-    modeOut = status.st_mode;
-    return true;
-}
-
-uint32_t copyPath(const std::string& source, const std::string& destination, std::string& errorText,
-                  const FolderCopy* above) {
-    errorText.clear();
-    mode_t mode = 0;
-    if (!readMode(source, mode)) {
-        return MEROENGINE_ERROR_FILE_NOT_FOUND;
-    }
-    if (source == destination) {
-        return 0;
-    }
-    const uint32_t code = fileDelete(destination);
-    if (code != 0) {
-        logReturnCode(kFunction, __FILE__, __LINE__, 'E', "helperUtil::fileDelete", code, nullptr, nullptr);
-        return code;
-    }
-    return S_ISREG(mode) ? copyRegularFile(source, destination, errorText)
-                         : copyFolder(source, destination, errorText, above);
+    logReturnCode(kFunction, __FILE__, __LINE__, 'W', "helperUtil::fileCopy", failure.code, nullptr, "%s",
+                  failure.errorText.c_str());
+    leaveOut(source, failure.isUnlistedFolder ? notListedReason(failure.errorText)
+                                              : copyFailureReason(failure.code, failure.errorText));
 }
 
 } // namespace
 
 uint32_t fileCopy(const std::string& source, const std::string& destination, std::string& errorText) {
-    return copyPath(source, destination, errorText, nullptr);
+    return fileCopy(source, destination, errorText, OmissionSink());
+}
+
+uint32_t fileCopy(const std::string& source, const std::string& destination, std::string& errorText,
+                  const OmissionSink& omitted) {
+    CopyFailure failure = TreeCopy(omitted).copyPath(source, destination, nullptr);
+    errorText = std::move(failure.errorText);
+    return failure.code;
+}
+
+const char* copyFailureText(uint32_t code) {
+    switch (code) {
+    case MEROENGINE_ERROR_FILE_OPEN_FAILURE:
+        return " Error occurred opening the file";
+    case MEROENGINE_ERROR_FILE_NOT_FOUND:
+        return " File not found";
+    default:
+        return " Unexpected error occurred";
+    }
+}
+
+std::string copyFailureReason(uint32_t code, const std::string& errorText) {
+    return copyFailureText(code) + (errorText.empty() ? std::string() : ": " + errorText);
 }
 
 } // namespace helperUtil

@@ -37,73 +37,142 @@ bool matchesAny(const std::string& name, const std::list<std::string>& patterns)
     });
 }
 
-/// Reads the entries that matter: the matching files and, if wanted, the sub-folders.
-void readEntries(DIR* folder, const std::string& directory, const std::list<std::string>& patterns,
-                 bool withFolders, std::vector<FoundFile>& entriesOut) {
-    // One block for the whole folder: an entry that can't be looked at, such as a link to nowhere, takes over
-    // kind and time of the entry before it.
+/// What a listing takes along from folder to folder.
+struct Listing {
+    /// In lower case.
+    const std::list<std::string>& patterns;
+    bool recursive;
+    std::list<FoundFile>& results;
+    const OmissionSink& omitted;
+    FolderVisits visits;
+
+    /// @param path  a folder's may end in "/".
+    void leaveOut(std::string path, const std::string& reason) const;
+};
+
+void Listing::leaveOut(std::string path, const std::string& reason) const {
+    if (!omitted) {
+        return;
+    }
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+    omitted(path, reason);
+}
+
+/// A link whose target is not there can't hide anything. Whoever copies it will miss the target.
+bool leadsNowhere(int error) {
+    return error == ENOENT || error == ELOOP;
+}
+
+/// Tells what an entry is, and what its target is if it is a link.
+FoundFile examine(const dirent& entry, const std::string& directory, const Listing& listing) {
+    FoundFile found{entry.d_name, directory, false, 0};
+    const std::string path = directory + found.name;
     struct stat status = {};
-    int error = 0;
-    while (const dirent* entry = nextEntry(folder, error)) {
-        FoundFile found{entry->d_name, directory, false, 0};
-        static_cast<void>(::stat((directory + found.name).c_str(), &status));
+    if (::stat(path.c_str(), &status) == 0) {
         found.isDirectory = S_ISDIR(status.st_mode);
         found.modificationTime = status.st_mtime;
+        return found;
+    }
+    const int error = errno;
+    // What the folder itself says of it is enough to try it as what it is. A failure then speaks for itself.
+    found.isDirectory = entry.d_type == DT_DIR;
+    const bool mayBeFolder = entry.d_type == DT_LNK || entry.d_type == DT_UNKNOWN;
+    if (!found.isDirectory && !leadsNowhere(error) &&
+        ((listing.recursive && mayBeFolder) || matchesAny(found.name, listing.patterns))) {
+        listing.leaveOut(path, notListedReason(std::strerror(error)));
+    }
+    return found;
+}
+
+/// Reads the entries that matter: the matching files and, if wanted, the sub-folders.
+void readEntries(DIR* folder, const std::string& directory, const Listing& listing,
+                 std::vector<FoundFile>& entriesOut) {
+    int error = 0;
+    while (const dirent* entry = nextEntry(folder, error)) {
         if (isDotEntry(entry->d_name)) {
             continue;
         }
-        if (found.isDirectory ? withFolders : matchesAny(found.name, patterns)) {
+        FoundFile found = examine(*entry, directory, listing);
+        if (found.isDirectory ? listing.recursive : matchesAny(found.name, listing.patterns)) {
             entriesOut.push_back(std::move(found));
         }
     }
     if (error != 0) {
         logReturnCode(kFindAll, __FILE__, __LINE__, 'E', "readdir", static_cast<uint32_t>(error), nullptr,
                       "Folder: %s\nError: %s", directory.c_str(), std::strerror(error));
+        listing.leaveOut(directory, notListedReason(std::strerror(error)));
     }
 }
 
+/// @return MEROENGINE_ERROR_FILE_NOT_FOUND or MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+uint32_t failToOpen(int error, const std::string& directory, const ListedFolder& here,
+                    const Listing& listing) {
+    // The one who asked for a folder knows what to say when there is none.
+    const bool isMissing = error == ENOENT || error == ENOTDIR;
+    if (here.above != nullptr || !isMissing) {
+        listing.leaveOut(directory, notListedReason(std::strerror(error)));
+    }
+    if (error != ENOENT) {
+        return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+    }
+    logMessage(kFindAll, __FILE__, __LINE__, 'I', "\"%s\" is not a directory", directory.c_str());
+    return MEROENGINE_ERROR_FILE_NOT_FOUND;
+}
+
+/// Whether to read an open folder: not if a link leads back up to it, which would be followed until the path
+/// is too long, and not if it was read often enough.
+bool isWanted(const ListedFolder& here, const std::string& directory, Listing& listing) {
+    if (isAncestor(here.id, here.above)) {
+        return false;
+    }
+    const uint32_t visit = listing.visits.count(here.id);
+    if (visit == FolderVisits::kMost + 1) {
+        listing.leaveOut(directory, kMetTooOften);
+    }
+    return visit <= FolderVisits::kMost;
+}
+
 /// Opens the folder, reads it and closes it again, so that one descriptor serves a tree of any depth.
-uint32_t readFolder(const std::string& directory, const std::list<std::string>& patterns, bool withFolders,
-                    ListedFolder& here, std::vector<FoundFile>& entriesOut) {
+uint32_t readFolder(const std::string& directory, Listing& listing, ListedFolder& here,
+                    std::vector<FoundFile>& entriesOut) {
     errno = 0;
     const DirHandle folder(::opendir(directory.c_str()));
     if (!folder) {
-        if (errno != ENOENT) {
-            return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
-        }
-        logMessage(kFindAll, __FILE__, __LINE__, 'I', "\"%s\" is not a directory", directory.c_str());
-        return MEROENGINE_ERROR_FILE_NOT_FOUND;
+        return failToOpen(errno, directory, here, listing);
     }
     here.id = folderIdOf(::dirfd(folder.get()));
-    // A link that leads back up would be followed until the path is too long.
-    if (!isAncestor(here.id, here.above)) {
-        readEntries(folder.get(), directory, patterns, withFolders, entriesOut);
+    if (here.id == FolderId{}) {
+        // Nothing would stop at a folder that can't be told from others.
+        return failToOpen(errno, directory, here, listing);
+    }
+    if (isWanted(here, directory, listing)) {
+        readEntries(folder.get(), directory, listing, entriesOut);
     }
     return 0;
 }
 
 /// @param directory  ends in "/".
-/// @param patterns   are in lower case.
-uint32_t listFolder(const std::string& directory, const std::list<std::string>& patterns, bool recursive,
-                    const ListedFolder* above, std::list<FoundFile>& results) {
+uint32_t listFolder(const std::string& directory, Listing& listing, const ListedFolder* above) {
     ListedFolder here{{}, above};
     std::vector<FoundFile> entries;
-    const uint32_t readCode = readFolder(directory, patterns, recursive, here, entries);
+    const uint32_t readCode = readFolder(directory, listing, here, entries);
     if (readCode != 0) {
         return readCode;
     }
     for (FoundFile& entry : entries) {
         if (!entry.isDirectory) {
-            results.push_back(std::move(entry));
+            listing.results.push_back(std::move(entry));
             continue;
         }
-        const uint32_t code = listFolder(directory + entry.name + "/", patterns, true, &here, results);
+        const uint32_t code = listFolder(directory + entry.name + "/", listing, &here);
         if (code != 0) {
             logReturnCode(kFindAll, __FILE__, __LINE__, 'E', "helperUtil::fileFindAll", code, nullptr,
                           nullptr);
         }
     }
-    return results.empty() ? MEROENGINE_ERROR_FILE_NOT_FOUND : 0;
+    return listing.results.empty() ? MEROENGINE_ERROR_FILE_NOT_FOUND : 0;
 }
 
 } // namespace
@@ -142,6 +211,11 @@ bool matchWildcard(const char* pattern, const char* text) {
 
 uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
                      std::list<FoundFile>& results) {
+    return fileFindAll(directory, patterns, recursive, results, OmissionSink());
+}
+
+uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
+                     std::list<FoundFile>& results, const OmissionSink& omitted) {
     if (directory.empty() || patterns.empty()) {
         return MEROENGINE_ERROR_BAD_PARAMETER;
     }
@@ -151,16 +225,22 @@ uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, b
     for (std::string& pattern : patterns) {
         pattern = CStringUtils::toLower(pattern);
     }
-    return listFolder(directory, patterns, recursive, nullptr, results);
+    Listing listing{patterns, recursive, results, omitted, {}};
+    return listFolder(directory, listing, nullptr);
 }
 
 uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::string& pattern, bool recursive,
                                    FoundFile& newest) {
+    return fileGetNewestMatchingFile(directory, pattern, recursive, newest, OmissionSink());
+}
+
+uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::string& pattern, bool recursive,
+                                   FoundFile& newest, const OmissionSink& omitted) {
     newest = FoundFile{};
     std::string folder = directory;
     std::list<std::string> patterns{pattern};
     std::list<FoundFile> found;
-    const uint32_t code = fileFindAll(folder, patterns, recursive, found);
+    const uint32_t code = fileFindAll(folder, patterns, recursive, found, omitted);
     if (code == MEROENGINE_ERROR_FILE_NOT_FOUND) {
         return code;
     }

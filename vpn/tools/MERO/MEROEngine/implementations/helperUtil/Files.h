@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <string>
 
@@ -21,6 +22,11 @@ struct FoundFile {
     int64_t modificationTime = 0;
 };
 
+/// Is told what a listing or the copy of a folder has to leave out.
+/// @param path    the file or folder; a folder has no trailing "/".
+/// @param reason  in the words of the summary, which begin with a blank and belong behind the path.
+using OmissionSink = std::function<void(const std::string& path, const std::string& reason)>;
+
 /// Keeps the first bytes of a file and drops the rest.
 /// @param keepBytes  bytes to keep; more than the file holds adds one byte 0xFF, a negative count keeps none.
 /// @param fileName   a regular file; null is refused.
@@ -35,15 +41,25 @@ struct FoundFile {
 
 /// Copies a regular file, or a folder with all that is in it. Mode, owner and times of the source are not
 /// carried over. An existing destination is removed first, and always made new. Nothing but regular files and
-/// folders is ever opened for reading. Links are followed, but not into a folder that is just being copied.
-/// @param errorText  emptied; gets the C library's text when the source can't be read or the destination
-/// can't be written to its end.
+/// folders is ever opened for reading. Links are followed, but not into a folder that is just being copied,
+/// and into no folder more than 16 times.
+/// @param errorText  emptied; gets the C library's text when the source can't be examined or read, or the
+/// destination can't be written to its end.
 /// @return 0, for a folder also when a part of it could not be copied (logged);
-/// MEROENGINE_ERROR_FILE_NOT_FOUND (no source); MEROENGINE_ERROR_UNEXPECTED (the destination can't be
-/// removed, or reading broke off); MEROENGINE_ERROR_FILE_OPEN_FAILURE; MEROENGINE_ERROR_WRITE_FAILURE. A
-/// failed copy may leave a part of the destination.
+/// MEROENGINE_ERROR_FILE_NOT_FOUND (no source, or none that can be examined); MEROENGINE_ERROR_UNEXPECTED
+/// (the destination can't be removed, or reading broke off); MEROENGINE_ERROR_FILE_OPEN_FAILURE;
+/// MEROENGINE_ERROR_WRITE_FAILURE. A failed copy may leave a part of the destination.
 [[nodiscard]] uint32_t fileCopy(const std::string& source, const std::string& destination,
                                 std::string& errorText);
+/// The same.
+/// @param omitted  is told of each part of a folder that could not be copied. A source that can't be copied
+/// at all is told by the code alone.
+[[nodiscard]] uint32_t fileCopy(const std::string& source, const std::string& destination,
+                                std::string& errorText, const OmissionSink& omitted);
+/// The summary's words for the code of a failed copy; they begin with a blank. Static.
+[[nodiscard]] const char* copyFailureText(uint32_t code);
+/// These words with the error text behind them, if there is one.
+[[nodiscard]] std::string copyFailureReason(uint32_t code, const std::string& errorText);
 /// @return 0, also for a missing file, or MEROENGINE_ERROR_UNEXPECTED.
 [[nodiscard]] uint32_t fileDelete(const std::string& path);
 /// Makes a folder with mode 0777 less the umask.
@@ -54,13 +70,21 @@ struct FoundFile {
 /// Lists the files of a folder whose names match one of the patterns, whatever their case.
 /// @param directory  gets a trailing "/" in place.
 /// @param patterns   are made lower-case in place; `*` and `?` are wildcards.
-/// @param recursive  follows sub-folders too, but no folder that is its own ancestor.
-/// @param results    gets the hits appended, in the order of the folder.
+/// @param recursive  follows sub-folders too, but no folder that is its own ancestor, and none more than 16
+/// times.
+/// @param results    gets the hits appended, in the order of the folder. A link to nowhere is one, with time
+/// 0, and so is a file that can't be examined.
 /// @return 0; MEROENGINE_ERROR_BAD_PARAMETER for an empty argument; MEROENGINE_ERROR_FILE_NOT_FOUND for a
 /// missing folder, and when `results` is still empty; MEROENGINE_ERROR_FILE_OPEN_FAILURE. Trouble with a
 /// sub-folder is only logged.
 [[nodiscard]] uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
                                    std::list<FoundFile>& results);
+/// The same.
+/// @param omitted  is told of each folder that could not be read, or not to its end, and of each entry that
+/// might be of interest and could not be examined. That the first folder is missing, or is none, is told by
+/// the code alone.
+[[nodiscard]] uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
+                                   std::list<FoundFile>& results, const OmissionSink& omitted);
 /// Deletes the files directly in a folder.
 /// @param directory  gets a trailing "/" in place.
 /// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; the listing's code; MEROENGINE_ERROR_UNEXPECTED if a file
@@ -75,6 +99,10 @@ struct FoundFile {
 /// @return 0 or the listing's code; `newest` is empty then.
 [[nodiscard]] uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::string& pattern,
                                                  bool recursive, FoundFile& newest);
+/// The same, with the listing's omissions.
+[[nodiscard]] uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::string& pattern,
+                                                 bool recursive, FoundFile& newest,
+                                                 const OmissionSink& omitted);
 /// Size in bytes of a file whose path is translated first; -1.0 if unknown.
 [[nodiscard]] double getFileSize(const std::string& path);
 /// Matches the whole text; `*` is any run of bytes, `?` any one byte. False for null.
