@@ -38,4 +38,9 @@ TEST(UserTexts, WithoutATranslationAreShownInEnglish) {
     EXPECT_EQ(CMEROGtkMainWindow::translateText("No such key"), "No such key");
 }
 
+// A catalogue that was refused for its character set stays in use, and GTK takes nothing but UTF-8.
+TEST(UserTexts, AreValidUtf8WhateverTheirBytes) {
+    EXPECT_EQ(CMEROGtkMainWindow::translateText("caf\xE9"), "caf\xEF\xBF\xBD");
+}
+
 } // namespace

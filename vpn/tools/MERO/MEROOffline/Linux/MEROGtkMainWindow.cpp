@@ -104,7 +104,7 @@ void CMEROGtkMainWindow::closeWindow() {
 std::string CMEROGtkMainWindow::translateText(const std::string& key) {
     std::string text;
     MsgCatalog::getMessage(key.c_str(), text);
-    return text;
+    return displayText(text);
 }
 
 std::string CMEROGtkMainWindow::getComments() {

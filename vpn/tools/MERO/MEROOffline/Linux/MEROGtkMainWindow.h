@@ -79,6 +79,7 @@ public:
     void startMERO(const std::string& requestPath);
 
     /// The text to show for a key of the message catalogue; the key itself if it has no translation.
+    /// @return valid UTF-8, whatever the bytes of the key and of the catalogue.
     [[nodiscard]] static std::string translateText(const std::string& key);
 
 private:

@@ -40,8 +40,8 @@ bool CMEROGtkMainWindow::validateComments() {
 
 void CMEROGtkMainWindow::showMessageDialog(GtkMessageType type, const std::string& title, const char* text) {
     GtkWidget* dialog = gtk_message_dialog_new(GTK_WINDOW(m_pWindow), GTK_DIALOG_DESTROY_WITH_PARENT, type,
-                                               GTK_BUTTONS_OK, "%s", text);
-    gtk_window_set_title(GTK_WINDOW(dialog), title.c_str());
+                                               GTK_BUTTONS_OK, "%s", displayText(text).c_str());
+    gtk_window_set_title(GTK_WINDOW(dialog), displayText(title).c_str());
     gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
     g_signal_connect_swapped(dialog, "response", G_CALLBACK(gtk_widget_destroy), dialog);
     gtk_widget_show(dialog);

@@ -61,7 +61,7 @@ void setLabelText(const char* id, const std::string& text) {
 
 void setButtonLabel(const char* id, const std::string& text) {
     if (GtkWidget* button = LookUpWidget(id, GTK_TYPE_BUTTON)) {
-        gtk_button_set_label(GTK_BUTTON(button), text.c_str());
+        gtk_button_set_label(GTK_BUTTON(button), displayText(text).c_str());
     }
 }
 

@@ -29,7 +29,7 @@ void addWizardStyle();
 
 /// Shows a text as it stands in a GtkLabel. Bytes that are no UTF-8 show as replacement characters.
 void setLabelText(const char* id, const std::string& text);
-/// Sets the text of a check or radio button.
+/// Sets the text of a check or radio button, likewise.
 void setButtonLabel(const char* id, const std::string& text);
 void setSensitive(const char* id, bool sensitive);
 void setVisible(const char* id, bool visible);
