@@ -26,6 +26,7 @@ POLICY = "data/polkit/com.varnel.corvane.mero.policy"
 NOTES = {
     "Processing %s...": "%s is the description of an item, translated on its own.",
     "Clearing %s...": "%s is the description of an item, translated on its own.",
+    "Still running %s, please be patient as this may take a few minutes...": "%s is the name of a program.",
     "MERO has finished... ": "The blank at the end belongs to it.",
     "Email Address(es): ": "The blank at the end belongs to it.",
 }

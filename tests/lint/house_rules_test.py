@@ -10,6 +10,7 @@ import made_up_tree as tree
 RULES = os.path.join(tree.SOURCE, "script/house-rules")
 WIZARD = "vpn/tools/MERO/MEROOffline/Linux/"
 CODES = "vpn/Common/Utility/ReturnCodes"
+ENGINE_TEXTS = "vpn/tools/MERO/MEROEngine/implementations/EngineMessages.h"
 
 
 class HouseRules(tree.TreeTest):
@@ -81,6 +82,31 @@ class HouseRules(tree.TreeTest):
     def testTranslationOfALiteral(self):
         self.write(WIZARD + "a.cpp", 'translateText("Next");\n')
         self.assert_breach(WIZARD + "a.cpp:1:", "translates a text")
+
+    def testProgressTextBesideTheTable(self):
+        for line in ('status = "Still running " + name + ", please be patient...";',
+                     'status = stepText("Still running %s", name);',
+                     'reportProgress(0,\n               "Something has happened", code);',
+                     'result.message = "Something has happened";',
+                     'show("Reading ...  ");'):
+            self.write("vpn/tools/MERO/a.cpp", "f();\n" + line + "\n")
+            found = self.breaches()
+            self.assertEqual(len(found), 1, (line, found))
+            self.assertRegex(found[0], r"\Avpn/tools/MERO/a\.cpp:[23]: shows a progress text that is not in "
+                                       r"EngineMessages\.h\Z")
+
+    def testProgressTextOfTheTable(self):
+        self.write(ENGINE_TEXTS, 'inline constexpr const char* kReading = "Reading instructions now";\n')
+        self.write("vpn/tools/MERO/a.cpp", 'f("Reading instructions now");\n')
+        self.assert_breach("vpn/tools/MERO/a.cpp:1:", "repeats a text of EngineMessages.h")
+
+    def testTextsThatAreNoProgressPass(self):
+        self.write(ENGINE_TEXTS, 'inline constexpr const char* kReading = "Reading...";\n')
+        self.write("vpn/tools/MERO/a.cpp", 'reportProgress(1, kReading, 0);\nZRN_LOG(\'I\', "Looking for more...");\n'
+                                           'logMessage(f, 1,\n    "Looking for more...");\nreportProgress(0, "", 0);\n'
+                                           '// "Reading it..."\nresult.message = "";\nshow("one ... two");\n')
+        self.write("vpn/Common/a.cpp", 'show("Reading it...");\n')
+        self.assertEqual(self.breaches(), [])
 
     def testWidgetThatTheUIFileLacks(self):
         self.write(WIZARD + "a.glade", '<object class="GtkLabel" id="labelOne"/>\n')

@@ -106,7 +106,9 @@ TEST_P(Languages, FitIntoTheirPlacesOnTheLastPages) {
     useLanguage(GetParam());
     walkTo(WizardPage::Progress);
     for (const char* message : {"Parsing request and configuration XMLs...",
-                                R"(Processing _tr("What the programs of the desktop session print")...)"}) {
+                                R"(Processing _tr("What the programs of the desktop session print")...)",
+                                "Still running /opt/varnel/corvane/plugin/tool-output, please be patient as "
+                                "this may take a few minutes..."}) {
         const MEROStatusInfo info{.m_progress = 50, .m_message = message};
         m_window->updateStatus(&info, MEROOFFLINE_ERROR_PROCESSING);
         expectWholeTexts();
@@ -142,6 +144,14 @@ TEST_P(Languages, TranslateEveryTextOfTheTable) {
     }
 }
 
+TEST_P(Languages, KeepTheNameOfAToolThatRunsForLong) {
+    useLanguage(GetParam());
+    const std::string shown =
+        shownReport("Still running slow%s, please be patient as this may take a few minutes...");
+    EXPECT_NE(shown.find("slow%s"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("please be patient"), std::string::npos) << shown;
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, Languages, ValuesIn({"de", "fr", "es", "it", "pt-br", "ja", "zh-cn", "ar"}),
                          [](const testing::TestParamInfo<const char*>& language) {
                              std::string name = language.param;
@@ -160,6 +170,11 @@ TEST_F(ShownReport, OfAnItemWithoutMarksStaysAsItIs) {
     EXPECT_EQ(shownReport("Processing The sample..."), "Processing The sample...");
     EXPECT_EQ(shownReport("Processing ..."), "Processing ...");
     EXPECT_EQ(shownReport("Processing"), "Processing");
+}
+
+TEST_F(ShownReport, OfAToolThatRunsForLongNamesIt) {
+    const std::string report = "Still running slow, please be patient as this may take a few minutes...";
+    EXPECT_EQ(shownReport(report), report);
 }
 
 TEST_F(ShownReport, OfAnythingElseIsTheCataloguesText) {

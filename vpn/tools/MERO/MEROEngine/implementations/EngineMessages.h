@@ -12,6 +12,9 @@ inline constexpr const char* kFinished = "MERO has finished... ";
 /// Steps of one item, with its description between the two parts of the text, as the configuration has it.
 inline constexpr const char* kProcessing = "Processing %s...";
 inline constexpr const char* kClearing = "Clearing %s...";
+/// A tool that runs for more than a second, with its name in the text.
+inline constexpr const char* kStillRunning =
+    "Still running %s, please be patient as this may take a few minutes...";
 
 // Failures.
 inline constexpr const char* kInvalidRequest = "Internal Error: invalid request XML, please contact your "

@@ -143,7 +143,7 @@ uint32_t MEROAction::waitForTool(const std::string& toolName) {
             endTool();
             return MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT;
         }
-        status = "Still running " + toolName + ", please be patient as this may take a few minutes...";
+        status = stepText(kStillRunning, toolName);
     }
     // Reaped, so that the number may be another process's from here on.
     m_processId = 0;

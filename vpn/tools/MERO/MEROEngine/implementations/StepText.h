@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// Texts of steps that name an item.
+/// Texts of steps that name an item or a tool.
 
 /// A pattern of EngineMessages.h, or its translation, with what is to stand in place of its "%s". A pattern
 /// without one comes back as it is.

@@ -1,5 +1,6 @@
 #include "MEROOffline.h"
 
+#include "EngineMessages.h"
 #include "Log.h"
 #include "MEROEngine.h"
 #include "Progress.h"
@@ -12,7 +13,7 @@ namespace {
 void reportLostEngine() noexcept {
     try {
         logMessage("run", __FILE__, __LINE__, 'E', "The engine could not be started");
-        reportProgress(0, "Internal Error: MERO has encountered an error...", MEROENGINE_ERROR_INTERNAL);
+        reportProgress(0, kEncounteredError, MEROENGINE_ERROR_INTERNAL);
     } catch (...) {
         // There is no memory to tell it with; the result says so to who asks.
         return;

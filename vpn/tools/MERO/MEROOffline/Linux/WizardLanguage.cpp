@@ -45,5 +45,8 @@ std::string shownReport(const std::string& message) {
                             CMEROGtkMainWindow::translateText(extractTrText(*description)));
         }
     }
+    if (const std::optional<std::string> tool = describedBy(kStillRunning, message)) {
+        return stepText(CMEROGtkMainWindow::translateText(kStillRunning), *tool);
+    }
     return CMEROGtkMainWindow::translateText(message);
 }

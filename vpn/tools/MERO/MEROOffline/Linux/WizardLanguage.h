@@ -10,6 +10,7 @@
 /// @param programFolder  ends in "/".
 void setUpLanguage(const std::string& programFolder);
 
-/// A report of the engine as it is shown. A step that names an item is not in the catalogue as a whole: its
-/// text and the item's description, which may be marked for translation, are translated on their own.
+/// A report of the engine as it is shown. A step that names an item or a tool is not in the catalogue as a
+/// whole: its text and the item's description, which may be marked for translation, are translated on their
+/// own; a tool keeps its name.
 [[nodiscard]] std::string shownReport(const std::string& message);
