@@ -67,12 +67,11 @@ bool LaunchPlan::impersonates() const {
 uint32_t LaunchPlan::lookUpUser() {
     const PasswordEntry entry(m_info.m_pszUserName);
     if (entry.get() == nullptr) {
-        if (m_info.m_pszDisplay == nullptr) {
-            return 0; // the child ends for it
-        }
+        // Here, as the child may not log.
         ZRN_LOG_CODE_TEXT('E', "getpwnam", entry.getError(), "error: %s; username: %s",
                           std::strerror(entry.getError()), m_info.m_pszUserName);
-        return PROCESS_API_ERROR_NO_USER_TOKEN;
+        // Without a display the child ends for it.
+        return m_info.m_pszDisplay == nullptr ? 0 : PROCESS_API_ERROR_NO_USER_TOKEN;
     }
     m_identity = identityOf(entry);
     if (m_info.m_pszDisplay != nullptr) {

@@ -50,13 +50,22 @@ const PolicySetting* settingOf(const std::string& element) {
                                                               : std::string_view(element));
 }
 
-/// Whether each text that a value becomes leaves the document well-formed. The writer leaves a text without
-/// markup as it is, and there the end of a section must not stand.
-bool isWritable(std::string_view value) {
+/// Whether a text leaves the document well-formed. The writer leaves one without markup as it is, and there
+/// the end of a section must not stand.
+bool isWritableText(std::string_view text) {
+    return isXmlText(text) &&
+           (text.find("]]>") == std::string_view::npos || text.find_first_of("&<") != std::string_view::npos);
+}
+
+/// Whether all the texts that the value of an element becomes can be written: the list of servers has one for
+/// each of its pieces, any other element the value as it is.
+bool isWritable(const std::string& element, std::string_view value) {
+    if (element != kServerListElement) {
+        return isWritableText(value);
+    }
     bool writable = true;
     forEachPiece(value, kServerSeparators, [&writable](std::string_view text) {
-        writable = isXmlText(text) && (text.find("]]>") == std::string_view::npos ||
-                                       text.find_first_of("&<") != std::string_view::npos);
+        writable = isWritableText(text);
         return writable;
     });
     return writable;
@@ -66,7 +75,7 @@ bool isWritable(std::string_view value) {
 bool isAllowed(const PolicyDefinition& definition, std::string& value) {
     if (definition.allowedValues.empty()) {
         // Anything goes but what would keep all the other settings of the file from being read.
-        return isWritable(value);
+        return isWritable(definition.element, value);
     }
     for (const std::string& allowed : definition.allowedValues) {
         if (::strcasecmp(allowed.c_str(), value.c_str()) == 0) {

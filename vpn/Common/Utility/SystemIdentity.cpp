@@ -177,6 +177,9 @@ int compareVersions(const Version& a, const Version& b) {
 }
 
 bool versionHasPrefix(const Version& a, const Version& b) {
+    if (a.empty()) {
+        return false;
+    }
     const auto shared = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size()));
     return std::equal(a.begin(), a.begin() + shared, b.begin());
 }

@@ -43,7 +43,8 @@ using Version = std::vector<int32_t>;
 [[nodiscard]] Version parseVersion(const std::string& text, const std::string& separators);
 /// -1, 0 or 1; a missing number counts as 0.
 [[nodiscard]] int compareVersions(const Version& a, const Version& b);
-/// True if the first numbers, up to the shorter length, agree; so also if one version is empty.
+/// True if the first numbers of `a` and of its prefix `b`, up to the shorter length, agree. An empty `b` is a
+/// prefix of any version; an empty `a`, which is that of an unknown system, has none.
 [[nodiscard]] bool versionHasPrefix(const Version& a, const Version& b);
 /// The distribution's VERSION_ID, else the numbers of the record's description.
 void getOSVersion(Version& versionOut, const OSReleaseFiles& files = {});

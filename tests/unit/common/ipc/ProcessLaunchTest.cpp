@@ -551,7 +551,9 @@ TEST_F(ImpersonatedLaunch, LetsTheChildEndForAnUnknownUserWithoutADisplay) {
     ASSERT_EQ(launch(info, {childProgram(), "report", path("report")}), 0U);
     EXPECT_EQ(exitCodeOf(info.m_processId), kNotSetUp);
     EXPECT_FALSE(exists("report"));
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+    EXPECT_EQ(log.count('E', "Invoked Function: getpwnam\n"), 1) << log.dump();
+    EXPECT_EQ(log.count('E', std::string("error: Success; username: ") + kNobodysName), 1) << log.dump();
 }
 
 TEST_F(ImpersonatedLaunch, TakesTheFlagAndTheNameTogetherOnly) {

@@ -155,10 +155,19 @@ TEST_F(LocalPolicyGenerate, ValueThatIsNotAllowedIsDropped) {
 TEST_F(LocalPolicyGenerate, ValueThatNoDocumentCanHoldIsDropped) {
     EXPECT_EQ(generated({"upal=a\x01"}), "");
     expectWarning("a\x01 is not an allowed value for policy AuthorizedServerList");
-    for (const char* argument : {"rpc=\xFF", "rpc=a]]>", "upal=a]]>b", "upal=<;]]>"}) {
+    for (const char* argument :
+         {"rpc=\xFF", "rpc=a]]>", "rpc=a]]>,b", "upal=a]]>b", "upal=<;]]>", "upal=a]]>,&b"}) {
         EXPECT_EQ(generated({argument}), "") << argument;
         EXPECT_EQ(m_policy->getWarnings().size(), 1U) << argument;
     }
+}
+
+// Markup anywhere in it puts the whole value into sections; only the names of servers are texts of their own.
+TEST_F(LocalPolicyGenerate, ValueCountsAsAWholeUnlessItIsAListOfServers) {
+    EXPECT_EQ(generated({"rpc=a]]>,&b"}), "\n<RestrictPreferenceCaching><![CDATA[a]]]]><![CDATA[>,&b]]>"
+                                          "</RestrictPreferenceCaching>");
+    EXPECT_TRUE(m_policy->getWarnings().empty());
+    EXPECT_EQ(m_policy->LoadLocalTrellinkPolicy(), 0U) << m_log.dump();
 }
 
 TEST_F(LocalPolicyGenerate, FirstOfTwoValuesCounts) {

@@ -337,8 +337,12 @@ TEST(Versions, HaveAPrefixUpToTheShorterLength) {
     EXPECT_TRUE(versionHasPrefix({7}, {7, 9}));
     EXPECT_FALSE(versionHasPrefix({8, 7}, {7}));
     EXPECT_FALSE(versionHasPrefix({7, 9}, {7, 8, 1}));
-    EXPECT_TRUE(versionHasPrefix({}, {7}));
     EXPECT_TRUE(versionHasPrefix({7}, {}));
+}
+
+TEST(Versions, HaveNoPrefixWithoutNumbers) {
+    EXPECT_FALSE(versionHasPrefix({}, {7}));
+    EXPECT_FALSE(versionHasPrefix({}, {}));
 }
 
 TEST_F(SystemIdentity, VersionIsTheReleaseFilesVersionId) {
@@ -366,6 +370,8 @@ TEST_F(SystemIdentity, RedHat7IsAnyRedHatOfThatMajorVersion) {
     EXPECT_FALSE(isRedHat7(m_files));
     writeFile("os-release", "NAME=\"Other\"\nVERSION_ID=\"7\"\n");
     EXPECT_FALSE(isRedHat7(m_files));
+    writeFile("os-release", "NAME=\"Red Hat\"\nVERSION_ID=\"\"\n");
+    EXPECT_FALSE(isRedHat7(m_files)) << "of an unknown version";
 }
 
 TEST_F(SystemIdentity, RedHat7IsAlsoARedHatWithAnEmptyVersion) {
