@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <linux/ioprio.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
@@ -17,6 +16,10 @@
 namespace {
 
 constexpr int kNice = 10;
+/// For the calling process, and its disk class "idle". The kernel's header of these isn't for C++: it uses
+/// a keyword of that language as a name in some versions.
+constexpr int kIoTargetProcess = 1;
+constexpr int kIoClassIdle = 3 << 13;
 
 /// Logs a call that failed. @return false.
 bool fails(char severity, const char* call, int error) {
@@ -36,7 +39,7 @@ bool forbidLooks() {
 
 void stepBack() {
     // The C library has no function for it.
-    if (::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, IOPRIO_PRIO_VALUE(IOPRIO_CLASS_IDLE, 0)) != 0) {
+    if (::syscall(SYS_ioprio_set, kIoTargetProcess, 0, kIoClassIdle) != 0) {
         fails('W', "ioprio_set", errno);
     }
     if (::setpriority(PRIO_PROCESS, 0, kNice) != 0) {
