@@ -97,7 +97,7 @@ TEST_F(Worker, EncryptsWithThePasswordAndTellsItNobody) {
         EXPECT_NE(std::system("unzip -qq -P wrong -t /srv/job/archive >/dev/null 2>&1"), 0);
         auto files = bundle(job.password.str());
         EXPECT_EQ(files["plain.log"], "plain");
-        EXPECT_THAT(files["told"], HasSubstr("USER=caller"));
+        EXPECT_THAT(files["told"], HasSubstr("USER=root"));
         EXPECT_THAT(files["told"], Not(HasSubstr(job.password.str())));
         EXPECT_THAT(result.log, Not(HasSubstr(job.password.str())));
     });

@@ -1,5 +1,6 @@
 #include "CommandShell.h"
 
+#include "ChildEnvironment.h"
 #include "ChildSetup.h"
 #include "Handles.h"
 #include "Log.h"
@@ -59,7 +60,7 @@ private:
 
 [[noreturn]] void runShell(const char* command, const ChildSetup& setup, pid_t parent) noexcept {
     if (prepareChild(setup, parent)) {
-        ::execl("/bin/sh", "sh", "-c", command, nullptr);
+        ::execle("/bin/sh", "sh", "-c", command, nullptr, childVariables());
     }
     ::_exit(kExitNotRun);
 }

@@ -9,6 +9,7 @@
 #include "RequestNames.h"
 #include "ReturnCodes.h"
 #include "ServiceEnd.h"
+#include "ToolEnvironment.h"
 #include "WorkerCage.h"
 #include "WorkOrder.h"
 
@@ -56,13 +57,13 @@ std::string makeHomeStandIn(const std::string& jobFolder) {
 
 bool enterCage(const WorkOrder& order) {
     if (!awaitServiceEnd(order.service) || !enterFolder(order.jobFolder) ||
-        !limitResources(kWorkingParent, order.jobFolder)) {
+        !limitResources(kWorkingParent, order.jobFolder) || !keepDescriptors()) {
         return false;
     }
     const std::optional<std::string> home = closeFolders(order.caller, order.jobFolder);
     // A thread has to come after the mounts, which are those of one thread.
     return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order.jobFolder)) &&
-           endWithService();
+           makeToolEnvironment(order.jobFolder) && endWithService();
 }
 
 ProgressRecord runEngine(WorkOrder& order) {

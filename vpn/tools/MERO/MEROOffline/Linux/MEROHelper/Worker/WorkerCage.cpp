@@ -7,14 +7,20 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
+#include <system_error>
 #include <unistd.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char* kOwnDescriptors = "/proc/self/fd";
 constexpr int kNice = 10;
 /// For the calling process, and its disk class "idle". The kernel's header of these isn't for C++: it uses
 /// a keyword of that language as a name in some versions.
@@ -78,6 +84,18 @@ bool limitResources(const std::string& workingParent, const std::string& jobFold
     stepBack();
     limitFileSize(std::min(freeBytes(workingParent), freeBytes(jobFolder)));
     return forbidCoreDumps() && forbidLooks();
+}
+
+bool keepDescriptors() {
+    std::error_code error;
+    for (fs::directory_iterator entry(kOwnDescriptors, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const int descriptor = std::atoi(entry->path().filename().c_str());
+        if (descriptor > STDERR_FILENO && ::fcntl(descriptor, F_SETFD, FD_CLOEXEC) != 0) {
+            return fails('E', "fcntl", errno);
+        }
+    }
+    return !error || fails('E', "readdir", error.value());
 }
 
 bool clearEnvironment(const UserIdentity& caller, const std::string& home) {
