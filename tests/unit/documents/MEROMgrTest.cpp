@@ -1,7 +1,9 @@
 #include "MEROMgr.h"
 
 #include "DocumentTest.h"
+#include "InChild.h"
 #include "ReturnCodes.h"
+#include "SystemCallFilter.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -37,6 +39,17 @@ TEST_F(MEROMgrTest, AMissingFolderGivesNothingAndNoComplaint) {
     EXPECT_TRUE(manager.getResults().empty());
     EXPECT_TRUE(manager.getFailedFiles().empty());
     EXPECT_TRUE(m_log.lines().empty()) << m_log.dump();
+}
+
+TEST_F(MEROMgrTest, AFolderThatCantBeReadToItsEndIsAFailureItself) {
+    writeFile("set/a.xml", "<one/>");
+    inChild([this] {
+        replaceSystemCall(SYS_getdents64, EIO);
+        const MEROMgr manager = load();
+        EXPECT_TRUE(m_trees.empty());
+        EXPECT_EQ(manager.getFailedFiles(), (std::list<std::string>{path("set/")}));
+        EXPECT_TRUE(m_log.containsCode('E', "enumerateFiles", "readdir", EIO)) << m_log.dump();
+    });
 }
 
 TEST_F(MEROMgrTest, AnEmptyFolderGivesNothing) {

@@ -1,6 +1,5 @@
 #include "CommandShell.h"
 
-#include "ChildEnvironment.h"
 #include "ChildSetup.h"
 #include "Handles.h"
 #include "Log.h"
@@ -60,7 +59,7 @@ private:
 
 [[noreturn]] void runShell(const char* command, const ChildSetup& setup, pid_t parent) noexcept {
     if (prepareChild(setup, parent)) {
-        ::execle("/bin/sh", "sh", "-c", command, nullptr, childVariables());
+        ::execl("/bin/sh", "sh", "-c", command, nullptr);
     }
     ::_exit(kExitNotRun);
 }

@@ -5,7 +5,8 @@
 
 void printFailedFiles(const std::list<std::string>& paths) {
     for (const std::string& path : paths) {
-        printError("the configuration file '" + path +
+        // The folder itself stands for files that could not be listed.
+        printError((path.ends_with('/') ? "the configuration folder '" : "the configuration file '") + path +
                    "' can't be read, so its items are missing; the log tells why: journalctl -t zrn_merocli");
     }
 }

@@ -25,12 +25,12 @@ void addFile(const std::string& folder, const std::string& name, std::list<std::
     files.push_back(path);
 }
 
-/// The configuration files of a folder, in its order; none if it can't be opened.
-[[nodiscard]] std::list<std::string> enumerateFiles(const std::string& folder) {
-    std::list<std::string> files;
+/// Adds the configuration files of a folder, in its order; none if it can't be opened.
+/// @return false if the folder could not be read to its end.
+[[nodiscard]] bool enumerateFiles(const std::string& folder, std::list<std::string>& files) {
     const DirHandle stream(::opendir(folder.c_str()));
     if (!stream) {
-        return files; // a set without a folder is an empty set
+        return true; // a set without a folder is an empty set
     }
     errno = 0;
     for (const dirent* entry = ::readdir(stream.get()); entry != nullptr; entry = ::readdir(stream.get())) {
@@ -43,15 +43,21 @@ void addFile(const std::string& folder, const std::string& name, std::list<std::
     if (const int error = errno; error != 0) {
         ZRN_LOG_CODE_TEXT('E', "readdir", error, "File: %s\nError: %s", folder.c_str(),
                           std::generic_category().message(error).c_str());
+        return false;
     }
-    return files;
+    return true;
 }
 
 } // namespace
 
 MEROMgr::MEROMgr(std::list<MEROXmlObject*>& trees, const std::string& folder) {
-    for (const std::string& path : enumerateFiles(folder)) {
+    std::list<std::string> files;
+    const bool whole = enumerateFiles(folder, files);
+    for (const std::string& path : files) {
         parseFile(path, trees);
+    }
+    if (!whole) {
+        m_failedFiles.push_back(folder); // nobody knows how many files it stands for
     }
 }
 
