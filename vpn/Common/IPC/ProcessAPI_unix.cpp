@@ -6,6 +6,7 @@
 #include "LaunchPlan.h"
 #include "Log.h"
 #include "ReturnCodes.h"
+#include "StopRequest.h"
 #include "sysutils.h"
 
 #include <array>
@@ -26,6 +27,8 @@ namespace {
 constexpr uint32_t kWaitStepMs = 20;
 constexpr auto kEndStep = std::chrono::milliseconds(5);
 constexpr auto kEndLimit = std::chrono::seconds(5);
+/// The same for who has been asked to stop and is waited for in turn.
+constexpr auto kStoppedEndLimit = std::chrono::seconds(1);
 /// Bits of a wait status that are 0 only for a process that has exited; a status not set yet has them all.
 constexpr int kSignalBits = 0x7F;
 
@@ -64,6 +67,9 @@ uint32_t verifySignature(IFileVerifier* verifier, const ProcessLaunchInfo& info,
 
 /// @return 0 when a step of the wait has gone by without the event.
 uint32_t waitOneStep(CCEvent* event) {
+    if (isStopRequested()) {
+        return PROCESS_API_ERROR_WAIT_INTERRUPTED;
+    }
     if (event == nullptr) {
         sleepMsecs(kWaitStepMs);
         return 0;
@@ -77,9 +83,13 @@ uint32_t waitOneStep(CCEvent* event) {
 
 /// Waits until a child has ended or the limit is over; it stays to be reaped.
 ChildState awaitEnd(pid_t child) {
-    const auto deadline = std::chrono::steady_clock::now() + kEndLimit;
+    const auto start = std::chrono::steady_clock::now();
+    const auto isOver = [start] {
+        const auto waited = std::chrono::steady_clock::now() - start;
+        return waited >= kEndLimit || (isStopRequested() && waited >= kStoppedEndLimit);
+    };
     ChildState state = getChildState(child, false);
-    while (state == ChildState::Running && std::chrono::steady_clock::now() < deadline) {
+    while (state == ChildState::Running && !isOver()) {
         std::this_thread::sleep_for(kEndStep);
         state = getChildState(child, false);
     }

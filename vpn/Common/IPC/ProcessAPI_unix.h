@@ -72,12 +72,14 @@ public:
     /// @param reserved     not read.
     /// @param timeoutMs    0xFFFFFFFF without an event waits without end; 0 doesn't look at the child at all.
     /// @return 0; PROCESS_API_ERROR_WAIT_TIMEOUT, also for a child that a signal has ended;
-    /// PROCESS_API_ERROR_WAIT_INTERRUPTED; PROCESS_API_ERROR_UNKNOWN.
+    /// PROCESS_API_ERROR_WAIT_INTERRUPTED, also after a stop request, which a wait without end doesn't see;
+    /// PROCESS_API_ERROR_UNKNOWN.
     [[nodiscard]] uint32_t WaitForProcess(int pid, uint32_t* exitCodeOut, CCEvent* event, void* reserved,
                                           uint32_t timeoutMs);
     /// Ends the child with SIGTERM, or with SIGKILL if it has not gone after 5 seconds, and reaps it. If it
     /// leads a process group of its own all of that gets the signals, and SIGKILL when the leader has gone. A
-    /// process that isn't our child gets SIGTERM and is not waited for.
+    /// process that isn't our child gets SIGTERM and is not waited for. After a stop request one second takes
+    /// the place of the 5.
     /// @return 0, or PROCESS_API_ERROR_UNKNOWN if there is no such process, it may not be signalled, or it
     /// has survived SIGKILL for 5 seconds and was not reaped.
     [[nodiscard]] static uint32_t terminateProcess(int pid);

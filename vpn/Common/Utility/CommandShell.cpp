@@ -5,6 +5,7 @@
 #include "Log.h"
 #include "OutputPipe.h"
 #include "ReturnCodes.h"
+#include "StopRequest.h"
 
 #include <algorithm>
 #include <array>
@@ -26,6 +27,8 @@ namespace {
 constexpr std::size_t kBlockBytes = 16384;
 /// How often the shell is looked at where the kernel can't tell of its end.
 constexpr int kPollMs = 20;
+/// What a command has to clear up after a stop request.
+constexpr int kStoppedEndMs = 1000;
 /// What a shell gives for a command that can't be run, here for the shell itself.
 constexpr int kExitNotRun = 127;
 
@@ -41,13 +44,18 @@ public:
 
     // Each gives 0 or an errno.
     [[nodiscard]] int start(const char* command);
-    /// Reads until the shell has ended.
+    /// Reads until the shell has ended. After a stop request it ends with ECANCELED.
     [[nodiscard]] int readOutput(const Sink& sink);
-    /// Kills what is left of the shell's group and reaps the shell.
+    /// Kills what is left of the shell's group and reaps the shell. After a stop request they are asked
+    /// first.
     [[nodiscard]] int finish();
 
 private:
-    [[nodiscard]] bool waitForOutputOrEnd() const;
+    enum class Event { OutputOrNothing, Ended, Stopped };
+    [[nodiscard]] Event waitForEvent() const;
+    [[nodiscard]] bool isOutputClosed() const;
+    /// The command's processes get a moment to end by themselves.
+    void askToEnd() const;
     [[nodiscard]] ssize_t readBlock(std::size_t limitBytes, const Sink& sink);
     [[nodiscard]] int drain(const Sink& sink);
 
@@ -71,6 +79,9 @@ Shell::~Shell() {
 }
 
 int Shell::start(const char* command) {
+    if (isStopRequested()) {
+        return ECANCELED;
+    }
     FileDescriptor input;
     if (const int error = openOutputPipe(m_output, input); error != 0) {
         return error;
@@ -90,26 +101,36 @@ int Shell::start(const char* command) {
 }
 
 int Shell::readOutput(const Sink& sink) {
-    while (!waitForOutputOrEnd()) {
+    Event event = waitForEvent();
+    for (; event == Event::OutputOrNothing; event = waitForEvent()) {
+        if (!m_output) {
+            continue;
+        }
         const ssize_t length = readBlock(kBlockBytes, sink);
         if (length == 0) {
             // The command has closed its output and may go on with other work.
-            static_cast<void>(getChildState(m_pid, true));
-            return 0;
+            m_output.reset();
         }
         if (length < 0 && errno != EAGAIN && errno != EINTR) {
             return errno;
         }
     }
-    return drain(sink);
+    return event == Event::Stopped ? ECANCELED : drain(sink);
 }
 
-/// @return true when the shell has ended. Otherwise there is something to read, or one should wait again.
-bool Shell::waitForOutputOrEnd() const {
-    std::array<pollfd, 2> watched{{{m_output.get(), POLLIN, 0}, {m_endNotice.get(), POLLIN, 0}}};
+Shell::Event Shell::waitForEvent() const {
+    const int stop = stopDescriptor();
+    // What is -1 is passed over.
+    std::array<pollfd, 3> watched{
+        {{m_output.get(), POLLIN, 0}, {m_endNotice.get(), POLLIN, 0}, {stop, POLLIN, 0}}};
     // An interruption looks as if nothing had happened, and nothing is what is found to read then.
-    static_cast<void>(::poll(watched.data(), watched.size(), m_endNotice ? -1 : kPollMs));
-    return m_endNotice ? watched[1].revents != 0 : getChildState(m_pid, false) != ChildState::Running;
+    static_cast<void>(::poll(watched.data(), watched.size(), m_endNotice && stop >= 0 ? -1 : kPollMs));
+    if (isStopRequested()) {
+        return Event::Stopped;
+    }
+    const bool hasEnded =
+        m_endNotice ? watched[1].revents != 0 : getChildState(m_pid, false) != ChildState::Running;
+    return hasEnded ? Event::Ended : Event::OutputOrNothing;
 }
 
 /// read, with what was read given to the sink.
@@ -139,7 +160,31 @@ int Shell::drain(const Sink& sink) {
     return 0;
 }
 
+/// Whether all that could write has ended, or nearly. What is in the pipe is dropped: a full one would keep
+/// the command from ending.
+bool Shell::isOutputClosed() const {
+    if (!m_output) {
+        return true;
+    }
+    std::array<char, kBlockBytes> dropped; // NOLINT(cppcoreguidelines-pro-type-member-init): read fills it
+    return ::read(m_output.get(), dropped.data(), dropped.size()) == 0;
+}
+
+void Shell::askToEnd() const {
+    static_cast<void>(::kill(-m_pid, SIGTERM));
+    static_cast<void>(::kill(-m_pid, SIGCONT)); // who is stopped sees the other signal only now
+    for (int waitedMs = 0; waitedMs < kStoppedEndMs; waitedMs += kPollMs) {
+        if (isOutputClosed() && getChildState(m_pid, false) != ChildState::Running) {
+            return;
+        }
+        static_cast<void>(::poll(nullptr, 0, kPollMs));
+    }
+}
+
 int Shell::finish() {
+    if (isStopRequested() && getChildState(m_pid, false) != ChildState::NotOurs) {
+        askToEnd();
+    }
     m_output.reset();
     const pid_t pid = std::exchange(m_pid, -1);
     if (getChildState(pid, false) != ChildState::NotOurs) {

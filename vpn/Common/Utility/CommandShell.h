@@ -17,7 +17,7 @@ public:
 
     /// Each of these returns 0, GLOBAL_ERROR_NOT_INITIALIZED for an empty command, or
     /// GLOBAL_ERROR_UNEXPECTED, logged, when the shell could not be started or its output not be read or
-    /// kept; the output so far is kept then, and the command killed.
+    /// kept, or after a stop request; the output so far is kept then, and the command ended.
 
     /// @param output  gets the bytes in blocks as they come. Once it has failed the command runs on with its
     /// output dropped; its state is the caller's to look at. What it throws ends the command.

@@ -25,3 +25,4 @@ inline constexpr const char* kNoWorkingFolder =
     "Internal Error: failed to create temporary working folder...";
 inline constexpr const char* kAllFailed = "Internal Error: all configs failed...";
 inline constexpr const char* kNotZipped = "Internal Error: failed to zip the bundle...";
+inline constexpr const char* kStopped = "MERO was stopped before the bundle was complete...";

@@ -8,6 +8,7 @@
 #include "RegularFile.h"
 #include "ReturnCodes.h"
 #include "StepText.h"
+#include "StopRequest.h"
 
 #include <cstring>
 #include <ctime>
@@ -59,6 +60,9 @@ void reportTool(const std::string& status) {
 uint32_t MEROAction::callExtern(const std::string& path, const std::string& commandLine, bool captureStdout,
                                 const std::string& outputFile) {
     endTool();
+    if (isStopRequested()) {
+        return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
+    }
     m_pProcess = std::make_unique<CProcessApi>();
     const bool captured = captureStdout && !outputFile.empty();
     uint32_t code = 0;
@@ -67,6 +71,9 @@ uint32_t MEROAction::callExtern(const std::string& path, const std::string& comm
         code = captureTool(below ? path + "/" + commandLine : commandLine, commandLine, outputFile);
     } else {
         code = launchTool(path, commandLine);
+    }
+    if (code != 0 && isStopRequested()) {
+        return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
     }
     if (code != 0) {
         recordOmitted("N/A", "Failed to execute " + nameOf(commandLine));
@@ -132,6 +139,7 @@ uint32_t MEROAction::waitForTool(const std::string& toolName) {
         if (result == PROCESS_API_ERROR_WAIT_INTERRUPTED) {
             logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CProcessApi::WaitForProcess", result,
                           nullptr, nullptr);
+            endTool();
             return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
         }
         reportTool(status);

@@ -3,6 +3,7 @@
 #include "Files.h"
 #include "Log.h"
 #include "ReturnCodes.h"
+#include "StopRequest.h"
 #include "Summary.h"
 
 #include <string_view>
@@ -56,6 +57,9 @@ void MEROAction::performInstructions(const MEROComponent& kind, std::list<MEROCo
         return;
     }
     for (const MEROComponent* instruction : kind.getChildren()) {
+        if (isStopRequested()) {
+            return;
+        }
         MEROXmlObject subtree(instruction);
         std::list<MEROCollectedFile> found;
         uint32_t code = 0;

@@ -4,6 +4,7 @@
 #include "Log.h"
 #include "Names.h"
 #include "ReturnCodes.h"
+#include "StopRequest.h"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <filesystem>
@@ -81,6 +82,9 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
         }
     }
     for (const helperUtil::FoundFile& match : matches) {
+        if (isStopRequested()) {
+            return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
+        }
         const std::string targetFolder = targetFolderOf(match.directory, folderPart, m_info.directory);
         std::string failure = makeFolders(__func__, targetFolder);
         if (failure.empty()) {
@@ -108,6 +112,9 @@ uint32_t MEROCollectLogsAction::deepDirectoryCopy(const DirectoryActionAttrs& at
         return 0;
     }
     for (const helperUtil::FoundFile& match : matches) {
+        if (isStopRequested()) {
+            return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
+        }
         const std::string targetFolder =
             boost::algorithm::replace_all_copy(match.directory, attrs.translatedPath, m_info.directory + "/");
         const std::string source = match.directory + match.name;

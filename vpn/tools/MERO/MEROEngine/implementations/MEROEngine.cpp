@@ -8,6 +8,7 @@
 #include "Paths.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
+#include "StopRequest.h"
 #include "SummaryText.h"
 
 #include <algorithm>
@@ -101,6 +102,10 @@ uint32_t MEROEngine::fail(const char* message, uint32_t code) {
     return code;
 }
 
+uint32_t MEROEngine::failStopped() {
+    return fail(kStopped, MEROENGINE_ERROR_ACTION_CANCELED_BY_USER);
+}
+
 uint32_t MEROEngine::runCollectorThreads() {
     reportStep(1, kStarting);
     m_configLoader = std::make_unique<MEROXmlLoader>();
@@ -118,11 +123,17 @@ uint32_t MEROEngine::runCollectorThreads() {
     if (code != 0) {
         return code;
     }
+    if (isStopRequested()) {
+        return failStopped();
+    }
     code = makeWorkingFolder();
     if (code != 0) {
         return code;
     }
     collectAll();
+    if (isStopRequested()) {
+        return failStopped();
+    }
 
     // A failed collection counts once per group of its file, so the two counts may agree although a
     // configuration succeeded. Those who read the summary know the rule by its outcome; it stays.
@@ -286,6 +297,9 @@ uint32_t MEROEngine::zipBundle() {
     const uint32_t code = CZip().Zip(m_workingFolder, archive, m_password.view(), true);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::Zip", code);
+        if (isStopRequested()) {
+            return failStopped();
+        }
         return fail(kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE);
     }
     m_folderClaim.remove();
@@ -311,6 +325,9 @@ uint32_t MEROEngine::clearLogs() {
                                                   m_includeLegacyTree, m_collectSystemLogs);
     }
     for (MEROXmlObject* config : m_configTrees) {
+        if (isStopRequested()) {
+            return failStopped();
+        }
         if (config != nullptr) {
             // Null is the one thing that Clear refuses.
             static_cast<void>(m_collector->Clear(config));

@@ -42,10 +42,12 @@ public:
     void setArchivePath(const std::string& path) { m_archivePath = path; }
 
     /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as
-    /// far as fileDeleteDirectory goes; one that isn't this run's is never touched. Throws nothing.
+    /// far as fileDeleteDirectory goes; one that isn't this run's is never touched. Throws nothing. A stop
+    /// request ends its tools, and the run as soon as the threads have looked at it.
     /// @return 0, MEROENGINE_ERROR_NULL_POINTER (request without root), MEROENGINE_ERROR_INTERNAL (no good
     ///         configuration, all failed, or an exception), MEROENGINE_ERROR_WRITE_FAILURE (archive),
-    ///         MEROENGINE_ERROR_INVALID_XML (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder).
+    ///         MEROENGINE_ERROR_INVALID_XML (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder) or
+    ///         MEROENGINE_ERROR_ACTION_CANCELED_BY_USER (a stop was requested before the archive was there).
     [[nodiscard]] uint32_t run();
 
     /// Appends the failure block to the summary.
@@ -75,6 +77,8 @@ private:
     void loadConfigurationFolder();
     /// Logs, reports, and deletes the working folder. @return `code`.
     [[nodiscard]] uint32_t fail(const char* message, uint32_t code);
+    /// The same for a run that a stop request has ended.
+    [[nodiscard]] uint32_t failStopped();
     /// What is left to do when the run itself was ended by an exception.
     [[nodiscard]] uint32_t failUnexpectedly(const char* what) noexcept;
 

@@ -11,6 +11,7 @@
 #include "Progress.h"
 #include "ReturnCodes.h"
 #include "StepText.h"
+#include "StopRequest.h"
 #include "StringUtils.h"
 #include "Summary.h"
 #include "sysutils.h"
@@ -92,6 +93,10 @@ uint32_t collector::Collect(std::string& bundleFolder, MEROXmlObject* config) {
         } else {
             runDefaultLoop(*group, bundleFolder, info);
         }
+    }
+    if (isStopRequested()) {
+        // There will be no bundle, so nobody misses the section.
+        return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
     }
     const uint32_t summaryCode = writeSummary(bundleFolder, config);
     if (summaryCode != 0) {
@@ -187,6 +192,9 @@ void collector::runDefaultLoop(const MEROComponent& group, const std::string& bu
 }
 
 void collector::runItem(const MEROActionInfo& info) {
+    if (isStopRequested()) {
+        return;
+    }
     const auto threadId = boost::lexical_cast<std::string>(::gettid());
     ZRN_LOG('I', "Thread %s Continuing Collection On %s", threadId.c_str(), info.description.c_str());
     {
@@ -215,7 +223,7 @@ uint32_t collector::Clear(MEROXmlObject* config) {
 }
 
 void collector::clearItem(MEROComponent& file, MEROActionInfo& info) {
-    if (isUnwantedSystemLog(file) || !isDefault(file) || !findInstructions(file)) {
+    if (isStopRequested() || isUnwantedSystemLog(file) || !isDefault(file) || !findInstructions(file)) {
         return;
     }
     info.id = idOf(file);

@@ -1,5 +1,7 @@
 #include "FileAccess.h"
 
+#include "StopRequest.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -26,6 +28,11 @@ CopyOutcome copyBytes(int input, int output, uint64_t limit) {
     std::array<char, kBlockBytes> block{};
     CopyOutcome outcome;
     while (outcome.bytes < limit) {
+        if (isStopRequested()) {
+            outcome.failedCall = "copyBytes";
+            outcome.error = ECANCELED;
+            break;
+        }
         const size_t wanted = static_cast<size_t>(std::min<uint64_t>(limit - outcome.bytes, block.size()));
         const ssize_t got = readBlock(input, block.data(), wanted);
         if (got < 0) {

@@ -16,7 +16,7 @@ namespace helperUtil {
 
 /// How a copy from descriptor to descriptor went.
 struct CopyOutcome {
-    /// The call that failed, "read" or "write", or null.
+    /// The call that failed, "read" or "write", or "copyBytes" after a stop request, or null.
     const char* failedCall = nullptr;
     /// Its errno.
     int error = 0;

@@ -3,6 +3,7 @@
 #include "Log.h"
 #include "RegularFile.h"
 #include "ReturnCodes.h"
+#include "StopRequest.h"
 #include "sysutils.h"
 
 #include <cerrno>
@@ -213,6 +214,9 @@ void TreeCopy::readNames(DIR* folder, const std::string& source, std::vector<std
 
 void TreeCopy::copyEntry(const std::string& source, const std::string& destination,
                          const FolderCopy& folder) {
+    if (isStopRequested()) {
+        return;
+    }
     const CopyFailure failure = copyPath(source, destination, &folder);
     if (failure.code == 0) {
         return;

@@ -2,6 +2,7 @@
 #include "Files.h"
 #include "Log.h"
 #include "ReturnCodes.h"
+#include "StopRequest.h"
 #include "StringUtils.h"
 
 #include <algorithm>
@@ -165,6 +166,10 @@ uint32_t listFolder(const std::string& directory, Listing& listing, const Listed
         if (!entry.isDirectory) {
             listing.results.push_back(std::move(entry));
             continue;
+        }
+        // A single folder is listed to its end: the working folder is removed by such a list.
+        if (isStopRequested()) {
+            return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
         }
         const uint32_t code = listFolder(directory + entry.name + "/", listing, &here);
         if (code != 0) {
