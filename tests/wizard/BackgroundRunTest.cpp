@@ -1,5 +1,6 @@
 #include "BackgroundRun.h"
 
+#include "NoNewThreads.h"
 #include "Progress.h"
 #include "WizardFixture.h"
 
@@ -55,7 +56,56 @@ TEST(BackgroundRun, KeepsItsContextAsLong) {
     EXPECT_FALSE(BackgroundRun::anyUnderWay());
 }
 
+/// Notes the thread that it ran on.
+class NotingJob : public Runnable {
+public:
+    void run() override { ranOn = Thread::getCurrentThreadId(); }
+    pthread_t ranOn = 0;
+};
+
+TEST(BackgroundRun, IsNoneWithoutAThread) {
+    const auto job = std::make_shared<NotingJob>();
+    {
+        const NoNewThreads limit;
+        EXPECT_EQ(BackgroundRun::start(job, nullptr), nullptr);
+    }
+    EXPECT_EQ(job->ranOn, pthread_t{0});
+    EXPECT_FALSE(BackgroundRun::anyUnderWay());
+    EXPECT_EQ(job.use_count(), 1);
+}
+
+TEST(BackgroundRun, TakesTheCallersThreadWhereItMay) {
+    const auto job = std::make_shared<NotingJob>();
+    {
+        const NoNewThreads limit;
+        EXPECT_EQ(BackgroundRun::startOrRun(job, nullptr), nullptr);
+    }
+    EXPECT_EQ(job->ranOn, ::pthread_self());
+    EXPECT_FALSE(BackgroundRun::anyUnderWay());
+    const auto thread = BackgroundRun::startOrRun(job, nullptr);
+    ASSERT_NE(thread, nullptr);
+    thread->join();
+    EXPECT_NE(job->ranOn, ::pthread_self());
+}
+
 using RunningJob = Wizard;
+
+TEST_F(RunningJob, ThatGetsNoThreadShowsItsFailure) {
+    open();
+    // What GLib needs for the bus is made by then.
+    m_window->startMERO("first.xml");
+    settle();
+    EXPECT_NE(page(), static_cast<int>(WizardPage::Result));
+    {
+        const NoNewThreads limit;
+        m_window->startMERO("second.xml");
+    }
+    settle();
+    EXPECT_EQ(page(), static_cast<int>(WizardPage::Result));
+    EXPECT_EQ(label("labelResultMsg"),
+              "An internal error occurred while creating the MERO bundle.  Please try again later.");
+    EXPECT_FALSE(BackgroundRun::anyUnderWay());
+}
 
 TEST_F(RunningJob, OutlivesTheWindowAndReportsIntoTheVoid) {
     HeldJobs held;

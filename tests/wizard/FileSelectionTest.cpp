@@ -1,4 +1,5 @@
 #include "BackgroundRun.h"
+#include "NoNewThreads.h"
 #include "ReturnCodes.h"
 #include "SelectionPicture.h"
 #include "SelectionWalk.h"
@@ -262,6 +263,19 @@ TEST_F(FileSelection, BlocksBackAndNextButNotCancelWhileItScans) {
     EXPECT_TRUE(sensitive("buttonBack"));
     ASSERT_NE(treeView(), nullptr);
     EXPECT_TRUE(gtk_widget_get_mapped(GTK_WIDGET(treeView())));
+}
+
+TEST_F(FileSelection, ScansWithoutAThreadOfItsOwnToo) {
+    open();
+    {
+        const NoNewThreads limit;
+        goToScanningPage();
+    }
+    EXPECT_FALSE(BackgroundRun::anyUnderWay());
+    settle();
+    EXPECT_TRUE(sensitive("buttonBack"));
+    EXPECT_TRUE(sensitive("buttonNext"));
+    EXPECT_NE(treeView(), nullptr);
 }
 
 TEST_F(FileSelection, WithoutConfigurationIsEmptyAndMayBePassed) {

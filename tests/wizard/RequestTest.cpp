@@ -1,3 +1,4 @@
+#include "NoNewThreads.h"
 #include "ReturnCodes.h"
 #include "WizardFixture.h"
 
@@ -85,6 +86,16 @@ TEST_F(Request, StartsItsJobOnlyWhenItIsWritten) {
     EXPECT_EQ(messageDialog(), nullptr);
     EXPECT_NE(job().requestPath, "");
     EXPECT_NE(messageDialog(), nullptr);
+}
+
+TEST_F(Request, IsWrittenWithoutAThreadOfItsOwnToo) {
+    openWithItems();
+    walkToEncryption();
+    {
+        const NoNewThreads limit;
+        gtk_button_clicked(GTK_BUTTON(LookUpWidget("buttonNext")));
+    }
+    EXPECT_NE(readFile(job().requestPath).find("\"one\""), std::string::npos);
 }
 
 TEST_F(Request, IsWrittenOnReturnInAPasswordEntry) {

@@ -1,5 +1,6 @@
 #include "ChildProcess.h"
 #include "EngineRun.h"
+#include "NoNewThreads.h"
 #include "ReturnCodes.h"
 
 #include <array>
@@ -97,6 +98,17 @@ protected:
         return std::to_string(code) + " " + message;
     }
 };
+
+TEST_F(FaultRun, CollectsOnTheCallersThreadWhereThereIsNoOther) {
+    writeThreeItems();
+    {
+        const NoNewThreads limit;
+        EXPECT_EQ(run(), 0u);
+    }
+    unpack();
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "two.log", "three.log", "summary.txt"));
+    EXPECT_TRUE(m_log.contains('W', "The work is done by 0 threads")) << m_log.dump();
+}
 
 TEST_F(FaultRun, PassesPipesSocketsAndBrokenLinksBy) {
     writeFile("logs/good.log", "good");

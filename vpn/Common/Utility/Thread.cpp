@@ -28,7 +28,9 @@ Thread::Thread(Runnable* runnable) : m_runnable(runnable) {}
 
 void Thread::start() {
     // The new thread may ask for its own handle, which therefore goes straight into the field.
-    if (::pthread_create(&m_handle, nullptr, threadEntry, m_runnable) != 0) {
+    const int failure = ::pthread_create(&m_handle, nullptr, threadEntry, m_runnable);
+    if (failure != 0) {
+        ZRN_LOG_CODE('E', "pthread_create", failure);
         // The field may hold anything now; join must not wait for it.
         m_handle = 0;
     }

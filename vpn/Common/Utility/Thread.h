@@ -20,8 +20,10 @@ public:
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
-    /// Starts a thread in the runnable's run. A failure to create it shows nowhere.
+    /// Starts a thread in the runnable's run. A failure to create it is logged; isStarted tells of it.
     void start();
+    /// Whether start has made a thread that was not joined yet.
+    [[nodiscard]] bool isStarted() const { return m_handle != 0; }
     /// Waits for the thread's end. Returns at once when it was never started, was joined before or is the
     /// caller itself.
     void join();

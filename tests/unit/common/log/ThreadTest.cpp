@@ -1,9 +1,10 @@
 #include "Thread.h"
 
-#include "AddressSpaceLimit.h"
 #include "CapturedLog.h"
+#include "NoNewThreads.h"
 
 #include <atomic>
+#include <cerrno>
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
@@ -149,27 +150,26 @@ TEST(Thread, CancelledJobUnwindsWithoutALine) {
     EXPECT_TRUE(log.lines().empty()) << log.dump();
 }
 
-TEST(Thread, FailureToCreateShowsNowhereAndJoinReturnsAtOnce) {
+TEST(Thread, FailureToCreateIsToldAndJoinReturnsAtOnce) {
     const CapturedLog log;
-    pthread_attr_t former;
-    ASSERT_EQ(::pthread_getattr_default_np(&former), 0);
-    pthread_attr_t huge;
-    ASSERT_EQ(::pthread_attr_init(&huge), 0);
-    ASSERT_EQ(::pthread_attr_setstacksize(&huge, std::size_t{4} << 30U), 0);
     bool ran = false;
     Job job([&] { ran = true; });
     Thread thread(&job);
-    ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
+    EXPECT_FALSE(thread.isStarted());
     {
-        const AddressSpaceLimit limit;
+        const NoNewThreads limit;
         thread.start();
     }
-    ASSERT_EQ(::pthread_setattr_default_np(&former), 0);
+    EXPECT_FALSE(thread.isStarted());
     thread.join();
     EXPECT_FALSE(ran);
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
-    ::pthread_attr_destroy(&huge);
-    ::pthread_attr_destroy(&former);
+    EXPECT_TRUE(log.containsCode('E', "start", "pthread_create", EAGAIN)) << log.dump();
+    EXPECT_EQ(log.lines().size(), 1U);
+    thread.start();
+    EXPECT_TRUE(thread.isStarted());
+    thread.join();
+    EXPECT_TRUE(ran);
+    EXPECT_FALSE(thread.isStarted());
 }
 
 TEST(Thread, HasAVirtualDestructor) {

@@ -10,10 +10,9 @@
 #include "ReturnCodes.h"
 #include "StopRequest.h"
 #include "SummaryText.h"
+#include "WorkerPool.h"
 
 #include <algorithm>
-#include <boost/asio/post.hpp>
-#include <boost/asio/thread_pool.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
@@ -206,14 +205,14 @@ uint32_t MEROEngine::makeWorkingFolder() {
 }
 
 void MEROEngine::collectAll() {
-    boost::asio::thread_pool pool(collectorThreadCount(std::thread::hardware_concurrency()));
+    WorkerPool pool(collectorThreadCount(std::thread::hardware_concurrency()));
     reportStep(4, kReading);
     uint32_t index = 0;
     for (MEROXmlObject* config : m_configTrees) {
         if (config != nullptr) {
             const auto worker = std::make_shared<collector>(m_request, m_requestedFiles, m_targetPath,
                                                             m_includeLegacyTree, m_collectSystemLogs);
-            boost::asio::post(pool, [self = shared_from_this(), worker, config, index] {
+            pool.post([self = shared_from_this(), worker, config, index] {
                 self->runTask(config, index, *worker);
             });
         }

@@ -18,8 +18,21 @@ std::unique_ptr<Thread> BackgroundRun::start(std::shared_ptr<Runnable> job, std:
     auto thread = std::make_unique<Thread>(run.get());
     ++g_runsUnderWay;
     thread->start();
+    if (!thread->isStarted()) {
+        --g_runsUnderWay;
+        return nullptr;
+    }
     // The thread owns the run from here on and may have ended it already.
     static_cast<void>(run.release());
+    return thread;
+}
+
+std::unique_ptr<Thread> BackgroundRun::startOrRun(const std::shared_ptr<Runnable>& job,
+                                                  const std::shared_ptr<void>& context) {
+    auto thread = start(job, context);
+    if (thread == nullptr) {
+        job->run();
+    }
     return thread;
 }
 

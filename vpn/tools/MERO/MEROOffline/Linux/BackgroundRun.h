@@ -11,11 +11,15 @@ public:
     /// Starts the job's run on a new thread.
     /// @param job      kept until its run has returned.
     /// @param context  whatever else the thread uses, kept as long; may be null.
-    /// @return the started thread; destroying it has no effect on the run.
+    /// @return the started thread; destroying it has no effect on the run. Null when there is no thread to be
+    /// had: the job doesn't run then.
     [[nodiscard]] static std::unique_ptr<Thread> start(std::shared_ptr<Runnable> job,
                                                        std::shared_ptr<void> context);
-    /// True while any run of the process has not come to its end. A thread that could not be made counts as a
-    /// run without an end.
+    /// The same for a job that takes no time to speak of: without a thread it runs on the caller's, before
+    /// this returns null.
+    [[nodiscard]] static std::unique_ptr<Thread> startOrRun(const std::shared_ptr<Runnable>& job,
+                                                            const std::shared_ptr<void>& context);
+    /// True while any run of the process has not come to its end.
     [[nodiscard]] static bool anyUnderWay();
 
     /// Called by the started thread, once; destroys this object.

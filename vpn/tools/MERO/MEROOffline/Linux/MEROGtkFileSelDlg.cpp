@@ -72,7 +72,7 @@ void CMEROGtkFileSelDlg::startScan() {
     }
     setSensitive("buttonBack", false);
     setSensitive("buttonNext", false);
-    m_pParserThread = BackgroundRun::start(m_pParser, m_pMainWindow->relay());
+    m_pParserThread = BackgroundRun::startOrRun(m_pParser, m_pMainWindow->relay());
 }
 
 void CMEROGtkFileSelDlg::addModule(const std::string& rootName, const ModuleItem& module) {

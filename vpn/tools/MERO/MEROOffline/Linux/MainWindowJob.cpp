@@ -1,6 +1,7 @@
 #include "BackgroundRun.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
+#include "ReturnCodes.h"
 #include "UserTexts.h"
 
 void CMEROGtkMainWindow::startBundleJob() {
@@ -12,7 +13,7 @@ void CMEROGtkMainWindow::startBundleJob() {
     m_pReqGenerator.reset();
     m_pReqThread.reset();
     m_pReqGenerator = std::make_shared<GenerateReqXML>(m_relay.get());
-    m_pReqThread = BackgroundRun::start(m_pReqGenerator, m_relay);
+    m_pReqThread = BackgroundRun::startOrRun(m_pReqGenerator, m_relay);
 }
 
 void CMEROGtkMainWindow::startMERO(const std::string& requestPath) {
@@ -30,4 +31,8 @@ void CMEROGtkMainWindow::startMERO(const std::string& requestPath) {
     m_pOffline =
         std::make_shared<MEROOffline>(m_relay.get(), requestPath, "", m_bundlePath, m_password, false);
     m_pOfflineThread = BackgroundRun::start(m_pOffline, m_relay);
+    if (m_pOfflineThread == nullptr) {
+        // On this thread the window would be dead for as long as the job takes.
+        updateStatus(nullptr, MEROENGINE_ERROR_INTERNAL);
+    }
 }
