@@ -38,6 +38,10 @@ def cut(name, count):
     return "[The output of '%s' was cut here: only the first %d bytes are kept.]\n" % (name, count)
 
 
+def beginning_cut(name, count):
+    return "[The beginning of the output of '%s' was cut: only the last %d bytes are kept.]\n" % (name, count)
+
+
 class ScriptTest(ConsoleTest):
     def run_script(self, *arguments, script=(SCRIPT,), input=b"", **options):
         """What the script prints; its status is 0 and its standard error empty."""
@@ -138,6 +142,40 @@ class ToolScript(ScriptTest):
         path = self.program("fail", "echo 123456789; exit 5")
         self.assertEqual(self.run_script("-b", "4", path).decode(), "1234\n" + cut(path, 4))
 
+    def testTheEndOfALongOutputIsKept(self):
+        for count in (1, 2, 4096, 65536, 70000):
+            content = os.urandom(count)
+            path = self.write("content", content)
+            self.assertEqual(self.run_script("-e", "-b", str(count), "cat", path), content)
+            self.write("content", b"x" + content)
+            self.assertEqual(self.run_script("-e", "-b", str(count), "cat", path),
+                             content + b"\n" + beginning_cut("cat", count).encode())
+
+    def testEndOfAnEndlessOutputIsKept(self):
+        self.assertEqual(self.run_script("-e", "-t", "1", "-b", "4", "yes").decode(),
+                         "y\ny\n\n" + beginning_cut("yes", 4) + "\n" + ended("yes", 1))
+
+    def testEndOfNothingIsTold(self):
+        self.assertEqual(self.run_script("-e", "true"), b"[The program 'true' has printed nothing.]\n")
+
+    def testFailureIsToldBehindAnEndThatIsKept(self):
+        path = self.program("fail", "echo 123456789; exit 5")
+        self.assertEqual(self.run_script("-e", "-b", "4", path).decode(),
+                         "789\n\n" + beginning_cut(path, 4) + "\n" + failed(path, 5))
+
+    def testNamedStatusIsNoFailure(self):
+        path = self.program("none", "echo none; exit 3")
+        for options in (("-s", "3"), ("-s", "1,3"), ("-s", "1", "-s", "3"), ("-e", "-s", "3,1")):
+            self.assertEqual(self.run_script(*options, path), b"none\n", options)
+        for status in ("1", "33", "30", "13,31"):
+            self.assertEqual(self.run_script("-s", status, path).decode(), "none\n\n" + failed(path, 3))
+
+    def testNamedStatusWithoutOutputIsTold(self):
+        self.assertEqual(self.run_script("-s", "1", "false"), b"[The program 'false' has printed nothing.]\n")
+
+    def testNamedStatusDoesNotHideAnEnd(self):
+        self.assertEqual(self.run_script("-s", "1", "-t", "1", "sleep", "1000").decode(), "\n" + ended("sleep", 1))
+
     def testStandardInputIsEmpty(self):
         path = self.program("ask", "cat; echo end")
         self.assertEqual(self.run_script(path, input=b"secret"), b"end\n")
@@ -194,10 +232,12 @@ class ToolScript(ScriptTest):
     def testWrongArgumentsAreToldOnStandardError(self):
         for arguments in ((), ("",), ("-x",), ("-t",), ("-b",), ("-t", "1"), ("-t", "0", "ls"), ("-t", "-1", "ls"),
                           ("-t", "x", "ls"), ("-t", "", "ls"), ("-t", "1.5", "ls"), ("-b", "0", "ls"), ("-b", "4k", "ls"),
-                          ("-b", "1234567890", "ls"), ("--help",)):
+                          ("-b", "1234567890", "ls"), ("--help",), ("-s",), ("-s", "1"), ("-s", "", "ls"), ("-s", "1,", "ls"),
+                          ("-s", ",1", "ls"), ("-s", "1,,2", "ls"), ("-s", "x", "ls"), ("-s", "-1", "ls"), ("-e",)):
             done = subprocess.run([SCRIPT, *arguments], stdin=subprocess.DEVNULL, capture_output=True)
             self.assertEqual((done.returncode, done.stdout), (2, b""), arguments)
-            self.assertEqual(done.stderr, b"usage: tool-output [-t SECONDS] [-b BYTES] PROGRAM [ARGUMENT...]\n")
+            self.assertEqual(done.stderr, b"usage: tool-output [-t SECONDS] [-b BYTES] [-e] [-s STATUS[,STATUS...]] "
+                                          b"PROGRAM [ARGUMENT...]\n")
 
     def testLeavesNothingInTheCurrentFolder(self):
         self.run_script("echo", "x")
@@ -216,18 +256,22 @@ class ToolScript(ScriptTest):
                              "\n" + ended("sleep", 1), shell)
             self.assertEqual(self.run_script("-b", "2", "yes", script=(*shell, SCRIPT)).decode(),
                              "y\n\n" + cut("yes", 2), shell)
+            self.assertEqual(self.run_script("-e", "-b", "3", "-s", "3", path, script=(*shell, SCRIPT)), b"\001\377", shell)
+            self.assertEqual(self.run_script("-e", "-b", "2", "seq", "3", script=(*shell, SCRIPT)).decode(),
+                             "3\n\n" + beginning_cut("seq", 2), shell)
             self.assertEqual(self.run_script("none", script=(*shell, SCRIPT)).decode(), missing("none"), shell)
 
     def testWithoutTheTimeoutProgramThereIsNoLimitOfTime(self):
         os.makedirs(self.path("bin"))
-        for name in ("sh", "cat", "echo", "yes", "head", "dd", "od", "tr", "false"):
+        for name in ("sh", "cat", "echo", "yes", "head", "dd", "od", "tr", "false", "tail", "tee", "wc"):
             os.symlink(shutil.which(name), self.path("bin", name))
         with open(SCRIPT) as file:
             text = re.sub(r"(?m)^PATH=.*$", "PATH=" + self.path("bin"), file.read())
         script = self.write("script", text)
         for arguments, output in ((("echo", "x"), "x\n"), (("none",), missing("none")), (("timeout",), missing("timeout")),
                                   (("false",), "\n" + failed("false", 1)),
-                                  (("-b", "4", "yes"), "y\ny\n\n" + cut("yes", 4))):
+                                  (("-b", "4", "yes"), "y\ny\n\n" + cut("yes", 4)),
+                                  (("-e", "-b", "2", "echo", "abc"), "c\n\n" + beginning_cut("echo", 2))):
             self.assertEqual(self.run_script(*arguments, script=("/bin/sh", script)).decode(), output)
 
     def testIsExecutableAndBesideThePrograms(self):
