@@ -25,10 +25,18 @@ SECRET = (
     "*/machine-id", "*core.*", "*.dmp")
 # Files that may hold something private, or grow without a bound: never in a default bundle.
 PRIVATE = ("*/log/journal*", "*profile/*", "*preferences*", "*/auth.log*", "*/secure*", "*xsession*", "*/interfaces*",
-           "*/dpkg/status")
+           "*/ifcfg-*", "*/ifroute-*", "*/dpkg/status", "*/apt/history.log*", "*/zypp/history*", "*/dnf.log*", "*/dnf5.log*")
 SCHEMES = ("Whole File", "Data (front or end)", "Truncate end", "Truncate front", "No")
+# Facilities of the journal with accounts, mistyped passwords, addresses or command lines: mail, authentication, timed
+# commands, file transfer.
+PRIVATE_FACILITIES = {2, 4, 9, 10, 11}
+LONGEST_LOG_LINES = 10000
+LONGEST_OUTPUT_BYTES = 4194304
+# A command line of the set: the script, its options, the program and its arguments.
+LINE = re.compile(r"tool-output((?: -e| -[tb] \d+| -s \d+(?:,\d+)*)*) ([\w-]+)(?: (.*))?")
 # The programs that the set may run, with the arguments that they may get: they read, ask nobody and wait for nothing.
 TOOLS = {
+    "NetworkManager": r"--print-config",
     "aa-status": r"",
     "chronyc": r"-n tracking",
     "df": r"--local [a-z -]+",
@@ -40,7 +48,8 @@ TOOLS = {
           r"|xfrm policy)",
     "ip6tables-save": r"-c",
     "iptables-save": r"-c",
-    "journalctl": r"--no-pager --lines=\d+( '--unit=\*[a-z]+\*'| --identifier=zrn_[a-z]+)+",
+    "journalctl": r"--no-pager (--lines=\d+( '--unit=\*[a-z]+\*'| --identifier=zrn_[a-z]+)+|--dmesg --boot(=-1)? --lines=\d+"
+                  r"|--system --boot(=-1)? --lines=\d+( SYSLOG_FACILITY=\d+)+ \+ _TRANSPORT=journal _UID=0)",
     "lsblk": r"--output [A-Z,]+",
     "lscpu": r"",
     "lspci": r"-nn -k",
@@ -55,14 +64,15 @@ TOOLS = {
     "sestatus": r"",
     "ss": r"(--summary|--tcp --udp --raw --all --numeric --processes)",
     "systemctl": r"--no-pager --full --plain (--all --type=service )?list-units( --failed)?",
-    "systemd-analyze": r"--no-pager time",
+    "systemd-analyze": r"--no-pager (time|cat-config( systemd/[a-z]+\.conf)+|cat-config (sysctl|modprobe|modules-load)\.d)",
     "systemd-detect-virt": r"",
     "timedatectl": r"--no-pager (status|timesync-status)",
     "uptime": r"",
+    "wicked": r"show all",
 }
-# What names networks or accounts, makes the kernel load a module of the packet filter or of IPsec, prints the system's
-# log or a line for each package: never in a default bundle.
-TOOLS_BY_CHOICE = ("dmesg --ctime", "dpkg-query --show", "firewall-cmd --list-all-zones", "ip xfrm policy", "ip6tables-save -c",
+# What names networks or accounts, makes the kernel load a module of the packet filter or of IPsec, or prints a line for
+# each package: never in a default bundle.
+TOOLS_BY_CHOICE = ("dpkg-query --show", "firewall-cmd --list-all-zones", "ip xfrm policy", "ip6tables-save -c",
                    "iptables-save -c", "nft list ruleset", "nmcli connection show", "nmcli device show",
                    "pacman --query", "rpm --query --all")
 # Columns of ps with neither the arguments, the environment nor the owner's name of a process.
@@ -75,6 +85,12 @@ CLEARABLE = ("/var/log/varnel/*", "$HOME/.varnel/*")
 def matches(path, patterns):
     """Whether a configured path, wildcards of its own included, could name a file of these patterns."""
     return any(fnmatch.fnmatch(path, pattern) or fnmatch.fnmatch(pattern, path) for pattern in patterns)
+
+
+def program_of(line):
+    """The program that a command line has the script run, with its arguments."""
+    match = LINE.fullmatch(line)
+    return " ".join(filter(None, match.groups()[1:]))
 
 
 class ConfigurationSet(unittest.TestCase):
@@ -187,10 +203,10 @@ class ConfigurationSet(unittest.TestCase):
                 for name in ("plugin", "stdout"):
                     self.assertIsNone(action.find(name).text, place)
                 self.assertFalse(any(child.attrib for child in action), place)
-                self.assertTrue(action.findtext("args").startswith("tool-output "), place)
+                self.assertRegex(action.findtext("args"), LINE, place)
 
     def testCommandLinesAreMadeOfPlainWordsAndQuotedOnes(self):
-        word = r"(?:[\w.,=-]+|'[\w.,=*-]+')"
+        word = r"(?:[\w.,=/+-]+|'[\w.,=*-]+')"
         for place, _, item in self.items():
             for line, _ in self.tools(item):
                 self.assertRegex(line, r"\A" + word + "(?: " + word + r")*\Z", place)
@@ -204,7 +220,7 @@ class ConfigurationSet(unittest.TestCase):
         seen = set()
         for place, _, item in self.items():
             for line, _ in self.tools(item):
-                name, _, arguments = line.removeprefix("tool-output ").partition(" ")
+                name, _, arguments = program_of(line).partition(" ")
                 self.assertIn(name, TOOLS, place)
                 self.assertRegex(arguments, r"\A(?:" + TOOLS[name] + r")\Z", place)
                 seen.add(name)
@@ -216,11 +232,51 @@ class ConfigurationSet(unittest.TestCase):
         self.assertEqual(len(lists), 1)
         self.assertLessEqual(set(lists[0].rsplit(" ", 1)[1].split(",")), PROCESS_COLUMNS)
 
+    def lines(self, identity):
+        """Command lines of an item, and whether it is in a default bundle."""
+        (item,) = (item for _, _, item in self.items() if item.get("id") == identity)
+        return [line for line, _ in self.tools(item)], item.findtext("default") == "true"
+
+    def testSystemLogsHoldTheJournalOfTwoBootsAndTheKernelsMessages(self):
+        lines, default = self.lines("system-logs")
+        self.assertTrue(default)
+        starts = ["--system --boot ", "--system --boot=-1 ", "--dmesg --boot "]
+        self.assertEqual(len(lines), len(starts))
+        for line, start in zip(lines, starts):
+            self.assertTrue(program_of(line).startswith("journalctl --no-pager " + start), line)
+
+    def testKernelLogHoldsTheMessagesOfTwoBoots(self):
+        lines, default = self.lines("kernel-log")
+        self.assertTrue(default)
+        self.assertEqual([program_of(line).rpartition(" ")[0] for line in lines],
+                         ["dmesg", "journalctl --no-pager --dmesg --boot=-1"])
+
+    def testJournalIsBoundedInLinesAndKeepsTheNewestBytes(self):
+        seen = 0
+        for place, _, item in self.items():
+            for line, _ in self.tools(item):
+                if program_of(line).startswith("journalctl "):
+                    options = LINE.fullmatch(line).group(1)
+                    self.assertIn(" -e", options, place)
+                    # Without entries of what it is asked for it has not failed.
+                    self.assertIn(" -s 1", options, place)
+                    limit = re.search(r" -b (\d+)", options)
+                    self.assertLessEqual(int(limit.group(1)) if limit else 0, LONGEST_OUTPUT_BYTES, place)
+                    self.assertLessEqual(int(re.search(r" --lines=(\d+)", line).group(1)), LONGEST_LOG_LINES, place)
+                    seen += 1
+        self.assertGreaterEqual(seen, 6)
+
+    def testJournalLeavesOutAuthenticationAndMail(self):
+        for line in self.lines("system-logs")[0]:
+            facilities = {int(number) for number in re.findall(r"SYSLOG_FACILITY=(\d+)", line)}
+            self.assertEqual(facilities & PRIVATE_FACILITIES, set(), line)
+            self.assertTrue(facilities or " --dmesg " in line, line)
+
     def testToolsByChoiceAreNotInADefaultBundle(self):
         lines = {}
         for _, _, item in self.items():
             for line, _ in self.tools(item):
-                lines.setdefault(item.findtext("default"), set()).add(line.removeprefix("tool-output "))
+                lines.setdefault(item.findtext("default"), set()).add(program_of(line))
         for tool in TOOLS_BY_CHOICE:
             self.assertIn(tool, lines["false"])
             self.assertNotIn(tool, lines["true"])
@@ -321,6 +377,16 @@ class ShippedRun(JobTest):
                     self.assertTrue(text[place + len(banner):end].strip(), text)
         self.assertNotIn("Failed to execute", summary)
         return set(outputs)
+
+    def testNoSystemLogsLeavesTheJournalOut(self):
+        def logs(item):
+            return item.get("id") in ("system-logs", "kernel-log")
+        names = self.assert_outputs(self.outputs(logs))
+        self.assertGreaterEqual(len(names), 5)
+        status, _, errors = self.run_console("collect", "--target", "b.zip", "--no-system-logs")
+        self.assertEqual(status, 0, errors)
+        with zipfile.ZipFile(self.path("b.zip")) as archive:
+            self.assertEqual(names & set(archive.namelist()), set())
 
     def testEveryToolOfADefaultBundleHasItsFile(self):
         names = self.assert_outputs(self.outputs(lambda item: item.findtext("default") == "true"))

@@ -205,14 +205,14 @@ TEST_F(CollectorDefaultLoop, NotesAnItemWithoutAnId) {
 }
 
 TEST_F(CollectorDefaultLoop, CollectsSystemLogsUnlessTheFlagSaysNo) {
-    const std::string files =
-        logItem("system-logs") + logItem("system-log-hist") + logItem("system-logs-too");
+    const std::string files = logItem("system-logs") + logItem("system-log-hist") + logItem("kernel-log") +
+                              logItem("system-logs-too");
     collectWell(group(files));
-    EXPECT_THAT(processed(), ElementsAre("system-log-hist", "system-logs", "system-logs-too"));
+    EXPECT_THAT(processed(), ElementsAre("kernel-log", "system-log-hist", "system-logs", "system-logs-too"));
     m_collectSystemLogs = false;
     collectWell(group(files));
-    EXPECT_THAT(processed(),
-                ElementsAre("system-log-hist", "system-logs", "system-logs-too", "system-logs-too"));
+    EXPECT_THAT(processed(), ElementsAre("kernel-log", "system-log-hist", "system-logs", "system-logs-too",
+                                         "system-logs-too"));
     EXPECT_THAT(summary(), Not(HasSubstr("Notes:")));
 }
 
@@ -283,7 +283,7 @@ TEST_F(CollectorClear, ReportsTheDefaultItemsInTheOrderOfTheirIds) {
 
 TEST_F(CollectorClear, PassesSystemLogsByOnDemand) {
     m_collectSystemLogs = false;
-    clear(group(logItem("system-logs") + logItem("system-log-hist") + logItem("x")));
+    clear(group(logItem("system-logs") + logItem("system-log-hist") + logItem("kernel-log") + logItem("x")));
     EXPECT_THAT(m_listener.messages(), ElementsAre("Clearing about x..."));
 }
 

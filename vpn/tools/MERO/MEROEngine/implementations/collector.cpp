@@ -238,7 +238,7 @@ void collector::clearItem(MEROComponent& file, MEROActionInfo& info) {
 
 bool collector::isUnwantedSystemLog(const MEROComponent& file) const {
     const std::string id = idOf(file);
-    return !m_collectSystemLogs && (id == "system-logs" || id == "system-log-hist");
+    return !m_collectSystemLogs && (id == "system-logs" || id == "system-log-hist" || id == "kernel-log");
 }
 
 bool collector::findInstructions(MEROComponent& file) {
