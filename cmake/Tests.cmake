@@ -1,16 +1,27 @@
 # The programs that the thread sanitizer is to see; script/test tsan builds these and no others.
 add_custom_target(threaded_tests)
 
-# mero_add_tests(<target> SOURCES a.cpp ... LIBRARIES lib ... [LABELS threaded ...] [RESOURCE_LOCK working_folder])
+# A test passes if it says that it ran and passed, and its launcher adds that it ended well: a program that leaves half way
+# with status 0, finds no test of the name or forgets to run its tests fails, and so does one in which a sanitizer finds
+# something after the tests.
+set(mero_ended_well "ended with status 0\n$")
+
+# mero_add_tests(<target> SOURCES a.cpp ... LIBRARIES lib ... [LABELS threaded ...] [RESOURCE_LOCK working_folder]
+#                [LAUNCHER program [argument ...]])
 # One test program per module; ctest runs each test in a process of its own, in any order and in parallel.
 # Tests that run a whole job share one working folder of a fixed name and take the lock of that name.
 function(mero_add_tests target)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;LABELS;RESOURCE_LOCK" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;LABELS;RESOURCE_LOCK;LAUNCHER" ${ARGN})
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE mero_test_options test_support ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
     target_precompile_headers(${target} REUSE_FROM test_pch)
-    set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-    set(properties TIMEOUT 120)
+    # With this CMake only an emulator starts tests that are found by asking their program.
+    set_target_properties(${target} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests"
+        CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh;${ARG_LAUNCHER}")
+    set(properties
+        TIMEOUT 120
+        PASS_REGULAR_EXPRESSION "  PASSED  . 1 test\\..*${mero_ended_well}")
     # An empty value would vanish from the list and shift the ones behind it.
     if(ARG_LABELS)
         list(APPEND properties LABELS "${ARG_LABELS}")
@@ -24,34 +35,44 @@ function(mero_add_tests target)
     endif()
 endfunction()
 
-# mero_add_python_tests(<script> [PREFIX prefix] [INTERPRETER python] [ENVIRONMENT NAME=value ...])
+# mero_add_python_tests(<script> [PREFIX prefix] [INTERPRETER python] [LAUNCHER program [argument ...]] [TIMEOUT seconds]
+#                       [ENVIRONMENT NAME=value ...])
 # Each test method of a unittest script gets a process of its own. A class runs whole jobs if the name of its base ends in
 # JobTest. Without an environment the script drives the console front; its folder of sources is always named.
 function(mero_add_python_tests script)
-    cmake_parse_arguments(ARG "" "PREFIX;INTERPRETER" "ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "" "PREFIX;INTERPRETER;TIMEOUT" "ENVIRONMENT;LAUNCHER" ${ARGN})
     if(NOT ARG_INTERPRETER)
         set(ARG_INTERPRETER "${Python3_EXECUTABLE}")
+    endif()
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
     endif()
     if(NOT ARG_ENVIRONMENT)
         set(ARG_ENVIRONMENT "MEROCLI=$<TARGET_FILE:merocli>")
     endif()
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
-    file(STRINGS ${script} lines REGEX "^class [A-Za-z]+\\(|^    def test[A-Za-z0-9]+\\(")
+    file(STRINGS ${script} lines REGEX "^class |^    def test")
     foreach(line IN LISTS lines)
-        if(line MATCHES "^class ([A-Za-z]+)\\(([A-Za-z.]+)\\)")
+        if(line MATCHES "^class ([A-Za-z]+)\\(([A-Za-z.]+)\\):")
             set(class "${CMAKE_MATCH_1}")
             set(base "${CMAKE_MATCH_2}")
-        elseif(line MATCHES "def test([A-Za-z0-9]+)")
+        elseif(line MATCHES "^class [A-Za-z]+:")
+            set(class)
+        elseif(class AND line MATCHES "def test([A-Za-z0-9]+)\\(self\\):")
             set(name "${ARG_PREFIX}${class}.${CMAKE_MATCH_1}")
             add_test(NAME "${name}"
-                COMMAND "${ARG_INTERPRETER}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
+                COMMAND "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh" ${ARG_LAUNCHER}
+                    "${ARG_INTERPRETER}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
             set_tests_properties("${name}" PROPERTIES
-                TIMEOUT 120
-                SKIP_REGULAR_EXPRESSION "OK \\(skipped="
+                TIMEOUT "${ARG_TIMEOUT}"
+                PASS_REGULAR_EXPRESSION "Ran [1-9][0-9]* tests? in [0-9.]+s\n\nOK\n.*${mero_ended_well}"
+                SKIP_REGULAR_EXPRESSION "OK .skipped=[1-9][0-9]*.\n.*${mero_ended_well}"
                 ENVIRONMENT "${ARG_ENVIRONMENT};MERO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
             if(base MATCHES "JobTest$")
                 set_tests_properties("${name}" PROPERTIES RESOURCE_LOCK working_folder)
             endif()
+        else()
+            message(FATAL_ERROR "${script}: no test is made of this line: ${line}")
         endif()
     endforeach()
 endfunction()

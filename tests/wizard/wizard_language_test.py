@@ -14,7 +14,7 @@ LOCALES = os.environ["MERO_TEST_LOCALES"]
 CATALOGUES = os.path.join(os.path.dirname(MEROUI), "l10n")
 
 
-class TranslatedWalk(JobTest):
+class TranslatedJobTest(JobTest):
     """A whole custom walk. Every text is looked for as it is translated."""
 
     def walk(self, locale):
@@ -59,7 +59,7 @@ class TranslatedWalk(JobTest):
         self.find(role, text)
 
 
-class WalkInALanguage(TranslatedWalk):
+class WalkInALanguage(TranslatedJobTest):
     """In each language that there is, with its own catalogue."""
 
     def setUp(self):
@@ -100,7 +100,7 @@ class WalkInALanguage(TranslatedWalk):
         self.walk("ar_EG", "ar")
 
 
-class WalkWithForeignBytes(TranslatedWalk):
+class WalkWithForeignBytes(TranslatedJobTest):
     """A catalogue in another character set is refused in the log, and shown with its letters as far as they can be."""
 
     MARK = "\u00e9 "
