@@ -52,7 +52,7 @@ class TranslatedJobTest(JobTest):
         Atspi.Action.do_action(self.wait_for(lambda: self.first("push button", dialog), "button"), 0)
 
     def first(self, role, node=None):
-        return next((widget for widget in self.widgets(node) if widget.get_role_name() == role), None)
+        return next((widget for widget in self.widgets(node) if self.role(widget) == role), None)
 
     def look(self, role, text):
         """Waits for a text that a page is known by."""

@@ -122,6 +122,12 @@ class WizardTest(unittest.TestCase):
                 yield from self.widgets(child)
 
     @staticmethod
+    def role(widget):
+        """The name of its role; the accessibility library calls some "button" in later versions, "push button" in others."""
+        role = widget.get_role_name()
+        return "push button" if role == "button" else role
+
+    @staticmethod
     def names(widget):
         """Its own name and those of its captions."""
         names = [widget.get_name()]
@@ -140,7 +146,7 @@ class WizardTest(unittest.TestCase):
 
         def search():
             for widget in self.widgets():
-                if widget.get_role_name() == role and shown in self.names(widget):
+                if self.role(widget) == role and shown in self.names(widget):
                     if widget.get_state_set().contains(also):
                         return widget
             return None
@@ -158,7 +164,7 @@ class WizardTest(unittest.TestCase):
         """The check and the text of the row of this name in the selection tree."""
         def search():
             for widget in self.widgets(self.tree()):
-                if widget.get_role_name() == "table cell" and widget.get_child_count() == 2:
+                if self.role(widget) == "table cell" and widget.get_child_count() == 2:
                     check, text = (widget.get_child_at_index(index) for index in range(2))
                     if text.get_name() == name:
                         return check, text
@@ -203,7 +209,7 @@ class WizardTest(unittest.TestCase):
     def result(self):
         """The text of the result page, when it is there."""
         self.find("label", "Bundle Creation Result")
-        texts = [widget.get_name() for widget in self.widgets() if widget.get_role_name() == "label"]
+        texts = [widget.get_name() for widget in self.widgets() if self.role(widget) == "label"]
         return [text for text in texts if text.startswith(("The bundle", "An "))][-1]
 
 

@@ -363,7 +363,7 @@ class ScreenReader(WizardTest):
         for role, caption in fields:
             self.press("Next")
             self.find(role, caption)
-            controls += [(widget.get_role_name(), self.names(widget)) for widget in self.widgets()
+            controls += [(self.role(widget), self.names(widget)) for widget in self.widgets()
                          if widget.get_state_set().contains(Atspi.StateType.FOCUSABLE)]
         roles = {role for role, _ in controls}
         self.assertEqual(roles, {"push button", "check box", "text", "password text", "tree table"})
