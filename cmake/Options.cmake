@@ -5,7 +5,8 @@ check_pie_supported()
 add_library(mero_options INTERFACE)
 target_compile_features(mero_options INTERFACE cxx_std_20)
 target_compile_options(mero_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${MERO_WARNINGS_AS_ERRORS}>:-Werror>
     -fno-omit-frame-pointer
     # Log lines carry __FILE__: keep the paths of the build machine out of the programs.
     "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")

@@ -13,6 +13,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <utility>
 
 namespace {
 
@@ -41,11 +42,15 @@ bool leaveMountNamespace() {
 /// The flags of a mount that remounting would take away unless they are given again. The times of access it
 /// leaves alone.
 unsigned long keptFlags(const struct statvfs& system) {
+    // What statvfs tells, and what mount takes for it.
+    static constexpr std::array<std::pair<unsigned long, unsigned long>, 4> kFlags = {
+        {{ST_RDONLY, MS_RDONLY}, {ST_NOSUID, MS_NOSUID}, {ST_NODEV, MS_NODEV}, {ST_NOEXEC, MS_NOEXEC}}};
     unsigned long flags = 0;
-    flags |= (system.f_flag & ST_RDONLY) != 0 ? MS_RDONLY : 0;
-    flags |= (system.f_flag & ST_NOSUID) != 0 ? MS_NOSUID : 0;
-    flags |= (system.f_flag & ST_NODEV) != 0 ? MS_NODEV : 0;
-    flags |= (system.f_flag & ST_NOEXEC) != 0 ? MS_NOEXEC : 0;
+    for (const auto& [told, taken] : kFlags) {
+        if ((system.f_flag & told) != 0) {
+            flags |= taken;
+        }
+    }
     return flags;
 }
 
