@@ -6,6 +6,7 @@ import re
 import subprocess
 import tempfile
 import zipfile
+import zlib
 
 import fault_job
 from fault_job import CONFIGURATIONS, ENTRIES, OLD_TARGET, PASSWORD
@@ -49,20 +50,40 @@ def rows(text, title, widths):
 
 
 class Bundle:
-    """The archive at the target, read back by other programs.
-    @throws ValueError if they can't."""
+    """The archive at the target, read back by other programs. A file that was another when it was read once more can't be
+    unpacked with a password; that is all right if the archive itself says so.
+    @throws ValueError if they can't read it."""
 
     def __init__(self, content, password):
         try:
             with zipfile.ZipFile(io.BytesIO(content)) as archive:
                 if password:
                     archive.setpassword(PASSWORD)
-                self.files = {name: archive.read(name) for name in archive.namelist() if not name.endswith("/")}
-                open_ones = [info.filename for info in archive.infolist() if not info.flag_bits & 1 and not info.is_dir()]
+                self.files = {}
+                self.damaged = []
+                for info in archive.infolist():
+                    self.read(archive, info)
+                open_ones = [info.filename for info in archive.infolist() if not info.flag_bits & 1 and info.file_size]
         except Exception as error:  # what zipfile raises for a broken archive has no common base
             raise ValueError("Python can't read it: %s" % error) from None
         if password and open_ones:
             raise ValueError("not encrypted: " + ", ".join(open_ones))
+        untold = [name for name in self.damaged if name not in self.text(NOT_PACKED)]
+        if untold:
+            raise ValueError("can't be unpacked, and nothing says so: " + ", ".join(untold))
+        if not self.damaged:
+            self.unzip(content)
+
+    def read(self, archive, info):
+        if info.is_dir():
+            return
+        try:
+            self.files[info.filename] = archive.read(info)
+        except (zipfile.BadZipFile, RuntimeError, zlib.error):
+            self.damaged.append(info.filename)
+
+    @staticmethod
+    def unzip(content):
         with tempfile.NamedTemporaryFile(suffix=".zip") as copy:
             copy.write(content)
             copy.flush()

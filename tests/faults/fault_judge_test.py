@@ -131,6 +131,14 @@ class FaultJudge(unittest.TestCase):
             self.run_of_the_job.target = content
             self.assertEqual([kind for kind, _ in fault_judge.judge(self.run_of_the_job)], ["broken"])
 
+    def testDamagedFileMayStandInAnArchiveThatSaysSo(self):
+        self.files["not-packed.txt"] = "job/newest/day-2.log: changed\n"
+        self.assertEqual(self.findings(status=3), [])
+        whole = self.run_of_the_job.target
+        for part, kinds in ((b"the last day", []), (b"the second log", ["broken"])):
+            self.run_of_the_job.target = whole.replace(part, b"x" * len(part))
+            self.assertEqual([kind for kind, _ in fault_judge.judge(self.run_of_the_job)], kinds)
+
     def testOpenArchiveOfAJobWithAPasswordIsBroken(self):
         self.assert_found("broken", "not encrypted", password=True)
 
@@ -180,6 +188,10 @@ class FaultPlaces(unittest.TestCase):
         self.assertEqual(fault_places.counts(TRACE_OF_TWO), {"poll": 1, "close": 2})
         self.assertEqual({(place.call, place.number) for place in fault_places.places(POOL, TRACE_OF_TWO)},
                          {("poll", 1), ("close", 1), ("close", 2)})
+
+    def testChildCountsUntilItsProgramRuns(self):
+        trace = "7 close(1) = 0\n8 close(1) = 0\n8 dup2(3, 1) = 1\n8 execve(\"/bin/sh\") = 0\n8 mmap(NULL) = 0\n8 dup2(3, 1) = 1\n"
+        self.assertEqual(fault_places.child_counts(trace), {"dup2": 1, "execve": 1})
 
     def testFailedCallIsSeen(self):
         self.assertEqual([call.arguments for call in fault_places.injected(TRACE)],

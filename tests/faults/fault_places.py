@@ -47,6 +47,7 @@ ERRORS = {
     "dup": ("EMFILE",),
     "dup2": ("EMFILE",),
     "dup3": ("EMFILE",),
+    "close_range": ("EINVAL",),
     "pipe2": ("EMFILE", "ENFILE"),
     "eventfd2": ("EMFILE",),
     "socket": ("EMFILE",),
@@ -57,6 +58,7 @@ ERRORS = {
     "vfork": ("EAGAIN",),
     "execve": ("EACCES", "ENOENT"),
     "setpgid": ("EACCES",),
+    "setsid": ("EPERM",),
     "pidfd_open": ("EMFILE", "ENOSYS"),
     "poll": ("ENOMEM", "EINTR"),
     "ppoll": ("ENOMEM", "EINTR"),
@@ -153,13 +155,28 @@ def counts(trace):
     return most
 
 
+def child_counts(trace):
+    """How often a child makes each call until its program takes over; what that makes of its life is no concern of the
+    job. A call that the threads make, too, is left out, as theirs would fail with it."""
+    made = {}
+    beginners = {}
+    for call in calls(trace):
+        of_tracee = made.setdefault(call.tracee, {})
+        if call.tracee not in beginners:
+            of_tracee[call.name] = of_tracee.get(call.name, 0) + 1
+        if call.name == "execve":
+            beginners.setdefault(call.tracee, of_tracee)
+    of_threads = {name for tracee, names in made.items() if tracee not in beginners for name in names}
+    return {name: max(names.get(name, 0) for names in beginners.values())
+            for names in beginners.values() for name in names if name not in of_threads}
+
+
 def places(party, trace):
     """All places of a party, from a trace of it in a job in which nothing fails."""
     first = first_numbers(trace) if party == MAIN else {}
     last = counts(trace)
     if party == CHILD:
-        # Before the tool's own program runs: what it makes of its life is no concern of the job.
-        last = {"execve": 1}
+        last = child_counts(trace)
     return [Place(party, call, number, error)
             for call, errors in ERRORS.items()
             for number in range(first.get(call, 1), last.get(call, 0) + 1)
