@@ -1,6 +1,7 @@
 #include "InChild.h"
 #include "Processes.h"
 #include "ReturnCodes.h"
+#include "SystemCallFilter.h"
 #include "ToolTest.h"
 
 #include <cerrno>
@@ -219,6 +220,14 @@ TEST_F(CapturedTool, FailsWhenTheShellCannotBeStarted) {
         EXPECT_EQ(capture("ping -c 1"), 0xFE000009u);
         EXPECT_TRUE(m_log.containsCode('E', "callExtern", "CCommandShell::Execute", 0xFE000009))
             << m_log.dump();
+        EXPECT_THAT(omitted(), ElementsAre(failedRow("ping")));
+    });
+}
+
+TEST_F(CapturedTool, FailsWhenTheShellItselfCannotBeRun) {
+    inChild([this] {
+        replaceSystemCall(SYS_execve, ENOMEM);
+        EXPECT_EQ(capture("ping -c 1"), 0xFE000009u);
         EXPECT_THAT(omitted(), ElementsAre(failedRow("ping")));
     });
 }

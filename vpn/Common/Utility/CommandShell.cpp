@@ -5,6 +5,7 @@
 #include "Log.h"
 #include "OutputPipe.h"
 #include "ReturnCodes.h"
+#include "StartReport.h"
 #include "StopRequest.h"
 
 #include <algorithm>
@@ -65,11 +66,13 @@ private:
     FileDescriptor m_endNotice;
 };
 
-[[noreturn]] void runShell(const char* command, const ChildSetup& setup, pid_t parent) noexcept {
+[[noreturn]] void runShell(const char* command, const ChildSetup& setup, pid_t parent,
+                           StartReport& report) noexcept {
+    errno = ECANCELED; // for a child that sees that its parent has gone
     if (prepareChild(setup, parent)) {
         ::execl("/bin/sh", "sh", "-c", command, nullptr);
     }
-    ::_exit(kExitNotRun);
+    report.fail(errno, kExitNotRun);
 }
 
 Shell::~Shell() {
@@ -86,18 +89,22 @@ int Shell::start(const char* command) {
     if (const int error = openOutputPipe(m_output, input); error != 0) {
         return error;
     }
+    StartReport report;
+    if (const int error = report.open(); error != 0) {
+        return error;
+    }
     const ChildSetup setup{.output = input.get(), .ownGroup = true, .endWithCaller = true};
     const pid_t caller = ::getpid();
     m_pid = forkChild();
     if (m_pid == 0) {
-        runShell(command, setup, caller);
+        runShell(command, setup, caller, report);
     }
     if (m_pid < 0) {
         return errno;
     }
     completeOwnGroup(m_pid);
     m_endNotice.reset(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
-    return 0;
+    return report.wait();
 }
 
 int Shell::readOutput(const Sink& sink) {

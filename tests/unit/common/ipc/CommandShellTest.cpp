@@ -426,6 +426,19 @@ TEST_F(CommandShellFailures, AreLoggedIfThereIsNoProcess) {
     });
 }
 
+TEST_F(CommandShellFailures, AreLoggedIfTheShellItselfCannotBeRun) {
+    inChild([] {
+        const CapturedLog log;
+        const std::size_t before = openDescriptors();
+        replaceSystemCall(SYS_execve, EACCES);
+        std::string output;
+        EXPECT_EQ(CCommandShell("echo out").Execute(output), GLOBAL_ERROR_UNEXPECTED);
+        EXPECT_TRUE(log.containsCode('E', "runCommand", "popen", EACCES)) << log.dump();
+        EXPECT_FALSE(hasChildren());
+        EXPECT_EQ(openDescriptors(), before);
+    });
+}
+
 TEST_F(CommandShellFailures, AreLoggedIfTheOutputCannotBeRead) {
     inChild([] {
         const CapturedLog log;
