@@ -179,12 +179,13 @@ class Surroundings(CallerTest):
         self.assertEqual(self.collect(self.alice), SUCCESS)
         return self.content(self.names()[0]).split("*" * 75)[-1].split()
 
-    def testHaveAnEnvironmentOfTheCallersNameAlone(self):
+    def testHaveAnEnvironmentOfRootsAlone(self):
         variables = dict(line.split("=", 1) for line in self.output("/usr/bin/env"))
         for name in ("PWD", "SHLVL", "_", "OLDPWD"):
             variables.pop(name, None)
         path = variables.pop("PATH").split(":")
-        self.assertEqual(variables, {"HOME": "/home/alice", "USER": ALICE, "LOGNAME": ALICE, "LANG": "C.UTF-8"})
+        self.assertRegex(variables.pop("HOME"), "^/var/cache/merohelper/[^/]+/tools[^/]+$")
+        self.assertEqual(variables, {"USER": "root", "LOGNAME": "root", "LANG": "C.UTF-8"})
         self.assertLessEqual(set(path), {"/usr/local/sbin", "/usr/local/bin", "/usr/sbin", "/usr/bin", "/sbin", "/bin"})
 
     def testAreNotThoseOfTheBusFromTheStart(self):
@@ -207,13 +208,17 @@ class Surroundings(CallerTest):
     def testLimitTheSizeOfFiles(self):
         self.assertNotEqual(self.output("ulimit -f"), ["unlimited"])
 
-    def testAreAFolderOfTheJobsOwn(self):
-        self.configure(tool_item("tool", "/usr/bin/stat -L -c '%n %U %a' . && pwd"))
-        self.assertEqual(self.collect(self.alice), SUCCESS)
-        words = self.content(self.names()[0]).split("*" * 75)[-1].split()
-        self.assertEqual(words[1:3], ["root", "700"])
-        self.assertTrue(words[3].startswith("/var/cache/merohelper/"), words)
-        self.assertFalse(os.path.exists(words[3]))
+    def testAreTheRootFolder(self):
+        self.assertEqual(self.output("pwd"), ["/"])
+
+    def testHaveAnEmptyHomeInTheJobsFolderThatNobodyCanWriteTo(self):
+        owner, mode, files, home = self.output("stat -c '%U %a' $HOME && ls -A $HOME | wc -l && echo $HOME")
+        self.assertEqual((owner, mode, files), ("root", "500", "0"))
+        self.assertFalse(os.path.exists(home))
+
+    def testNameTheCallersHomeInPathsAlone(self):
+        write("/home/alice/own.log", "own", 0o600, ALICE)
+        self.assertEqual(self.output("cat $HOME/own.log"), ["own"])
 
 
 class Password(CallerTest):

@@ -1,6 +1,7 @@
 #include "EngineRun.h"
 #include "ReturnCodes.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/socket.h>
@@ -38,6 +39,22 @@ protected:
     }
 
     void refuse(const std::string& text) { expectRefusedRequest(writeFile("request.xml", text)); }
+
+    void refuseName(const std::string& id, const std::string& name) {
+        EXPECT_EQ(run(writeFile("request.xml", request({"one"}, named(id, name)))),
+                  MEROENGINE_ERROR_INVALID_XML)
+            << name;
+        EXPECT_TRUE(m_log.contains('W', "The request is refused: a name leads out of the bundle"))
+            << m_log.dump();
+        EXPECT_THAT(leftFolders(), ElementsAre());
+        EXPECT_FALSE(exists("out.zip"));
+    }
+
+    [[nodiscard]] uint32_t runLimited(const std::vector<std::string>& ids, const RequestLimits& limits) {
+        const auto limited = engine(writeFile("request.xml", request(ids)));
+        limited->setRequestLimits(limits);
+        return limited->run();
+    }
 
     static std::string named(const std::string& id, const std::string& name) {
         return "<file id=\"" + id + "\"><name>" + name + "</name></file>";
@@ -109,23 +126,37 @@ TEST_F(RequestRun, FailsWhenTheSummaryHasTheNameOfAFolder) {
         << m_log.dump();
 }
 
+TEST_F(RequestRun, PutsSummaryAndCommentsIntoTheFoldersThatTheyName) {
+    runRequest(request({"one"}, named("summary", "about/this/s.txt") + named("comments", "about/c.txt") +
+                                    "<comments>text</comments>"));
+    EXPECT_THAT(bundledNames(),
+                UnorderedElementsAre("one.log", "about/this/s.txt", "about/c.txt", "summary.txt"));
+    EXPECT_THAT(bundled("about/this/s.txt"), HasSubstr("MERO BUNDLE SUMMARY"));
+    EXPECT_EQ(bundled("about/c.txt"), "Comments from Varnel Corvane user:\ntext");
+}
+
+TEST_F(RequestRun, KeepsAnAbsoluteSummaryBelowTheBundle) {
+    runRequest(request({"one"}, named("summary", path("evil"))));
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", path("evil").substr(1), "summary.txt"));
+    EXPECT_FALSE(exists("evil"));
+}
+
+TEST_F(RequestRun, TakesDotsThatAreNoParentFolder) {
+    runRequest(request({"one"}, named("summary", "./s..txt") + named("comments", ".../..c//d..") +
+                                    "<comments>text</comments>"));
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "s..txt", ".../..c/d..", "summary.txt"));
+}
+
+TEST_F(RequestRun, OmitsCommentsWithTheNameOfTheBundleItself) {
+    runRequest(request({"one"}, named("comments", ".") + "<comments>text</comments>"));
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "summary.txt"));
+    EXPECT_THAT(bundled("summary.txt"), HasSubstr("Internal error: can't write comments at"));
+}
+
 // Each name would lead to a file outside the bundle.
 TEST_F(RequestRun, RefusesAParentFolderAsSummary) {
-    refuse(request({"one"}, named("summary", "../" + path("evil").substr(5))));
+    refuseName("summary", "../" + path("evil").substr(5));
     EXPECT_FALSE(exists("evil"));
-}
-
-TEST_F(RequestRun, RefusesAnAbsoluteSummary) {
-    refuse(request({"one"}, named("summary", path("evil"))));
-    EXPECT_FALSE(exists("evil"));
-}
-
-TEST_F(RequestRun, RefusesTheParentFolderItself) {
-    refuse(request({}, named("summary", "..")));
-}
-
-TEST_F(RequestRun, RefusesTheFolderItself) {
-    refuse(request({}, named("comments", ".")));
 }
 
 TEST_F(RequestRun, RefusesAParentFolderAsComments) {
@@ -133,13 +164,45 @@ TEST_F(RequestRun, RefusesAParentFolderAsComments) {
     EXPECT_FALSE(exists("evil"));
 }
 
-TEST_F(RequestRun, RefusesASubFolderAsComments) {
-    refuse(request({"one"}, named("comments", "sub/name")));
+TEST_F(RequestRun, RefusesAParentFolderAnywhereInAName) {
+    for (const char* name : {"..", "a/..", "/..", "a//../b", "a/b/../../../c", "./.."}) {
+        refuseName("summary", name);
+    }
+}
+
+TEST_F(RequestRun, RefusesAParentFolderInWhateverFormItIsWritten) {
+    for (const char* name :
+         {"<![CDATA[../x]]>", "..&#47;x", "&#x2E;&#x2E;/x", ".<!-- -->./x", "a/.<?p i?>."}) {
+        refuseName("comments", name);
+    }
+}
+
+TEST_F(RequestRun, RefusesAParentFolderThatAVariableHolds) {
+    ASSERT_EQ(::setenv("MERO_TEST_CLIMB", "../..", 1), 0);
+    ASSERT_EQ(::setenv("MERO_TEST_DOT", ".", 1), 0);
+    refuseName("summary", "a/$MERO_TEST_CLIMB/evil");
+    refuseName("summary", ".$MERO_TEST_DOT/evil");
 }
 
 TEST_F(RequestRun, RefusesABadNameAtAnyDepthAndPlace) {
     refuse(request({"one"}, named("summary", "good") +
-                                "<file id=\"summary\"><a><b><name>/etc/evil</name></b></a></file>"));
+                                "<file id=\"summary\"><a><b><name>../evil</name></b></a></file>"));
+}
+
+TEST_F(RequestRun, TakesAsManyEntriesAsItIsToldTo) {
+    EXPECT_EQ(runLimited({"one", "one", "two"}, {.mostEntries = 3, .mostOfOneId = 2}), 0u);
+    EXPECT_EQ(runLimited({"one", "two", "three", "four"}, {.mostEntries = 3, .mostOfOneId = 2}),
+              MEROENGINE_ERROR_INVALID_XML);
+    EXPECT_TRUE(m_log.contains('W', "The request is refused: it has more than 3 entries")) << m_log.dump();
+    EXPECT_EQ(runLimited({"one", "two", "one", "one"}, {.mostEntries = 9, .mostOfOneId = 2}),
+              MEROENGINE_ERROR_INVALID_XML);
+    EXPECT_TRUE(m_log.contains('W', "The request is refused: it has more than 2 entries of one id"))
+        << m_log.dump();
+}
+
+TEST_F(RequestRun, TakesAnyNumberOfEntriesOfItsOwnUser) {
+    runRequest(request(std::vector<std::string>(100, "one")));
+    EXPECT_EQ(bundled("one.log"), "one");
 }
 
 TEST_F(RequestRun, LooksAtNoNameOfAnItem) {

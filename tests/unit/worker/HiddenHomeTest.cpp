@@ -25,7 +25,7 @@ protected:
         writeTheirs(kWorldHome + "/by-path.log", "in the home");
         writeTheirs(kWorldHome + "/by-name.log", "in the home");
         configure(fileItem("path", kWorldHome + "/by-path.log") + fileItem("name", "$HOME/by-name.log") +
-                  scriptItem("home", "stat -c '%n %a %u' \"$HOME\"; ls -A \"$HOME\""));
+                  scriptItem("home", "stat -c '%n %a %u' \"${1%/}\"; ls -A \"$1\"", "$HOME/"));
         return StartedWorker(order(), m_log, takeAway).finish();
     }
     static void expectEmptyHome() {

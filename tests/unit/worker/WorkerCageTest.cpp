@@ -18,6 +18,7 @@
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 using ::testing::UnorderedElementsAre;
 
 namespace {
@@ -82,17 +83,33 @@ protected:
     }
 };
 
-TEST_F(WorkerCage, HasTheCallersNamesAndAFixedPathAsItsWholeEnvironment) {
+TEST_F(WorkerCage, GivesToolsAHomeOfTheirOwnRootsNamesAndAFixedPathAsTheirWholeEnvironment) {
     inWorld([this] {
-        EXPECT_THAT(
-            environmentWith({{"HOME", "/root"},
-                             {"USER", "root"},
-                             {"LOGNAME", "root"},
-                             {"PATH", "/srv/evil:/usr/bin:/bin"},
-                             {"LD_PRELOAD_NOT", "x"},
-                             {"XDG_CONFIG_HOME", "/srv/evil"},
-                             {"LC_ALL", "C"}}),
-            UnorderedElementsAre("HOME=/srv/home/caller", "USER=caller", "LOGNAME=caller", kPathEntry));
+        EXPECT_THAT(environmentWith({{"HOME", "/root"},
+                                     {"USER", "root"},
+                                     {"LOGNAME", "root"},
+                                     {"PATH", "/srv/evil:/usr/bin:/bin"},
+                                     {"LD_PRELOAD_NOT", "x"},
+                                     {"XDG_CONFIG_HOME", "/srv/evil"},
+                                     {"LC_ALL", "C"}}),
+                    UnorderedElementsAre(MatchesRegex("HOME=/srv/job/tools\\.[A-Za-z0-9]{6}"), "USER=root",
+                                         "LOGNAME=root", kPathEntry));
+    });
+}
+
+TEST_F(WorkerCage, GivesToolsAnEmptyHomeThatNobodyWritesTo) {
+    inWorld([this] {
+        EXPECT_THAT(outputOf("stat -c '%U %a' \"$HOME\"; ls -A \"$HOME\" | wc -l"),
+                    HasSubstr("\nroot 500\n0\n"));
+    });
+}
+
+TEST_F(WorkerCage, TranslatesPathsByTheCallersNames) {
+    inWorld([this] {
+        writeTheirs(kWorldHome + "/caller/plain.log", "plain");
+        configure(fileItem("plain", "$HOME/$USER/plain.log"));
+        EXPECT_EQ(run().outcome().status, 0U);
+        EXPECT_EQ(bundled("plain.log"), "plain");
     });
 }
 
@@ -117,6 +134,15 @@ TEST_F(WorkerCage, KeepsEverythingItWritesForRootAlone) {
         struct stat archive {};
         ASSERT_EQ(::stat("/srv/job/archive", &archive), 0);
         EXPECT_EQ(archive.st_mode & 0777U, 0600U);
+    });
+}
+
+TEST_F(WorkerCage, KeepsItsDescriptorsFromToolsOnOlderKernelsToo) {
+    inWorld([this] {
+        // The last is the folder that is listed.
+        EXPECT_THAT(
+            outputOf("ls /proc/self/fd | tr '\\n' ' '", [] { replaceSystemCall(SYS_close_range, EINVAL); }),
+            HasSubstr("\n0 1 2 3 "));
     });
 }
 
@@ -176,8 +202,8 @@ TEST_F(WorkerCage, SurvivesAFileThatGrowsBeyondTheLimit) {
     });
 }
 
-TEST_F(WorkerCage, RunsInTheJobsFolder) {
-    inWorld([this] { EXPECT_THAT(outputOf("pwd"), HasSubstr("\n/srv/job\n")); });
+TEST_F(WorkerCage, RunsToolsInTheRootFolder) {
+    inWorld([this] { EXPECT_THAT(outputOf("pwd"), HasSubstr("\n/\n")); });
 }
 
 TEST_F(WorkerCage, IsNothingToWorkWithoutLimits) {
@@ -187,6 +213,13 @@ TEST_F(WorkerCage, IsNothingToWorkWithoutLimits) {
 TEST_F(WorkerCage, IsNothingToWorkWithoutPrivateMemory) {
     inWorld([this] {
         expectNothingTouched([] { replaceSystemCallWith(SYS_prctl, EPERM, 0, PR_SET_DUMPABLE); });
+    });
+}
+
+TEST_F(WorkerCage, IsNothingToWorkWithoutAHomeForTools) {
+    inWorld([this] {
+        expectNothingTouched(
+            [] { ASSERT_EQ(::mount("tmpfs", kJobFolder.c_str(), "tmpfs", MS_RDONLY, nullptr), 0); });
     });
 }
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 
 namespace fs = std::filesystem;
@@ -24,6 +25,15 @@ auto recordOf(uint32_t status, uint32_t progress, const std::string& message) {
                  Field(&ProgressRecord::message, message));
 }
 
+/// Request entries, with an id for each number.
+std::string entries(int count, const std::function<std::string(int)>& idOf) {
+    std::string text;
+    for (int number = 0; number < count; ++number) {
+        text += "<file id=\"" + idOf(number) + "\"/>";
+    }
+    return text;
+}
+
 auto step(uint32_t progress, const std::string& message) {
     return recordOf(MEROOFFLINE_ERROR_PROCESSING, progress, message);
 }
@@ -42,11 +52,11 @@ protected:
         std::ofstream(job.requestPath) << content;
         return run(job);
     }
-    void expectRefused(const std::string& content) const {
+    void expectRefused(const std::string& content, const std::string& reason) const {
         const JobResult result = runRequest(content);
-        EXPECT_THAT(result.outcome(), recordOf(MEROENGINE_ERROR_INVALID_XML, 0, kInvalidRequest))
+        EXPECT_THAT(result.outcome(), recordOf(MEROENGINE_ERROR_INVALID_XML, 1, kInvalidRequest))
             << result.log;
-        EXPECT_THAT(result.log, HasSubstr("The request names a file outside of the bundle."));
+        EXPECT_THAT(result.log, HasSubstr("The request is refused: " + reason));
         EXPECT_FALSE(fs::exists("/srv/job/archive"));
         EXPECT_TRUE(fs::is_empty("/tmp"));
     }
@@ -97,7 +107,7 @@ TEST_F(Worker, EncryptsWithThePasswordAndTellsItNobody) {
         EXPECT_NE(std::system("unzip -qq -P wrong -t /srv/job/archive >/dev/null 2>&1"), 0);
         auto files = bundle(job.password.str());
         EXPECT_EQ(files["plain.log"], "plain");
-        EXPECT_THAT(files["told"], HasSubstr("USER=caller"));
+        EXPECT_THAT(files["told"], HasSubstr("USER=root"));
         EXPECT_THAT(files["told"], Not(HasSubstr(job.password.str())));
         EXPECT_THAT(result.log, Not(HasSubstr(job.password.str())));
     });
@@ -112,15 +122,40 @@ TEST_F(Worker, CollectsWhatTheRequestNames) {
     });
 }
 
-TEST_F(Worker, RefusesARequestThatNamesAFileElsewhere) {
+TEST_F(Worker, TakesNamesThatTheEngineTakes) {
     inWorld([this] {
-        expectRefused("<request><file id=\"summary\"><name>../../etc/cron.d/x</name></file></request>");
+        const JobResult result = runRequest("<request><file id=\"plain\"><name>../x</name></file>"
+                                            "<file id=\"summary\"><name>a/s..txt</name></file></request>");
+        EXPECT_EQ(result.outcome().status, 0U) << result.log;
+        EXPECT_THAT(bundled("a/s..txt"), HasSubstr("plain.log"));
     });
 }
 
-TEST_F(Worker, RefusesARequestThatNamesAFileElsewhereAtAnyPlace) {
-    inWorld(
-        [this] { expectRefused("<request><file id=\"plain\"><a><name>x..y</name></a></file></request>"); });
+TEST_F(Worker, RefusesARequestThatNamesAFileElsewhere) {
+    inWorld([this] {
+        expectRefused("<request><file id=\"summary\"><name>../../etc/cron.d/x</name></file></request>",
+                      "a name leads out of the bundle");
+    });
+}
+
+TEST_F(Worker, TakesSixtyFourEntriesOfAnIdAndNoMore) {
+    inWorld([this] {
+        const std::string most = entries(64, [](int) { return "plain"; });
+        EXPECT_EQ(runRequest("<request>" + most + "</request>").outcome().status, 0U);
+        fs::remove(order().archivePath);
+        expectRefused("<request>" + most + "<file id=\"x\"/><file id=\"plain\"/></request>",
+                      "it has more than 64 entries of one id");
+    });
+}
+
+TEST_F(Worker, TakesTwentyThousandEntriesAndNoMore) {
+    inWorld([this] {
+        const std::string most = entries(20'000, [](int number) { return std::to_string(number); });
+        EXPECT_EQ(runRequest("<request>" + most + "</request>").outcome().status, 0U);
+        fs::remove(order().archivePath);
+        expectRefused("<request>" + most + "<file id=\"plain\"/></request>",
+                      "it has more than 20000 entries");
+    });
 }
 
 TEST_F(Worker, TellsTheEnginesFailure) {

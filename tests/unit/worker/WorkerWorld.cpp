@@ -114,10 +114,13 @@ std::string WorkerWorld::folderItem(const std::string& id, const std::string& fo
     return item(id, "directory_copy_action", element("loc", folder) + element("pattern", pattern));
 }
 
-std::string WorkerWorld::scriptItem(const std::string& id, const std::string& script) {
+std::string WorkerWorld::scriptItem(const std::string& id, const std::string& script,
+                                    const std::string& arguments) {
     writeTool("/srv/tools/" + id, script);
     return item(id, "use_extern_action",
-                element("path", "/srv/tools") + element("args", id) + "<stdout/>" + element("temp_out", id));
+                element("path", "/srv/tools") +
+                    element("args", arguments.empty() ? id : id + " " + arguments) + "<stdout/>" +
+                    element("temp_out", id));
 }
 
 WorkOrder WorkerWorld::order() const {

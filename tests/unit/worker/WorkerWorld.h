@@ -45,7 +45,9 @@ protected:
     [[nodiscard]] static std::string folderItem(const std::string& id, const std::string& folder,
                                                 const std::string& pattern = "*");
     /// One that runs a shell script and puts what it prints into the file <id> of the bundle.
-    [[nodiscard]] static std::string scriptItem(const std::string& id, const std::string& script);
+    /// @param arguments  the script's, for the shell.
+    [[nodiscard]] static std::string scriptItem(const std::string& id, const std::string& script,
+                                                const std::string& arguments = {});
 
     /// The order of a usual job of the caller, in this world.
     [[nodiscard]] WorkOrder order() const;

@@ -1,5 +1,6 @@
 #include "LaunchPlan.h"
 
+#include "ChildEnvironment.h"
 #include "Log.h"
 #include "PasswordEntry.h"
 #include "ReturnCodes.h"
@@ -88,7 +89,7 @@ void LaunchPlan::makeEnvironment() {
             m_environment.push_back(entry.data());
         }
     } else {
-        for (char** entry = ::environ; entry != nullptr && *entry != nullptr; ++entry) {
+        for (char** entry = childVariables(); entry != nullptr && *entry != nullptr; ++entry) {
             m_environment.push_back(*entry);
         }
     }
@@ -148,7 +149,7 @@ void LaunchPlan::runChild(pid_t parent) noexcept {
         ::_exit(kExitNotSetUp);
     }
     if (m_info.m_pszWorkingDirectory != nullptr) {
-        // Without that folder the program runs in ours.
+        // Without that folder the program runs in the usual one.
         [[maybe_unused]] const int outcome = ::chdir(m_info.m_pszWorkingDirectory);
     }
     ::environ = m_environment.data(); // before the search, which goes by the child's PATH

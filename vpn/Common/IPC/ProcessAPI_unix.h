@@ -14,7 +14,7 @@ struct ProcessLaunchInfo {
     bool m_bImpersonate = false;
     /// Folder of the program, put in front of its name; null for none.
     const char* m_pszPath = nullptr;
-    /// Current folder of the child; null for ours.
+    /// Current folder of the child; null for that of ChildEnvironment.h.
     const char* m_pszWorkingDirectory = nullptr;
     /// Display for an impersonated child; null for none.
     const char* m_pszDisplay = nullptr;
@@ -46,8 +46,9 @@ public:
 };
 
 /// Starts programs and watches them. Children start with standard input from /dev/null, default signal
-/// handlers, an empty signal mask and none of our descriptors but standard output and error. Who starts one
-/// reaps it, with WaitForProcess, pollProcess or terminateProcess. One object serves one wait at a time.
+/// handlers, an empty signal mask, none of our descriptors but standard output and error, and the environment
+/// and current folder that ChildEnvironment.h tells of. Who starts one reaps it, with WaitForProcess,
+/// pollProcess or terminateProcess. One object serves one wait at a time.
 class CProcessApi {
 public:
     /// @param verifier  for launches that ask for a signature; null for none.

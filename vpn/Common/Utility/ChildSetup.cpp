@@ -1,5 +1,7 @@
 #include "ChildSetup.h"
 
+#include "ChildEnvironment.h"
+
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
@@ -55,8 +57,8 @@ bool setStandardDescriptors(const ChildSetup& setup) noexcept {
            (setup.output < 0 || (output >= 0 && redirect(output, STDOUT_FILENO)));
 }
 
-/// Descriptors that libraries have opened may lack the close-on-exec flag. Kernels before 5.11 don't know
-/// this call; such a descriptor is inherited there.
+/// Descriptors that libraries have opened may lack the close-on-exec flag. Kernels before 5.11 can't do this;
+/// such a descriptor is inherited there.
 void closeOthersOnExec() noexcept {
     static_cast<void>(::close_range(kFirstOwnDescriptor, ~0U, CLOSE_RANGE_CLOEXEC));
 }
@@ -134,7 +136,7 @@ pid_t forkChild() {
 bool prepareChild(const ChildSetup& setup, pid_t parent) noexcept {
     resetSignalHandlers();
     if (!setStandardDescriptors(setup) || (setup.ownGroup && !leadOwnGroup()) ||
-        (setup.endWithCaller && !bindToCaller(parent))) {
+        (setup.endWithCaller && !bindToCaller(parent)) || !enterChildFolder()) {
         return false;
     }
     closeOthersOnExec();

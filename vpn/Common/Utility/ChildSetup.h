@@ -4,8 +4,8 @@
 #include <sys/types.h>
 
 /// What every child process of ours starts with: standard input from /dev/null, default signal handlers, an
-/// empty signal mask, and no descriptor of ours but standard output and error (/dev/null where ours are
-/// closed). And how a child is watched and reaped, whatever started it.
+/// empty signal mask, the current folder of ChildEnvironment.h, and no descriptor of ours but standard output
+/// and error (/dev/null where ours are closed). And how a child is watched and reaped, whatever started it.
 
 /// How a child differs from that.
 struct ChildSetup {

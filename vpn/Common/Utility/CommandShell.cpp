@@ -1,5 +1,6 @@
 #include "CommandShell.h"
 
+#include "ChildEnvironment.h"
 #include "ChildSetup.h"
 #include "Handles.h"
 #include "Log.h"
@@ -70,7 +71,7 @@ private:
                            StartReport& report) noexcept {
     errno = ECANCELED; // for a child that sees that its parent has gone
     if (prepareChild(setup, parent)) {
-        ::execl("/bin/sh", "sh", "-c", command, nullptr);
+        ::execle("/bin/sh", "sh", "-c", command, nullptr, childVariables());
     }
     report.fail(errno, kExitNotRun);
 }

@@ -109,6 +109,11 @@ std::list<std::string> CStringUtils::tokenize(std::string_view text, char separa
     return pieces;
 }
 
+bool CStringUtils::hasParentComponent(std::string_view path) {
+    const std::list<std::string> components = tokenize(path, '/');
+    return std::find(components.begin(), components.end(), "..") != components.end();
+}
+
 std::string CStringUtils::escapeXml(std::string_view text) {
     std::string escaped;
     escaped.reserve(text.size());

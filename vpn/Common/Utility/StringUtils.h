@@ -27,6 +27,8 @@ public:
     /// Splits at a single character. Pieces may be empty, the last one behind a trailing separator too; an
     /// empty text has none.
     [[nodiscard]] static std::list<std::string> tokenize(std::string_view text, char separator);
+    /// Whether a path has a component "..".
+    [[nodiscard]] static bool hasParentComponent(std::string_view path);
     /// A copy with the five special characters of XML as entities.
     [[nodiscard]] static std::string escapeXml(std::string_view text);
 };

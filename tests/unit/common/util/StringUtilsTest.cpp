@@ -132,6 +132,15 @@ TEST(FormatString, IsEmptyForANullFormat) {
     EXPECT_EQ(CStringUtils::formatString(noFormat), "");
 }
 
+TEST(HasParentComponent, SeesTwoDotsThatAreAComponent) {
+    for (const char* path : {"..", "/..", "../", "a/..", "a//../b", "/a/../b"}) {
+        EXPECT_TRUE(CStringUtils::hasParentComponent(path)) << path;
+    }
+    for (const char* path : {"", ".", "/", "...", "a..", "..a", "a/..b/c", "/a/b../.c", "..\\x"}) {
+        EXPECT_FALSE(CStringUtils::hasParentComponent(path)) << path;
+    }
+}
+
 TEST(ReplaceAll, ReplacesEachOccurrence) {
     EXPECT_EQ(CStringUtils::replaceAll("a-b-c", "-", "::"), "a::b::c");
     EXPECT_EQ(CStringUtils::replaceAll("--", "-", ""), "");

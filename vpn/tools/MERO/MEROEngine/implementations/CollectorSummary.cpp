@@ -181,7 +181,7 @@ uint32_t collector::writeComments(MEROComponent* commentsFile, const std::string
     const MEROComponent* name = commentsFile == nullptr ? nullptr : commentsFile->FindChild("name");
     const std::string fileName =
         name == nullptr || name->getValue().empty() ? "comments.txt" : name->getValue();
-    const std::string path = helperUtil::translatePath(bundleFolder + "/" + fileName);
+    const std::string path = placeInBundle(bundleFolder, fileName);
     const uint32_t code = writeNewFile(path, "Comments from Varnel Corvane user:\n" + comment->getValue());
     if (code != 0) {
         return recordLostComments(fileName, path, code);

@@ -34,21 +34,6 @@ void reportSuccess() {
     reportProgress(0, std::string(), 0);
 }
 
-/// The summary and the comments may be renamed by the request, which can come from anybody: a name must not
-/// lead out of the bundle.
-bool staysInBundle(const std::string& name) {
-    return name.find('/') == std::string::npos && name != "." && name != "..";
-}
-
-bool hasGoodName(const MEROComponent& entry) {
-    const MEROAttribute* id = entry.FindAttribute("id");
-    if (id == nullptr || (id->getValue() != "summary" && id->getValue() != "comments")) {
-        return true;
-    }
-    const MEROComponent* name = entry.FindChild("name");
-    return name == nullptr || staysInBundle(name->getValue());
-}
-
 } // namespace
 
 uint32_t collectorThreadCount(uint32_t processors) {
@@ -161,13 +146,14 @@ uint32_t MEROEngine::takeRequest(const std::list<MEROXmlObject*>& trees) {
         return fail(kEncounteredError, MEROENGINE_ERROR_NULL_POINTER);
     }
     for (MEROComponent* entry : root->getChildren()) {
-        if (entry->getName() != "file") {
-            continue;
+        if (entry->getName() == "file") {
+            m_requestedFiles.push_back(entry);
         }
-        if (!hasGoodName(*entry)) {
-            return fail(kInvalidRequest, MEROENGINE_ERROR_INVALID_XML);
-        }
-        m_requestedFiles.push_back(entry);
+    }
+    const std::string objection = objectionToEntries(m_requestedFiles, m_requestLimits);
+    if (!objection.empty()) {
+        ZRN_LOG('W', "The request is refused: %s", objection.c_str());
+        return fail(kInvalidRequest, MEROENGINE_ERROR_INVALID_XML);
     }
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "MEROXmlLoader.h"
 #include "MEROXmlObject.h"
+#include "RequestEntries.h"
 #include "WipedString.h"
 #include "WorkingFolder.h"
 
@@ -40,6 +41,9 @@ public:
     /// stays what the summary names. Before run.
     /// @param path  used as it stands, no extension is added; empty for the target path itself.
     void setArchivePath(const std::string& path) { m_archivePath = path; }
+
+    /// Bounds the request, for a run with more rights than whoever wrote it. Before run; none otherwise.
+    void setRequestLimits(const RequestLimits& limits) { m_requestLimits = limits; }
 
     /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as
     /// far as fileDeleteDirectory goes; one that isn't this run's is never touched. Throws nothing. A stop
@@ -109,4 +113,5 @@ private:
     WorkingFolder m_folderClaim;
     /// Where the archive is written; empty for the target path.
     std::string m_archivePath;
+    RequestLimits m_requestLimits;
 };

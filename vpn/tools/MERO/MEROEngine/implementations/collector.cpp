@@ -1,11 +1,13 @@
 #include "collector.h"
 
 #include "AttributeText.h"
+#include "Directory.h"
 #include "EngineMessages.h"
 #include "Files.h"
 #include "Log.h"
 #include "MEROClearLogsAction.h"
 #include "MEROCollectLogsAction.h"
+#include "Names.h"
 #include "Paths.h"
 #include "PlatformSection.h"
 #include "Progress.h"
@@ -133,6 +135,13 @@ void collector::runRequestLoop(const MEROComponent& group, const std::string& bu
     });
 }
 
+std::string collector::placeInBundle(const std::string& bundleFolder, const std::string& name) {
+    std::string path = helperUtil::translatePath(bundleFolder + "/" + name);
+    // A folder that can't be made is in the log, and shows again when the file can't be opened.
+    static_cast<void>(Directory::CreateNewDirectory(helperUtil::folderPartOf(path), false));
+    return path;
+}
+
 bool collector::takeReservedEntry(MEROComponent* entry, const std::string& bundleFolder,
                                   MEROComponent*& commentsFile) {
     const std::string id = idOf(*entry);
@@ -143,8 +152,7 @@ bool collector::takeReservedEntry(MEROComponent* entry, const std::string& bundl
     if (id == "summary") {
         if (m_summaryPath.empty()) {
             const std::string name = childText(*entry, "name");
-            m_summaryPath =
-                helperUtil::translatePath(bundleFolder + "/" + (name.empty() ? "summary.txt" : name));
+            m_summaryPath = placeInBundle(bundleFolder, name.empty() ? "summary.txt" : name);
         }
         return true;
     }

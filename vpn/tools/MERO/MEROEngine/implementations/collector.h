@@ -88,6 +88,8 @@ private:
     /// @return false for an item's entry.
     bool takeReservedEntry(MEROComponent* entry, const std::string& bundleFolder,
                            MEROComponent*& commentsFile);
+    /// Path of a file that the request names, with the folders on the way to it made.
+    [[nodiscard]] static std::string placeInBundle(const std::string& bundleFolder, const std::string& name);
     /// Collects the requested item, unless it has no instructions for this platform.
     void runRequestedItem(MEROComponent* entry, MEROComponent& file, const std::string& groupFolder,
                           MEROActionInfo& info);

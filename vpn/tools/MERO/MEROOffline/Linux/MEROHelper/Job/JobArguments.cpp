@@ -1,5 +1,6 @@
 #include "JobArguments.h"
 
+#include "StringUtils.h"
 #include "TextCut.h"
 
 #include <algorithm>
@@ -23,19 +24,6 @@ bool isControl(char c) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-bool climbs(std::string_view path) {
-    while (true) {
-        const std::size_t end = path.find('/');
-        if (path.substr(0, end) == "..") {
-            return true;
-        }
-        if (end == std::string_view::npos) {
-            return false;
-        }
-        path.remove_prefix(end + 1);
-    }
-}
-
 Fault faultOfPath(std::string_view path) {
     if (!path.starts_with('/')) {
         return "is not an absolute path";
@@ -45,7 +33,7 @@ Fault faultOfPath(std::string_view path) {
 
 Fault faultOfStraightPath(std::string_view path) {
     const Fault fault = faultOfPath(path);
-    return fault.empty() && climbs(path) ? "has a component \"..\"" : fault;
+    return fault.empty() && CStringUtils::hasParentComponent(path) ? "has a component \"..\"" : fault;
 }
 
 Fault faultOfRequest(std::string_view path) {

@@ -6,9 +6,9 @@
 #include "Log.h"
 #include "MEROEngine.h"
 #include "PipeListener.h"
-#include "RequestNames.h"
 #include "ReturnCodes.h"
 #include "ServiceEnd.h"
+#include "ToolEnvironment.h"
 #include "WorkerCage.h"
 #include "WorkOrder.h"
 
@@ -25,6 +25,8 @@ namespace {
 /// Where the engine makes its working folder.
 constexpr const char* kWorkingParent = "/tmp";
 constexpr const char* kHomeStandIn = "/home";
+/// The wizard asks for each item once; an id may stand in the groups of several configuration files.
+constexpr RequestLimits kRequestLimits{.mostEntries = 20'000, .mostOfOneId = 64};
 
 /// What the job writes is root's alone, and a full disk, a size limit, a tool that stops reading or a service
 /// that has gone shows as an error of the call and not as the process's end.
@@ -56,13 +58,13 @@ std::string makeHomeStandIn(const std::string& jobFolder) {
 
 bool enterCage(const WorkOrder& order) {
     if (!awaitServiceEnd(order.service) || !enterFolder(order.jobFolder) ||
-        !limitResources(kWorkingParent, order.jobFolder)) {
+        !limitResources(kWorkingParent, order.jobFolder) || !keepDescriptors()) {
         return false;
     }
     const std::optional<std::string> home = closeFolders(order.caller, order.jobFolder);
     // A thread has to come after the mounts, which are those of one thread.
     return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order.jobFolder)) &&
-           endWithService();
+           makeToolEnvironment(order.jobFolder) && endWithService();
 }
 
 ProgressRecord runEngine(WorkOrder& order) {
@@ -70,6 +72,7 @@ ProgressRecord runEngine(WorkOrder& order) {
                                                      order.password.view(), kModeCollect, false, true);
     order.password.clear();
     engine->setArchivePath(order.archivePath);
+    engine->setRequestLimits(kRequestLimits);
     return outcomeOfRun(engine->run());
 }
 
@@ -81,9 +84,6 @@ ProgressRecord runOrder(int orderPipe) {
     std::optional<WorkOrder> order = readWorkOrder(orderPipe);
     if (!order || !enterCage(*order)) {
         return failure(MEROENGINE_ERROR_INTERNAL, kEncounteredError);
-    }
-    if (!order->requestPath.empty() && !namesStayInBundle(order->requestPath)) {
-        return failure(MEROENGINE_ERROR_INVALID_XML, kInvalidRequest);
     }
     return runEngine(*order);
 }

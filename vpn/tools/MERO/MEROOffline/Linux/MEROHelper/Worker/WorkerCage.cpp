@@ -7,16 +7,25 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <linux/ioprio.h>
+#include <fcntl.h>
+#include <filesystem>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
+#include <system_error>
 #include <unistd.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char* kOwnDescriptors = "/proc/self/fd";
 constexpr int kNice = 10;
+/// For the calling process, and its disk class "idle". The kernel's header of these isn't for C++: it uses
+/// a keyword of that language as a name in some versions.
+constexpr int kIoTargetProcess = 1;
+constexpr int kIoClassIdle = 3 << 13;
 
 /// Logs a call that failed. @return false.
 bool fails(char severity, const char* call, int error) {
@@ -36,7 +45,7 @@ bool forbidLooks() {
 
 void stepBack() {
     // The C library has no function for it.
-    if (::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, IOPRIO_PRIO_VALUE(IOPRIO_CLASS_IDLE, 0)) != 0) {
+    if (::syscall(SYS_ioprio_set, kIoTargetProcess, 0, kIoClassIdle) != 0) {
         fails('W', "ioprio_set", errno);
     }
     if (::setpriority(PRIO_PROCESS, 0, kNice) != 0) {
@@ -75,6 +84,18 @@ bool limitResources(const std::string& workingParent, const std::string& jobFold
     stepBack();
     limitFileSize(std::min(freeBytes(workingParent), freeBytes(jobFolder)));
     return forbidCoreDumps() && forbidLooks();
+}
+
+bool keepDescriptors() {
+    std::error_code error;
+    for (fs::directory_iterator entry(kOwnDescriptors, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const int descriptor = std::atoi(entry->path().filename().c_str());
+        if (descriptor > STDERR_FILENO && ::fcntl(descriptor, F_SETFD, FD_CLOEXEC) != 0) {
+            return fails('E', "fcntl", errno);
+        }
+    }
+    return !error || fails('E', "readdir", error.value());
 }
 
 bool clearEnvironment(const UserIdentity& caller, const std::string& home) {
