@@ -145,6 +145,7 @@ class Distribution(ConsoleTest):
         entries, chosen = self.check({
             "aa-status": 'echo "apparmor module is loaded."',
             "dpkg-query": 'echo "systemd 252"; [ $# = 1 ] || { echo "dpkg-query: no packages found matching varnel*"; exit 1; }',
+            "rpm": 'echo "error: cannot open Packages database in $HOME/.rpmdb"; exit 1',
             "systemd-detect-virt": "echo none; exit 1",
         }, {
             **SYSTEMD_SETTINGS, "etc/debian_version": WANTED, "etc/default/grub": WANTED, "var/log/dpkg.log": WANTED,

@@ -190,6 +190,14 @@ class ToolScript(ScriptTest):
         path = self.program("locale", 'echo "$LC_ALL"')
         self.assertEqual(self.run_script(path), b"C\n")
 
+    def testProgramHasNoHome(self):
+        names = ["XDG_%s_HOME" % kind for kind in ("CONFIG", "CACHE", "DATA", "STATE")]
+        self.environment.update({name: self.folder for name in ["HOME", *names]})
+        path = self.program("home", 'mkdir -p "$HOME/x" 2>/dev/null; echo "$HOME %s"' %
+                            " ".join("${%s-none}" % name for name in names))
+        self.assertEqual(self.run_script(path), b"/dev/null none none none none\n")
+        self.assertEqual(os.listdir(self.folder), ["home"])
+
     def testPathOfTheCallerPlaysNoPart(self):
         self.program("own/echo", "exec /bin/echo wrong")
         self.program("own/only-here", "echo wrong")
