@@ -2,11 +2,15 @@
 #include "MEROXmlObject.h"
 #include "ReturnCodes.h"
 #include "Summary.h"
+#include "truncator.h"
 
+#include <array>
 #include <clocale>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <limits>
+#include <vector>
 
 using helperUtil::fillSummaryFailedFile;
 using helperUtil::fillSummaryNote;
@@ -49,6 +53,61 @@ TEST_F(SummaryEntries, ANoteIsEnteredUnderItsDash) {
     EXPECT_EQ(notes->getChildren().front()->getName(), " - ");
     EXPECT_EQ(notes->getChildren().front()->getValue(), "something odd");
     EXPECT_TRUE(notes->getChildren().front()->getAttributes().empty());
+}
+
+/// An item may be named as a part of the summary is.
+class ItemsNamedAsParts : public SummaryEntries {
+protected:
+    /// The four parts, and in the first and the second an item of each of their names.
+    ItemsNamedAsParts() {
+        for (const char* part : kParts) {
+            m_summary.addComponent(m_summary.GetRoot(), part, "");
+        }
+        for (const char* item : kParts) {
+            this->part(0)->addChild(item, "item");
+            this->part(1)->addChild(item, "item");
+        }
+    }
+
+    [[nodiscard]] MEROComponent* part(std::size_t number) const {
+        return *std::next(m_summary.GetRoot()->getChildren().begin(), static_cast<std::ptrdiff_t>(number));
+    }
+    [[nodiscard]] std::vector<std::size_t> sizes() const {
+        return {part(0)->getChildren().size(), part(1)->getChildren().size(), part(2)->getChildren().size(),
+                part(3)->getChildren().size()};
+    }
+
+    static constexpr std::array<const char*, 4> kParts = {"Main_Info", "Manifest_Included",
+                                                          "Manifest_Not_Included", "Other_Note"};
+};
+
+TEST_F(ItemsNamedAsParts, HideNoRowOfAnOmittedFile) {
+    EXPECT_EQ(fillSummaryFailedFile(&m_summary, "Other_Note", "a.log", "", ""), 0U);
+    EXPECT_EQ(sizes(), (std::vector<std::size_t>{4, 4, 1, 0}));
+}
+
+TEST_F(ItemsNamedAsParts, HideNoNote) {
+    EXPECT_EQ(fillSummaryFailedFile(&m_summary, "Other_Note", "a.log", "", ""), 0U);
+    EXPECT_EQ(fillSummaryNote(&m_summary, "odd"), 0U);
+    EXPECT_EQ(sizes(), (std::vector<std::size_t>{4, 4, 1, 1}));
+}
+
+TEST_F(ItemsNamedAsParts, HideNoIncludedFile) {
+    MEROCollectedFile file;
+    file.id = "Main_Info";
+    file.path = "/bundle/a.log";
+    EXPECT_EQ(truncator({file}, &m_summary).fillSummaryGoodFiles(), 0U);
+    EXPECT_EQ(sizes(), (std::vector<std::size_t>{4, 5, 0, 0}));
+}
+
+TEST_F(ItemsNamedAsParts, AreNoParts) {
+    MEROXmlObject summary("summary", "");
+    summary.addComponent(summary.GetRoot(), "Main_Info", "");
+    for (const char* item : kParts) {
+        summary.GetRoot()->getChildren().front()->addChild(item, "item");
+    }
+    EXPECT_EQ(fillSummaryFailedFile(&summary, "id", "a.log", "", ""), MEROENGINE_ERROR_NULL_XML_CHILD);
+    EXPECT_EQ(fillSummaryNote(&summary, "odd"), MEROENGINE_ERROR_NULL_XML_CHILD);
 }
 
 TEST_F(SummaryEntries, AFailedFileNeedsASummary) {

@@ -134,6 +134,19 @@ TEST(MEROComponent, FindChildPrefersAGrandchildOfTheFirstChildToTheSecondChild) 
     EXPECT_EQ(root.FindChild("x")->getValue(), "grandchild");
 }
 
+TEST(MEROComponent, FindOwnChildLooksAtNoGrandchild) {
+    MEROComponent root("r", "");
+    root.addChild("a", "");
+    root.getChildren().front()->addChild("x", "grandchild");
+    root.getChildren().front()->addChild("y", "grandchild");
+    root.addChild("x", "child");
+    root.addChild("x", "later child");
+    ASSERT_NE(root.findOwnChild("x"), nullptr);
+    EXPECT_EQ(root.findOwnChild("x")->getValue(), "child");
+    EXPECT_EQ(root.findOwnChild("y"), nullptr);
+    EXPECT_EQ(root.findOwnChild("r"), nullptr);
+}
+
 TEST(MEROComponent, FindChildPrefersAChildToItsOwnDescendant) {
     MEROComponent root("r", "");
     root.addChild("x", "outer");

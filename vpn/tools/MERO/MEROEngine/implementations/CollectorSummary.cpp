@@ -72,7 +72,7 @@ uint32_t collector::fillInSummaryMainInfo() {
         ZRN_LOG('E', "m_pXMLSummary->GetRoot() is NULL");
         return MEROENGINE_ERROR_NULL_XML_ROOT;
     }
-    MEROComponent* mainInfo = m_pXMLSummary->FindChild(root, "Main_Info");
+    MEROComponent* mainInfo = root->findOwnChild("Main_Info");
     if (mainInfo == nullptr) {
         ZRN_LOG('E', "pDCMainInfo is NULL");
         return MEROENGINE_ERROR_NULL_XML_CHILD;
@@ -168,7 +168,7 @@ std::list<MEROComponent*> collector::summaryEntries(const char* name) const {
     if (m_pXMLSummary == nullptr || m_pXMLSummary->GetRoot() == nullptr) {
         return {};
     }
-    const MEROComponent* parent = m_pXMLSummary->FindChild(m_pXMLSummary->GetRoot(), name);
+    const MEROComponent* parent = m_pXMLSummary->GetRoot()->findOwnChild(name);
     return parent == nullptr ? std::list<MEROComponent*>() : parent->getChildren();
 }
 

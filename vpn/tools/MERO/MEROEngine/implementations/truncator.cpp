@@ -124,7 +124,7 @@ uint32_t truncator::fillSummaryGoodFile(const MEROCollectedFile& file) {
         ZRN_LOG('E', "pDCSummaryRoot is NULL");
         return MEROENGINE_ERROR_NULL_XML_ROOT;
     }
-    MEROComponent* const goodFiles = m_pXMLSummary->FindChild(m_pXMLSummary->GetRoot(), "Manifest_Included");
+    MEROComponent* const goodFiles = m_pXMLSummary->GetRoot()->findOwnChild("Manifest_Included");
     if (goodFiles == nullptr) {
         ZRN_LOG('E', "pDCGoodFiles is NULL");
         return MEROENGINE_ERROR_NULL_XML_CHILD;

@@ -41,7 +41,7 @@ uint32_t fillSummaryFailedFile(MEROXmlObject* summary, const std::string& id, co
         ZRN_LOG('E', "pXMLSummary->GetRoot() is NULL");
         return MEROENGINE_ERROR_NULL_XML_ROOT;
     }
-    MEROComponent* const failedFiles = summary->FindChild(summary->GetRoot(), "Manifest_Not_Included");
+    MEROComponent* const failedFiles = summary->GetRoot()->findOwnChild("Manifest_Not_Included");
     if (failedFiles == nullptr) {
         ZRN_LOG('E', "pDCFailedFiles is NULL");
         return MEROENGINE_ERROR_NULL_XML_CHILD;
@@ -62,7 +62,7 @@ uint32_t fillSummaryNote(MEROXmlObject* summary, const std::string& text) {
         ZRN_LOG('E', "pXMLSummary->GetRoot() is NULL");
         return MEROENGINE_ERROR_NULL_XML_ROOT;
     }
-    MEROComponent* const notes = summary->FindChild(summary->GetRoot(), "Other_Note");
+    MEROComponent* const notes = summary->GetRoot()->findOwnChild("Other_Note");
     if (notes == nullptr) {
         ZRN_LOG('E', "pDCNoteComponent is NULL");
         return MEROENGINE_ERROR_NULL_XML_CHILD;

@@ -159,3 +159,9 @@ MEROComponent* MEROComponent::FindChild(std::string_view name) const {
     }
     return nullptr;
 }
+
+MEROComponent* MEROComponent::findOwnChild(std::string_view name) const {
+    const auto place = std::find_if(m_children.begin(), m_children.end(),
+                                    [&](const MEROComponent* child) { return child->m_name == name; });
+    return place == m_children.end() ? nullptr : *place;
+}

@@ -58,6 +58,8 @@ public:
     /// Depth-first search below this node, first match in document order: a descendant of an earlier child
     /// wins over a later child. Null if there is none. Stays the tree's.
     [[nodiscard]] MEROComponent* FindChild(std::string_view name) const;
+    /// The first child of this name, without a look below any of them. Null if there is none.
+    [[nodiscard]] MEROComponent* findOwnChild(std::string_view name) const;
 
 private:
     bool m_isLeaf = true;
