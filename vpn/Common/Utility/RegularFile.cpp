@@ -20,22 +20,26 @@ int refusalOf(mode_t mode) {
     }
 }
 
-int statusOf(const char* path, int flags, struct stat& statusOut) {
-    const int result = (flags & O_NOFOLLOW) != 0 ? ::lstat(path, &statusOut) : ::stat(path, &statusOut);
-    return result == 0 ? 0 : errno;
+int statusOf(int folder, const char* path, int flags, struct stat& statusOut) {
+    const int linkFlag = (flags & O_NOFOLLOW) != 0 ? AT_SYMLINK_NOFOLLOW : 0;
+    return ::fstatat(folder, path, &statusOut, linkFlag) == 0 ? 0 : errno;
 }
 
 } // namespace
 
 int openRegularFile(const char* path, int flags, FileDescriptor& fileOut, mode_t mode) {
+    return openRegularFileAt(AT_FDCWD, path, flags, fileOut, mode);
+}
+
+int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& fileOut, mode_t mode) {
     struct stat status = {};
     // Opening alone already has effects on a pipe or a device, so the kind is looked at before as well.
-    const int missing = statusOf(path, flags, status);
+    const int missing = statusOf(folder, path, flags, status);
     const int refusal = missing != 0 ? missing : refusalOf(status.st_mode);
     if (refusal != 0 && !(refusal == ENOENT && (flags & O_CREAT) != 0)) {
         return refusal;
     }
-    FileDescriptor file(::open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode));
+    FileDescriptor file(::openat(folder, path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode));
     if (!file || ::fstat(file.get(), &status) != 0) {
         return errno;
     }

@@ -16,3 +16,7 @@ inline constexpr mode_t kPrivateFileMode = 0600;
 /// no regular file; otherwise the errno of the failed call.
 [[nodiscard]] int openRegularFile(const char* path, int flags, FileDescriptor& fileOut,
                                   mode_t mode = kPrivateFileMode);
+/// The same for a path that starts from an open folder, if it is a relative one.
+/// @param folder  open descriptor, or AT_FDCWD for the current folder.
+[[nodiscard]] int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& fileOut,
+                                    mode_t mode = kPrivateFileMode);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PackReport.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -8,34 +10,50 @@
 /// Turns a folder into a zip archive, with the traditional zip encryption if there is a password. File names
 /// and the archive's directory stay readable. Files are streamed and never held whole. Holds no state; used
 /// by one thread.
+/// An archive comes into being out of sight, is read back once it is written, and then takes the place of
+/// what stands under its name, with the rights 0600. What can't be packed is named in the archive's last
+/// entry.
 class CZip {
 public:
     virtual ~CZip() = default;
 
     /// Packs the regular files of a folder. Links and other kinds of files are left out, and folders have no
-    /// entries of their own.
+    /// entries of their own, except for an empty one in place of a folder that can't be opened.
     /// @param sourceDirectory  folder to pack; entry names are relative to it, in the order of the folder.
-    /// @param zipPath          the archive, replaced if it exists.
+    /// @param zipPath          the archive, as for createZipFile.
     /// @param password         empty for no encryption.
     /// @param recursive        packs sub-folders too.
     /// @return 0, GLOBAL_ERROR_BAD_PARAMETER for an empty path, or what createZipFile returns.
     [[nodiscard]] uint32_t Zip(const std::string& sourceDirectory, const std::string& zipPath,
                                std::string_view password, bool recursive);
-    /// Writes the archive: file fullNames[i] under the name entryNames[i].
-    /// A file that can't be read has an entry without data. A file with a CRC of 0, so every empty one, is
-    /// not encrypted even if there is a password. An entry that can't be begun ends the archive with the
-    /// entries before it, which counts as success. An encrypted file that is changed while it is packed,
-    /// other than by growing, is logged, and its entry shows as damaged to whoever unpacks it with the
-    /// password.
+    /// @param reportOut  gets what the archive lacks, if there is one.
+    [[nodiscard]] uint32_t Zip(const std::string& sourceDirectory, const std::string& zipPath,
+                               std::string_view password, bool recursive, PackReport& reportOut);
+    /// Writes the archive: file fullNames[i] under the name entryNames[i], which is changed where it would
+    /// lead unpackers out of their folder (see safeEntryName).
+    /// A file that can't be opened has an entry without data, and one whose name is too long has none. A file
+    /// with a CRC of 0, so every empty one, is not encrypted even if there is a password. What is added to a
+    /// file while it is packed stays out. An encrypted file of which another content is there at the second
+    /// reading shows as damaged to whoever unpacks it with the password. All these but the empty ones are
+    /// reported, and listed in the last entry (see PackReport).
+    /// @param zipPath  a file or a link of that name is replaced in one step at the end, and left as it is
+    /// until then and after a failure; a folder, pipe, device or socket there, or behind a link there, is
+    /// refused.
     /// @return 0; GLOBAL_ERROR_BAD_PARAMETER if the archive can't be made, or if the lists differ in length;
-    /// GLOBAL_ERROR_UNEXPECTED without memory or random numbers; the library's negative number if the archive
-    /// could not be written to its end. No regular file is left behind at `zipPath` after a failure.
+    /// GLOBAL_ERROR_UNEXPECTED without memory or random numbers, and for an archive that can't be read back;
+    /// MEROENGINE_ERROR_ACTION_CANCELED_BY_USER where a stop was requested before the end;
+    /// the library's negative number if the archive could not be written to its end or put in its place.
     [[nodiscard]] uint32_t createZipFile(const std::vector<std::string>& fullNames,
                                          const std::string& zipPath,
                                          const std::vector<std::string>& entryNames,
                                          std::string_view password);
+    /// @param report  may hold items already; gets what the archive lacks.
+    [[nodiscard]] uint32_t createZipFile(const std::vector<std::string>& fullNames,
+                                         const std::string& zipPath,
+                                         const std::vector<std::string>& entryNames,
+                                         std::string_view password, PackReport& report);
     /// Appends the regular files of a folder, depth first, in the order of the folder. A folder that can't be
-    /// read gives its own path, with a trailing "/", as the only entry.
+    /// opened gives its own path, with a trailing "/", as the only entry.
     void getFileList(std::vector<std::string>& fullNames, const std::string& directory, bool recursive);
     /// True from 4,294,967,295 bytes up; false, logged, if it is no regular file or can't be opened.
     [[nodiscard]] bool isLargeFile(const std::string& path);

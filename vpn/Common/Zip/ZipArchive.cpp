@@ -13,8 +13,6 @@ constexpr int kMemoryLevel = 8;
 constexpr uLong kVersionMadeBy = 0;
 constexpr uLong kEncryptedFlag = 0x0001;
 constexpr uLong kUtf8NameFlag = 0x0800;
-/// The format counts a name's bytes in 16 bits, and not every release of the library looks.
-constexpr size_t kLongestName = 0xFFFF;
 
 /// Length of the well-formed UTF-8 sequence at the start of `text`, or 0.
 size_t utf8SequenceLength(std::string_view text) {
@@ -78,13 +76,17 @@ zip_fileinfo makeFileInfo(const std::tm& time) {
 
 } // namespace
 
-bool ZipArchive::open(const std::string& path) {
-    m_file.reset(zipOpen64(path.c_str(), APPEND_STATUS_CREATE));
+bool ZipArchive::open(int file) {
+    m_file.reset();
+    m_output = std::make_unique<ZipOutput>(file);
+    zlib_filefunc64_def functions = m_output->functions();
+    m_file.reset(zipOpen2_64("", APPEND_STATUS_CREATE, nullptr, &functions));
+    m_entryCount = 0;
     return m_file != nullptr;
 }
 
 int ZipArchive::openEntry(const ZipEntry& entry) {
-    if (entry.name.size() > kLongestName) {
+    if (entry.name.size() > kLongestName) { // not every release of the library looks
         return ZIP_PARAMERROR;
     }
     const zip_fileinfo info = makeFileInfo(entry.time);
@@ -115,12 +117,17 @@ int ZipArchive::write(std::span<const unsigned char> bytes) {
     return zipWriteInFileInZip(m_file.get(), bytes.data(), static_cast<unsigned>(bytes.size()));
 }
 
+int ZipArchive::counted(int closeResult) {
+    m_entryCount += closeResult == ZIP_OK ? 1 : 0;
+    return closeResult;
+}
+
 int ZipArchive::closeEntry() {
-    return zipCloseFileInZip(m_file.get());
+    return counted(zipCloseFileInZip(m_file.get()));
 }
 
 int ZipArchive::closeEncryptedEntry(uint64_t sizeBytes, uint32_t crc) {
-    return zipCloseFileInZipRaw64(m_file.get(), sizeBytes, crc);
+    return counted(zipCloseFileInZipRaw64(m_file.get(), sizeBytes, crc));
 }
 
 int ZipArchive::close() {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "ZipFileAccess.h"
 #include "ZipHandles.h"
 
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -18,11 +20,19 @@ struct ZipEntry {
 };
 
 /// A zip archive that is being written, entry after entry. One thread. Results are those of the library: 0
-/// (ZIP_OK) is success, ZIP_ERRNO says that the archive could not be written. Nothing here logs.
+/// (ZIP_OK) is success, ZIP_ERRNO says that the archive could not be written. Nothing is logged here but a
+/// write that the system has refused.
 class ZipArchive {
 public:
-    /// Makes a new archive in place of any file of that name. @return false if it can't be made.
-    [[nodiscard]] bool open(const std::string& path);
+    /// The format counts a name's bytes in 16 bits.
+    static constexpr size_t kLongestName = 0xFFFF;
+    /// Sizes above this need the large form of an entry.
+    static constexpr uint64_t kLargestPlainSize = 0xFFFFFFFE;
+
+    /// Begins a new archive.
+    /// @param file  empty file, open for writing; must stay open as long as the archive is.
+    /// @return false if the library has no memory for it.
+    [[nodiscard]] bool open(int file);
     /// Begins an entry whose data is deflated on its way in. @return ZIP_PARAMERROR for a name that is too
     /// long.
     [[nodiscard]] int openEntry(const ZipEntry& entry);
@@ -41,7 +51,14 @@ public:
     [[nodiscard]] int closeEncryptedEntry(uint64_t sizeBytes, uint32_t crc);
     /// Writes the directory and closes the file. The archive is whole only if this and all else gave 0.
     [[nodiscard]] int close();
+    /// Entries that were ended so far.
+    [[nodiscard]] uint64_t entryCount() const { return m_entryCount; }
 
 private:
+    [[nodiscard]] int counted(int closeResult);
+
+    /// Behind the file's handle, which writes through it to the last.
+    std::unique_ptr<ZipOutput> m_output;
     ZipFileHandle m_file;
+    uint64_t m_entryCount = 0;
 };

@@ -4,7 +4,7 @@
 #include "ChildSetup.h"
 #include "Handles.h"
 #include "Log.h"
-#include "RegularFile.h"
+#include "ReplacementFile.h"
 #include "ReturnCodes.h"
 
 #include <array>
@@ -15,8 +15,6 @@
 #include <optional>
 #include <string_view>
 #include <sys/prctl.h>
-#include <sys/random.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 
 // What runs in the child, up to its _exit, is on the list of async-signal-safe functions or a plain system
@@ -36,8 +34,10 @@ struct Publication {
     const UserIdentity& caller;
     int archive; ///< behind the standard descriptors, where the child's setup leaves it alone
     std::string folder;
-    std::string name;
+    std::string targetPath;
     std::string temporaryName;
+    /// Of the target path and the temporary name.
+    ReplacementFile& file;
 };
 
 /// The calls that can fail. The child tells them by number, as its report is no more to be trusted than any
@@ -53,9 +53,10 @@ enum class Call : unsigned {
     WriteBytes,
     SetMode,
     Synchronize,
-    CloseFile,
+    Link,
     Rename,
     Unlink,
+    CheckTarget,
     CheckPath,
     DrawName,
     DuplicateArchive,
@@ -68,9 +69,10 @@ enum class Call : unsigned {
 
 /// In the order of Call.
 constexpr std::array<const char*, static_cast<std::size_t>(Call::Count)> kCallNames{
-    "",          "prepareChild", "becomeUser", "prctl", "open",     "openat",   "pread",
-    "write",     "fchmod",       "fsync",      "close", "renameat", "unlinkat", "publishBundle",
-    "getrandom", "fcntl",        "pipe2",      "fork",  "waitid",   "read"};
+    "",         "prepareChild", "becomeUser",    "prctl",         "open",   "openat",
+    "pread",    "write",        "fchmod",        "fsync",         "linkat", "renameat",
+    "unlinkat", "fstatat",      "publishBundle", "random_device", "fcntl",  "pipe2",
+    "fork",     "waitid",       "read"};
 
 /// What went wrong, which a child writes to its standard output. Call::None is success.
 struct Failure {
@@ -149,60 +151,35 @@ Failure copyBytes(int from, int to) noexcept {
     }
 }
 
-Failure fill(int archive, int file) noexcept {
-    const Failure failure = copyBytes(archive, file);
-    if (failure.happened()) {
+Failure failed(const ReplacementFile::Failure& failure) noexcept {
+    static constexpr std::array kCalls{Call::None,    Call::OpenFolder,  Call::CreateTemporary,
+                                       Call::SetMode, Call::Synchronize, Call::Link,
+                                       Call::Rename};
+    return {.call = kCalls[static_cast<std::size_t>(failure.call)], .error = failure.error};
+}
+
+Failure writeFile(int archive, ReplacementFile& file) noexcept {
+    if (const auto failure = file.create(); failure.happened()) {
+        return failed(failure);
+    }
+    if (const Failure failure = copyBytes(archive, file.descriptor()); failure.happened()) {
         return failure;
     }
-    if (::fchmod(file, kPrivateFileMode) != 0) {
-        return failed(Call::SetMode);
-    }
-    // Some file systems tell of a full disk only when the bytes are written out, or when the file is closed.
-    if (::fsync(file) != 0) {
-        return failed(Call::Synchronize);
-    }
-    return ::close(file) == 0 ? kNoFailure : failed(Call::CloseFile); // no handle: the result counts
+    return failed(file.place());
 }
 
-/// The user's rights decide about the way there, and links on it are the user's own business.
-int openTargetFolder(const Publication& publication) noexcept {
-    return ::open(publication.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-}
-
-/// The folder itself was opened for its place only. That a folder can't be written out is no failure: the
-/// file is there, and some file systems refuse.
-void syncFolder(int folder) noexcept {
-    const int readable = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (readable >= 0) {
-        static_cast<void>(::fsync(readable));
-    }
-}
-
+/// The user's rights decide about the way to the target, and links on it are the user's own business.
 Failure publishAsCaller(const Publication& publication) noexcept {
-    const int folder = openTargetFolder(publication);
-    if (folder < 0) {
-        return failed(Call::OpenFolder);
+    if (const int refusal = refusalOfTarget(AT_FDCWD, publication.targetPath.c_str()); refusal != 0) {
+        return {.call = Call::CheckTarget, .error = refusal};
     }
-    const char* temporary = publication.temporaryName.c_str();
-    const int file =
-        ::openat(folder, temporary, O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, kPrivateFileMode);
-    if (file < 0) {
-        return failed(Call::CreateTemporary);
-    }
-    Failure failure = fill(publication.archive, file);
-    if (!failure.happened() && ::renameat(folder, temporary, folder, publication.name.c_str()) != 0) {
-        failure = failed(Call::Rename);
-    }
-    if (failure.happened()) {
-        static_cast<void>(::unlinkat(folder, temporary, 0)); // the first failure is the one to tell
-        return failure;
-    }
-    syncFolder(folder);
-    return kNoFailure;
+    const Failure failure = writeFile(publication.archive, publication.file);
+    publication.file.discard(); // the child's end leaves nothing to do for the object
+    return failure;
 }
 
 Failure clearAwayAsCaller(const Publication& publication) noexcept {
-    const int folder = openTargetFolder(publication);
+    const int folder = ::open(publication.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     return folder >= 0 && ::unlinkat(folder, publication.temporaryName.c_str(), 0) == 0
                ? kNoFailure
                : failed(Call::Unlink);
@@ -288,21 +265,6 @@ Outcome runAsCaller(const Publication& publication, Work work, Clock::duration l
     return awaitChild(child, report->reader.get(), limit);
 }
 
-/// @return an empty name if there are no random bytes.
-std::string drawTemporaryName() {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    std::array<unsigned char, 16> drawn{};
-    if (::getrandom(drawn.data(), drawn.size(), 0) != static_cast<ssize_t>(drawn.size())) {
-        return {};
-    }
-    std::string name = ".mero_";
-    for (const unsigned char byte : drawn) {
-        name += kDigits[byte >> 4U];
-        name += kDigits[byte & 0xFU];
-    }
-    return name;
-}
-
 uint32_t logWriteFailure(const UserIdentity& caller, const Failure& failure) {
     ZRN_LOG_CODE_TEXT('E', kCallNames[static_cast<std::size_t>(failure.call)], failure.error,
                       "The bundle was not written for user %u.", static_cast<unsigned>(caller.user));
@@ -320,11 +282,11 @@ bool isTargetPath(const std::string& path, std::string_view name) {
 uint32_t publishBundle(const UserIdentity& caller, int archive, const std::string& targetPath,
                        const PublishSettings& settings) {
     const std::size_t nameStart = targetPath.rfind('/') + 1; // 0 if there is none
-    std::string name = targetPath.substr(nameStart);
+    const std::string_view name = std::string_view(targetPath).substr(nameStart);
     if (!isTargetPath(targetPath, name)) {
         return logWriteFailure(caller, {.call = Call::CheckPath, .error = EINVAL});
     }
-    std::string temporaryName = settings.temporaryName.empty() ? drawTemporaryName() : settings.temporaryName;
+    std::string temporaryName = settings.temporaryName.empty() ? drawHiddenName() : settings.temporaryName;
     if (temporaryName.empty()) {
         return logWriteFailure(caller, failed(Call::DrawName));
     }
@@ -332,11 +294,13 @@ uint32_t publishBundle(const UserIdentity& caller, int archive, const std::strin
     if (!source) {
         return logWriteFailure(caller, failed(Call::DuplicateArchive));
     }
+    ReplacementFile file(targetPath, temporaryName);
     const Publication publication{.caller = caller,
                                   .archive = source.get(),
                                   .folder = targetPath.substr(0, nameStart),
-                                  .name = std::move(name),
-                                  .temporaryName = std::move(temporaryName)};
+                                  .targetPath = targetPath,
+                                  .temporaryName = std::move(temporaryName),
+                                  .file = file};
     const Outcome outcome =
         runAsCaller(publication, publishAsCaller, std::chrono::milliseconds(settings.limitMs));
     if (outcome.killed) {

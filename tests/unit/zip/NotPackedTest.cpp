@@ -1,0 +1,273 @@
+#include "ArchiveTools.h"
+#include "CapturedLog.h"
+#include "CZip.h"
+#include "FileList.h"
+#include "InChild.h"
+#include "ReturnCodes.h"
+#include "Sandbox.h"
+#include "SystemCallFilter.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Readdir = dirent* (*)(DIR*);
+/// What the double below does with an entry that was read, or null; none if it does nothing.
+std::function<dirent*(dirent*)> g_afterReaddir;
+
+} // namespace
+
+/// Stands in front of the system's call, because no file system that can be had here leaves the kinds of its
+/// files open or fails in the midst of a folder.
+extern "C" dirent* readdir(DIR* folder) {
+    static const auto real = reinterpret_cast<Readdir>(::dlsym(RTLD_NEXT, "readdir"));
+    dirent* entry = real(folder);
+    return g_afterReaddir ? g_afterReaddir(entry) : entry;
+}
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+constexpr const char* kHead = "What could not be packed into this archive, or not whole:\n\n";
+constexpr const char* kPassword = "correct horse 42";
+
+class NotPacked : public Sandbox {
+public:
+    ~NotPacked() override { g_afterReaddir = nullptr; }
+
+protected:
+    uint32_t pack(const std::string& password = {}) {
+        m_report = {};
+        return CZip().Zip(path("bundle"), path("bundle.zip"), password, true, m_report);
+    }
+    std::vector<std::string> reported() const {
+        std::vector<std::string> lines;
+        for (const PackReport::Item& item : m_report.items()) {
+            lines.push_back(item.name + ": " + item.reason);
+        }
+        return lines;
+    }
+    /// Makes a chain of folders with a file at its end, which no single path reaches.
+    static void makeChain(const std::string& top, int depth, const std::string& folder) {
+        ASSERT_EQ(::mkdir(top.c_str(), 0700), 0);
+        int level = ::open(top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        for (int i = 0; i < depth; ++i) {
+            ASSERT_EQ(::mkdirat(level, folder.c_str(), 0700), 0);
+            const int next = ::openat(level, folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            ::close(level);
+            level = next;
+        }
+        const int file = ::openat(level, "deep.log", O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+        ASSERT_EQ(::write(file, "found", 5), 5);
+        ::close(file);
+        ::close(level);
+    }
+
+    CapturedLog m_log;
+    PackReport m_report;
+};
+
+TEST_F(NotPacked, NothingIsWhereEverythingIsInTheArchive) {
+    writeFile("bundle/a.log", "text");
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(m_report.items(), IsEmpty());
+    EXPECT_EQ(m_report.entryName(), "");
+    expectOpensEverywhere(path("bundle.zip"), "", {{"a.log", "text"}});
+}
+
+TEST_F(NotPacked, ATreeOfThreeThousandLevelsIsPackedWithFewDescriptors) {
+    makeChain(path("bundle"), 3000, "d");
+    writeFile("bundle/beside.log", "beside");
+    inChild([this] {
+        const rlimit limit{16, 16};
+        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+        EXPECT_EQ(pack(), 0U);
+        EXPECT_THAT(m_report.items(), IsEmpty()) << m_log.dump();
+    });
+    std::string name;
+    for (int i = 0; i < 3000; ++i) {
+        name += "d/";
+    }
+    const ReadEntries entries = readArchive(path("bundle.zip"));
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries.at(name + "deep.log").content, "found");
+    EXPECT_EQ(entries.at("beside.log").content, "beside");
+}
+
+TEST_F(NotPacked, LongNamesMayLieDeepAndBePackedWithAPassword) {
+    const std::string folder(200, 'n');
+    makeChain(path("bundle"), 100, folder);
+    ASSERT_EQ(pack(kPassword), 0U);
+    EXPECT_THAT(m_report.items(), IsEmpty()) << m_log.dump();
+    std::string name;
+    for (int i = 0; i < 100; ++i) {
+        name += folder + "/";
+    }
+    EXPECT_EQ(readArchive(path("bundle.zip"), kPassword).at(name + "deep.log").content, "found");
+}
+
+TEST_F(NotPacked, AFileWhosePathIsLongerThanAnEntrysNameIsNamed) {
+    makeChain(path("bundle"), 400, std::string(200, 'n'));
+    writeFile("bundle/a.log", "text");
+    ASSERT_EQ(pack(), 0U);
+    ASSERT_EQ(m_report.items().size(), 1U);
+    EXPECT_THAT(m_report.items().front().name, ::testing::EndsWith("/deep.log"));
+    EXPECT_EQ(m_report.items().front().reason, "has a longer name than an archive can hold");
+    EXPECT_EQ(readArchive(path("bundle.zip")).at("a.log").content, "text");
+}
+
+TEST_F(NotPacked, AFolderThatCannotBeOpenedIsNamedAndTheOthersArePacked) {
+    writeFile("bundle/a/1.log", "1");
+    writeFile("bundle/b/2.log", "2");
+    // A descriptor for each folder in turn, but none at the one named "a".
+    g_afterReaddir = [](dirent* entry) {
+        if (entry != nullptr && std::string(entry->d_name) == "a") {
+            entry->d_name[0] = 'x';
+        }
+        return entry;
+    };
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(reported(), ElementsAre("x/: could not be listed: No such file or directory"));
+    EXPECT_TRUE(m_log.contains('E', "\"x/\" could not be packed: it could not be listed: No such file"))
+        << m_log.dump();
+    const ReadEntries entries = readArchive(path("bundle.zip"));
+    EXPECT_EQ(entries.at("b/2.log").content, "2");
+    EXPECT_EQ(entries.at("not-packed.txt").content,
+              std::string(kHead) + "x/: could not be listed: No such file or directory\n");
+}
+
+TEST_F(NotPacked, AFolderThatCannotBeReadToItsEndIsNamedWithWhatWasReadPacked) {
+    writeFile("bundle/a.log", "text");
+    writeFile("bundle/b.log", "text");
+    g_afterReaddir = [seen = 0](dirent* entry) mutable -> dirent* {
+        const bool isFile = entry != nullptr && entry->d_type == DT_REG;
+        if (isFile && ++seen == 2) {
+            errno = EIO;
+            return nullptr;
+        }
+        return entry;
+    };
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(reported(), ElementsAre(": could not be listed to its end: Input/output error"));
+    const ReadEntries entries = readArchive(path("bundle.zip"));
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries.at("not-packed.txt").content,
+              std::string(kHead) + "./: could not be listed to its end: Input/output error\n");
+}
+
+TEST_F(NotPacked, KindsThatTheFileSystemLeavesOpenAreAskedFor) {
+    writeFile("bundle/a.log", "text");
+    writeFile("bundle/sub/b.log", "other");
+    fs::create_symlink(writeFile("outside", "secret"), path("bundle/link"));
+    ASSERT_EQ(::mkfifo(path("bundle/pipe").c_str(), 0600), 0);
+    g_afterReaddir = [](dirent* entry) {
+        if (entry != nullptr) {
+            entry->d_type = DT_UNKNOWN;
+        }
+        return entry;
+    };
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(m_report.items(), IsEmpty());
+    expectOpensEverywhere(path("bundle.zip"), "", {{"a.log", "text"}, {"sub/b.log", "other"}});
+}
+
+TEST_F(NotPacked, AFileOfWhichNothingIsKnownIsNamed) {
+    writeFile("bundle/a.log", "text");
+    g_afterReaddir = [](dirent* entry) {
+        if (entry != nullptr && entry->d_type == DT_REG) {
+            entry->d_type = DT_UNKNOWN;
+            entry->d_name[0] = 'x';
+        }
+        return entry;
+    };
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(reported(), ElementsAre("x.log: could not be examined: No such file or directory"));
+}
+
+TEST_F(NotPacked, WithoutDescriptorsEverythingIsNamed) {
+    writeFile("bundle/a.log", "text");
+    const std::vector<std::string> files{path("bundle/a.log")};
+    inChild([&] {
+        replaceSystemCallWith(SYS_openat, EMFILE, 2, O_NONBLOCK); // what files are opened with
+        EXPECT_EQ(CZip().createZipFile(files, path("bundle.zip"), {"a.log"}, {}, m_report), 0U);
+        EXPECT_THAT(reported(), ElementsAre("a.log: could not be opened: Too many open files"));
+    });
+    EXPECT_EQ(readArchive(path("bundle.zip")).at("a.log").content, "");
+}
+
+TEST_F(NotPacked, AFileThatChangesWhileItIsPackedIsNamed) {
+    const std::string growing = writeFile("bundle/growing.log", noise(40000));
+    inChild([&] {
+        // The size that was found first counts, so one that nobody can tell is like one that has changed.
+        replaceSystemCall(SYS_pread64, 0);
+        EXPECT_EQ(CZip().createZipFile({growing}, path("bundle.zip"), {"growing.log"}, {}, m_report),
+                  GLOBAL_ERROR_UNEXPECTED)
+            << "nothing can be read back either";
+        EXPECT_THAT(reported(), ElementsAre("growing.log: was changed while it was packed"));
+    });
+}
+
+TEST_F(NotPacked, TheListIsEncryptedLikeTheFiles) {
+    const std::string file = writeFile("a.log", "text");
+    PackReport report;
+    ASSERT_EQ(
+        CZip().createZipFile({file, path("gone")}, path("bundle.zip"), {"a.log", "gone"}, kPassword, report),
+        0U);
+    EXPECT_EQ(report.entryName(), "not-packed.txt");
+    EXPECT_TRUE(readArchive(path("bundle.zip"), kPassword).at("not-packed.txt").isEncrypted());
+    EXPECT_EQ(readArchive(path("bundle.zip"), kPassword).at("not-packed.txt").content,
+              std::string(kHead) + "gone: could not be opened: No such file or directory\n");
+    expectOpensNowhere(path("bundle.zip"), "wrong");
+}
+
+TEST_F(NotPacked, TheListIsTheLastEntry) {
+    const std::string file = writeFile("a.log", "text");
+    ASSERT_EQ(CZip().createZipFile({path("gone"), file}, path("bundle.zip"), {"gone", "a.log"}, {}), 0U);
+    const ToolRun names = runTool({"unzip", "-Z1", path("bundle.zip")});
+    EXPECT_EQ(names.output, "gone\na.log\nnot-packed.txt\n");
+}
+
+TEST_F(NotPacked, TheListGivesWayToACollectedFileOfItsName) {
+    const std::string file = writeFile("a.log", "text");
+    PackReport report;
+    ASSERT_EQ(CZip().createZipFile({file, file, path("gone")}, path("bundle.zip"),
+                                   {"Not-Packed.txt", "not-packed-2.txt", "gone"}, {}, report),
+              0U);
+    EXPECT_EQ(report.entryName(), "not-packed-3.txt");
+    EXPECT_THAT(readArchive(path("bundle.zip")).at("not-packed-3.txt").content, HasSubstr("\ngone: "));
+}
+
+TEST_F(NotPacked, NamesStayOnOneLineOfTheList) {
+    PackReport report;
+    ASSERT_EQ(CZip().createZipFile({path("gone")}, path("bundle.zip"), {"line\nfeed\x1B[1m"}, {}, report),
+              0U);
+    EXPECT_EQ(report.text(),
+              std::string(kHead) + "line\\x0Afeed\\x1B[1m: could not be opened: No such file or directory\n");
+}
+
+TEST_F(NotPacked, OneReasonIsEnough) {
+    PackReport report;
+    report.add("a", "is gone");
+    report.add("a", "is still gone");
+    report.add("b", "is gone");
+    EXPECT_EQ(report.items().size(), 2U);
+    EXPECT_EQ(report.text(), std::string(kHead) + "a: is gone\nb: is gone\n");
+}
+
+} // namespace

@@ -1,0 +1,134 @@
+#include "FileList.h"
+
+#include "Handles.h"
+#include "Log.h"
+#include "LongPath.h"
+#include "PackReport.h"
+#include "StopRequest.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace {
+
+struct FolderEntry {
+    std::string name;
+    bool isFolder;
+};
+
+/// A folder whose entries are being gone through. It is read as a whole before that, and closed.
+struct Level {
+    /// With a trailing "/".
+    std::string folder;
+    std::vector<FolderEntry> entries;
+    std::size_t next = 0;
+};
+
+class TreeWalk {
+public:
+    explicit TreeWalk(bool recursive) : m_recursive(recursive) {}
+
+    FileList run(const std::string& folder) {
+        enter(folder.ends_with('/') ? folder : folder + "/", 0);
+        while (!m_levels.empty() && !isStopRequested()) {
+            step();
+        }
+        return std::move(m_list);
+    }
+
+private:
+    void step() {
+        Level& level = m_levels.back();
+        if (level.next == level.entries.size()) {
+            m_levels.pop_back();
+            return;
+        }
+        const FolderEntry& entry = level.entries[level.next++];
+        std::string path = level.folder + entry.name;
+        if (entry.isFolder) {
+            enter(path + "/", O_NOFOLLOW); // no more of `level` from here on
+        } else {
+            m_list.paths.push_back(std::move(path));
+        }
+    }
+
+    void enter(const std::string& folder, int flags) {
+        const DirHandle handle = open(folder, flags);
+        if (!handle) {
+            const int error = errno;
+            logFailure("opendir", error, folder);
+            m_list.paths.push_back(folder);
+            m_list.gaps.push_back({folder, reasonOf("could not be listed", error)});
+            return;
+        }
+        Level level{folder, {}, 0};
+        errno = 0;
+        while (const dirent* entry = ::readdir(handle.get())) {
+            take(*entry, ::dirfd(handle.get()), level);
+            errno = 0;
+        }
+        if (const int error = errno; error != 0) {
+            logFailure("readdir", error, folder);
+            m_list.gaps.push_back({folder, reasonOf("could not be listed to its end", error)});
+        }
+        m_levels.push_back(std::move(level));
+    }
+
+    /// @return null with errno set if it can't be opened.
+    static DirHandle open(const std::string& folder, int flags) {
+        // A link is only seen as one by a path without the slash at its end.
+        const std::string path = flags == 0 ? folder : folder.substr(0, folder.size() - 1);
+        const LongPath way(path);
+        if (way.error() != 0) {
+            errno = way.error();
+            return nullptr;
+        }
+        FileDescriptor file(::openat(way.folder(), way.rest(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags));
+        DirHandle handle(file ? ::fdopendir(file.get()) : nullptr);
+        if (handle) {
+            static_cast<void>(file.release()); // the stream's from here on
+        }
+        return handle;
+    }
+
+    void take(const dirent& entry, int folder, Level& level) {
+        const std::string_view name = entry.d_name;
+        if (name == "." || name == "..") {
+            return;
+        }
+        const unsigned char kind =
+            entry.d_type == DT_UNKNOWN ? kindOf(folder, entry.d_name, level) : entry.d_type;
+        if (kind == DT_REG || (kind == DT_DIR && m_recursive)) {
+            level.entries.push_back({std::string(name), kind == DT_DIR});
+        }
+    }
+
+    unsigned char kindOf(int folder, const char* name, const Level& level) {
+        struct stat status {};
+        if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            const int error = errno;
+            const std::string path = level.folder + name;
+            logFailure("fstatat", error, path);
+            m_list.gaps.push_back({path, reasonOf("could not be examined", error)});
+            return DT_UNKNOWN;
+        }
+        return static_cast<unsigned char>(IFTODT(status.st_mode));
+    }
+
+    static void logFailure(const char* call, int error, const std::string& path) {
+        logReturnCode("getFileList", __FILE__, __LINE__, 'W', call, static_cast<uint32_t>(error), nullptr,
+                      "%s", path.c_str());
+    }
+
+    bool m_recursive;
+    FileList m_list;
+    std::vector<Level> m_levels;
+};
+
+} // namespace
+
+FileList listFiles(const std::string& folder, bool recursive) {
+    return TreeWalk(recursive).run(folder);
+}

@@ -1,0 +1,202 @@
+#include "FilePacker.h"
+
+#include "Log.h"
+#include "ReturnCodes.h"
+#include "StopRequest.h"
+#include "TraditionalCipher.h"
+#include "ZipDeflater.h"
+
+#include <algorithm>
+#include <ctime>
+#include <sys/stat.h>
+#include <zlib.h>
+
+namespace {
+
+using Block = SourceFile::Block;
+
+/// Logs a failed step of an archive under the name of the function that makes it, wherever the step stands.
+void logArchiveFailure(char severity, const char* invokedFunction, int result, const std::string& path) {
+    logReturnCode("createZipFile", __FILE__, __LINE__, severity, invokedFunction,
+                  static_cast<uint32_t>(result), nullptr, "%s", path.c_str());
+}
+
+std::tm localTime(time_t seconds) {
+    std::tm local{};
+    static_cast<void>(::localtime_r(&seconds, &local)); // null leaves zeros, which are as good as any time
+    return local;
+}
+
+/// Time of a file's last change; what can't be told stays as the zero time makes it.
+time_t changeTimeOf(const std::string& path, const SourceFile& source) {
+    struct stat status {};
+    if (path != "-" && source.isOpen()) {
+        return source.changeTime();
+    }
+    if (path != "-" && ::stat(path.c_str(), &status) == 0) {
+        return status.st_mtime;
+    }
+    logMessage("createZipFile", __FILE__, __LINE__, 'W', "Failed to get file time attributes.");
+    return 0;
+}
+
+void logWriteFailure(int writeResult, const std::string& path) {
+    if (writeResult != ZIP_OK) {
+        logArchiveFailure('E', "zipWriteInFileInZip", writeResult, path);
+    }
+}
+
+/// The code of an entry that was ended. One that could not be written stays a failure, even if it could be
+/// ended, because there was room again.
+uint32_t endCode(int writeResult, const char* closeFunction, int closeResult, const std::string& path) {
+    if (closeResult < 0) {
+        logArchiveFailure('E', closeFunction, closeResult, path);
+        return static_cast<uint32_t>(closeResult);
+    }
+    return static_cast<uint32_t>(writeResult);
+}
+
+std::string refusalOf(int openResult, const ZipEntry& entry) {
+    return entry.name.size() > ZipArchive::kLongestName
+               ? "has a longer name than an archive can hold"
+               : "could not be given an entry: error " + std::to_string(openResult);
+}
+
+} // namespace
+
+uint32_t FilePacker::pack(const std::string& path, const std::string& entryName) {
+    SourceFile source;
+    if (const int error = source.open(path); error != 0) {
+        logMessage("createZipFile", __FILE__, __LINE__, 'E', "Could not open %s", path.c_str());
+        logArchiveFailure('E', "open", error, path);
+        m_report.add(entryName, reasonOf("could not be opened", error));
+    }
+    const ZipEntry entry{entryName, localTime(changeTimeOf(path, source)),
+                         source.sizeBytes() > ZipArchive::kLargestPlainSize};
+    const Outcome outcome =
+        append(entry, path, [&, read = source.reader()](uint64_t offset, std::span<unsigned char> block) {
+            return isStopRequested() ? std::span<const unsigned char>() : read(offset, block);
+        });
+    if (isStopRequested()) {
+        return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
+    }
+    if (!outcome.refusal.empty()) {
+        m_report.add(entryName, outcome.refusal);
+    } else if (outcome.isDamaged) {
+        m_report.add(entryName, kChangedWhilePacked);
+    } else if (source.isOpen()) {
+        if (const std::string fault = source.faultOf(outcome.sizeBytes); !fault.empty()) {
+            m_report.add(entryName, fault);
+        }
+    }
+    return outcome.code;
+}
+
+uint32_t FilePacker::packText(const std::string& entryName, std::string_view text) {
+    const Outcome outcome = append({entryName, localTime(std::time(nullptr)), false}, entryName,
+                                   [&](uint64_t offset, std::span<unsigned char> block) {
+                                       const std::string_view part = text.substr(offset, block.size());
+                                       std::ranges::copy(part, block.begin());
+                                       return std::span<const unsigned char>(block.first(part.size()));
+                                   });
+    if (outcome.code == 0 && !outcome.refusal.empty()) {
+        logMessage("createZipFile", __FILE__, __LINE__, 'E', "\"%s\" %s", entryName.c_str(),
+                   outcome.refusal.c_str());
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
+    return outcome.code;
+}
+
+FilePacker::Outcome FilePacker::append(const ZipEntry& entry, const std::string& path,
+                                       const BlockReader& read) {
+    const ContentSum sum = m_password.empty() ? ContentSum{} : sumOf(read);
+    // Without a sum there is nothing for the encryption header to be checked by.
+    return sum.crc == 0 ? appendPlain(entry, path, read) : appendEncrypted(entry, path, read, sum);
+}
+
+/// A full disk must not pass for a finished archive; any other reason lies in the entry.
+FilePacker::Outcome FilePacker::notBegun(const char* invokedFunction, int result, const ZipEntry& entry,
+                                         const std::string& path) {
+    logArchiveFailure(result == ZIP_ERRNO ? 'E' : 'W', invokedFunction, result, path);
+    return {.code = result == ZIP_ERRNO ? static_cast<uint32_t>(result) : 0,
+            .refusal = refusalOf(result, entry)};
+}
+
+FilePacker::Outcome FilePacker::appendPlain(const ZipEntry& entry, const std::string& path,
+                                            const BlockReader& read) {
+    if (const int result = m_archive.openEntry(entry); result != ZIP_OK) {
+        return notBegun("zipOpenNewFileInZip3_64", result, entry, path);
+    }
+    Outcome outcome;
+    int writeResult = ZIP_OK;
+    Block block;
+    for (auto part = read(0, block); !part.empty() && writeResult == ZIP_OK;
+         part = read(outcome.sizeBytes, block)) {
+        writeResult = m_archive.write(part);
+        outcome.sizeBytes += part.size();
+    }
+    logWriteFailure(writeResult, path);
+    outcome.code = endCode(writeResult, "zipCloseFileInZip", m_archive.closeEntry(), path);
+    return outcome;
+}
+
+/// Deflates and encrypts the first `expected.sizeBytes` bytes of a content into the open entry, so that the
+/// sum still holds where something was added meanwhile.
+/// @param actualOut  sum of what was read now.
+/// @return 0 or a failure of the library or of zlib.
+int FilePacker::writeEncrypted(TraditionalCipher& cipher, ZipDeflater& deflater, const BlockReader& read,
+                               const ContentSum& expected, ContentSum& actualOut) {
+    const auto encryptAndAppend = [&](std::span<unsigned char> deflated) {
+        cipher.encrypt(deflated);
+        return m_archive.write(deflated);
+    };
+    Block block;
+    while (actualOut.sizeBytes < expected.sizeBytes) {
+        const auto wanted = std::min<uint64_t>(block.size(), expected.sizeBytes - actualOut.sizeBytes);
+        const auto part = read(actualOut.sizeBytes, std::span(block).first(wanted));
+        if (part.empty()) {
+            break;
+        }
+        actualOut.add(part);
+        if (const int result = deflater.add(part, encryptAndAppend); result != 0) {
+            return result;
+        }
+    }
+    return deflater.finish(encryptAndAppend);
+}
+
+FilePacker::Outcome FilePacker::appendEncrypted(const ZipEntry& entry, const std::string& path,
+                                                const BlockReader& read, const ContentSum& expected) {
+    TraditionalCipher cipher(m_password);
+    TraditionalCipher::Header header{};
+    if (const int error = cipher.makeHeader(expected.crc, header); error != 0) {
+        logArchiveFailure('E', "getrandom", error, path);
+        return {.code = GLOBAL_ERROR_UNEXPECTED, .refusal = {}};
+    }
+    ZipDeflater deflater;
+    if (const int result = deflater.start(); result != Z_OK) {
+        logArchiveFailure('E', "deflateInit2", result, path);
+        return {.code = GLOBAL_ERROR_UNEXPECTED, .refusal = {}};
+    }
+    if (const int result = m_archive.openEncryptedEntry(entry); result != ZIP_OK) {
+        return notBegun("zipOpenNewFileInZip4_64", result, entry, path);
+    }
+    ContentSum actual;
+    int writeResult = m_archive.write(header);
+    if (writeResult == ZIP_OK) {
+        writeResult = writeEncrypted(cipher, deflater, read, expected, actual);
+    }
+    logWriteFailure(writeResult, path);
+    const bool isDamaged = writeResult == ZIP_OK && actual.crc != expected.crc;
+    if (isDamaged) {
+        logMessage("createZipFile", __FILE__, __LINE__, 'E',
+                   "\"%s\" was changed while it was packed; its entry is damaged.", path.c_str());
+    }
+    // The entry states the expected sum in any case: with another one the header would refuse the right
+    // password, while so the entry opens and unpackers report the damage.
+    const int closeResult = m_archive.closeEncryptedEntry(actual.sizeBytes, expected.crc);
+    return {.code = endCode(writeResult, "zipCloseFileInZipRaw64", closeResult, path),
+            .refusal = {},
+            .sizeBytes = actual.sizeBytes,
+            .isDamaged = isDamaged};
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "PackReport.h"
+#include "SourceFile.h"
+#include "ZipArchive.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+class TraditionalCipher;
+class ZipDeflater;
+
+/// Puts files into an archive, one after the other. What is wrong with a file goes into the report and ends
+/// nothing; a code ends the archive, and is logged. One thread.
+class FilePacker {
+public:
+    /// All must outlive this object.
+    /// @param password  empty for no encryption.
+    FilePacker(ZipArchive& archive, std::string_view password, PackReport& report)
+        : m_archive(archive), m_password(password), m_report(report) {}
+
+    /// Appends a file. One that can't be opened has an entry without data.
+    /// @return 0, MEROENGINE_ERROR_ACTION_CANCELED_BY_USER once a stop is requested,
+    /// GLOBAL_ERROR_UNEXPECTED without random numbers or memory, or the library's negative number if the
+    /// archive could not be written.
+    [[nodiscard]] uint32_t pack(const std::string& path, const std::string& entryName);
+    /// Appends an entry of this time with a text.
+    /// @return as pack; GLOBAL_ERROR_UNEXPECTED as well for an entry that can't be begun.
+    [[nodiscard]] uint32_t packText(const std::string& entryName, std::string_view text);
+
+private:
+    /// How an entry went.
+    struct Outcome {
+        /// Ends the archive unless it is 0.
+        uint32_t code = 0;
+        /// Why the entry is not there, as the end of a sentence; empty if it is.
+        std::string refusal;
+        /// Bytes that are in the entry.
+        uint64_t sizeBytes = 0;
+        /// The content was another one when it was read again, and the entry doesn't open.
+        bool isDamaged = false;
+    };
+
+    /// @param path  names the content in the log.
+    [[nodiscard]] Outcome append(const ZipEntry& entry, const std::string& path, const BlockReader& read);
+    [[nodiscard]] Outcome appendPlain(const ZipEntry& entry, const std::string& path,
+                                      const BlockReader& read);
+    [[nodiscard]] Outcome appendEncrypted(const ZipEntry& entry, const std::string& path,
+                                          const BlockReader& read, const ContentSum& expected);
+
+    [[nodiscard]] int writeEncrypted(TraditionalCipher& cipher, ZipDeflater& deflater,
+                                     const BlockReader& read, const ContentSum& expected,
+                                     ContentSum& actualOut);
+    [[nodiscard]] static Outcome notBegun(const char* invokedFunction, int result, const ZipEntry& entry,
+                                          const std::string& path);
+
+    ZipArchive& m_archive;
+    std::string_view m_password;
+    PackReport& m_report;
+};
