@@ -35,15 +35,12 @@ function(mero_add_tests target)
     endif()
 endfunction()
 
-# mero_add_python_tests(<script> [PREFIX prefix] [INTERPRETER python] [LAUNCHER program [argument ...]] [TIMEOUT seconds]
+# mero_add_python_tests(<script> [PREFIX prefix] [LAUNCHER program [argument ...]] [TIMEOUT seconds]
 #                       [ENVIRONMENT NAME=value ...])
 # Each test method of a unittest script gets a process of its own. A class runs whole jobs if the name of its base ends in
 # JobTest. Without an environment the script drives the console front; its folder of sources is always named.
 function(mero_add_python_tests script)
-    cmake_parse_arguments(ARG "" "PREFIX;INTERPRETER;TIMEOUT" "ENVIRONMENT;LAUNCHER" ${ARGN})
-    if(NOT ARG_INTERPRETER)
-        set(ARG_INTERPRETER "${Python3_EXECUTABLE}")
-    endif()
+    cmake_parse_arguments(ARG "" "PREFIX;TIMEOUT" "ENVIRONMENT;LAUNCHER" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
@@ -62,7 +59,7 @@ function(mero_add_python_tests script)
             set(name "${ARG_PREFIX}${class}.${CMAKE_MATCH_1}")
             add_test(NAME "${name}"
                 COMMAND "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh" ${ARG_LAUNCHER}
-                    "${ARG_INTERPRETER}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
+                    "${MERO_SYSTEM_PYTHON}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
             set_tests_properties("${name}" PROPERTIES
                 TIMEOUT "${ARG_TIMEOUT}"
                 PASS_REGULAR_EXPRESSION "Ran [1-9][0-9]* tests? in [0-9.]+s\n\nOK\n.*${mero_ended_well}"
