@@ -18,14 +18,18 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace fs = std::filesystem;
 
 namespace {
 
 using Readdir = dirent* (*)(DIR*);
+using Pread = ssize_t (*)(int, void*, size_t, off_t);
 /// What the double below does with an entry that was read, or null; none if it does nothing.
 std::function<dirent*(dirent*)> g_afterReaddir;
+/// The errno of the next call of pread; 0 if it works.
+int g_preadError = 0;
 
 } // namespace
 
@@ -35,6 +39,16 @@ extern "C" dirent* readdir(DIR* folder) {
     static const auto real = reinterpret_cast<Readdir>(::dlsym(RTLD_NEXT, "readdir"));
     dirent* entry = real(folder);
     return g_afterReaddir ? g_afterReaddir(entry) : entry;
+}
+
+/// Fails once, which no file does that can be had here.
+extern "C" ssize_t pread(int file, void* block, size_t sizeBytes, off_t offset) {
+    static const auto real = reinterpret_cast<Pread>(::dlsym(RTLD_NEXT, "pread"));
+    if (const int error = std::exchange(g_preadError, 0); error != 0) {
+        errno = error;
+        return -1;
+    }
+    return real(file, block, sizeBytes, offset);
 }
 
 namespace {
@@ -49,7 +63,10 @@ constexpr const char* kPassword = "correct horse 42";
 
 class NotPacked : public Sandbox {
 public:
-    ~NotPacked() override { g_afterReaddir = nullptr; }
+    ~NotPacked() override {
+        g_afterReaddir = nullptr;
+        g_preadError = 0;
+    }
 
 protected:
     uint32_t pack(const std::string& password = {}) {
@@ -221,6 +238,16 @@ TEST_F(NotPacked, AFileThatChangesWhileItIsPackedIsNamed) {
             << "nothing can be read back either";
         EXPECT_THAT(reported(), ElementsAre("growing.log: was changed while it was packed"));
     });
+}
+
+TEST_F(NotPacked, WhatCouldNotBeReadForTheEncryptionDoesNotFollowInTheClear) {
+    writeFile("bundle/a.log", "the secret text");
+    g_preadError = EIO;
+    ASSERT_EQ(pack(kPassword), 0U);
+    EXPECT_THAT(reported(), ElementsAre("a.log: could not be read whole: Input/output error"));
+    const ReadEntries entries = readArchive(path("bundle.zip"), kPassword);
+    EXPECT_EQ(entries.at("a.log").content, "");
+    EXPECT_TRUE(entries.at("not-packed.txt").isEncrypted());
 }
 
 TEST_F(NotPacked, TheListIsEncryptedLikeTheFiles) {

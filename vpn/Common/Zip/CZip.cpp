@@ -121,6 +121,8 @@ uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPat
     try {
         list = listFiles(sourceDirectory, recursive);
         const std::size_t prefixLength = sourceDirectory.size() + (sourceDirectory.back() == '/' ? 0 : 1);
+        // An entry without a name, for the folder itself, would be no archive to some unpackers.
+        std::erase_if(list.paths, [&](const std::string& path) { return path.size() <= prefixLength; });
         entryNames.reserve(list.paths.size());
         for (const std::string& path : list.paths) {
             entryNames.push_back(path.substr(prefixLength));

@@ -18,7 +18,7 @@ public:
     virtual ~CZip() = default;
 
     /// Packs the regular files of a folder. Links and other kinds of files are left out, and folders have no
-    /// entries of their own, except for an empty one in place of a folder that can't be opened.
+    /// entries of their own, except for an empty one in place of a sub-folder that can't be opened.
     /// @param sourceDirectory  folder to pack; entry names are relative to it, in the order of the folder.
     /// @param zipPath          the archive, as for createZipFile.
     /// @param password         empty for no encryption.

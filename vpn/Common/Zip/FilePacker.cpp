@@ -109,9 +109,20 @@ uint32_t FilePacker::packText(const std::string& entryName, std::string_view tex
 
 FilePacker::Outcome FilePacker::append(const ZipEntry& entry, const std::string& path,
                                        const BlockReader& read) {
-    const ContentSum sum = m_password.empty() ? ContentSum{} : sumOf(read);
-    // Without a sum there is nothing for the encryption header to be checked by.
-    return sum.crc == 0 ? appendPlain(entry, path, read) : appendEncrypted(entry, path, read, sum);
+    if (m_password.empty()) {
+        return appendPlain(entry, path, read);
+    }
+    const ContentSum sum = sumOf(read);
+    if (sum.crc != 0) {
+        return appendEncrypted(entry, path, read, sum);
+    }
+    // Without a sum there is nothing for the encryption header to be checked by. What could not be read for
+    // it, or was not there yet, must not follow in the clear.
+    return appendPlain(entry, path, [&](uint64_t offset, std::span<unsigned char> block) {
+        const uint64_t left = sum.sizeBytes - std::min(offset, sum.sizeBytes);
+        return left == 0 ? std::span<const unsigned char>()
+                         : read(offset, block.first(std::min<uint64_t>(left, block.size())));
+    });
 }
 
 /// A full disk must not pass for a finished archive; any other reason lies in the entry.
