@@ -68,7 +68,7 @@ class Bundle:
             raise ValueError("Python can't read it: %s" % error) from None
         if password and open_ones:
             raise ValueError("not encrypted: " + ", ".join(open_ones))
-        untold = [name for name in self.damaged if name not in self.text(NOT_PACKED)]
+        untold = [name for name in self.damaged if not Said("", self.text(NOT_PACKED), "").by_name(name)]
         if untold:
             raise ValueError("can't be unpacked, and nothing says so: " + ", ".join(untold))
         if not self.damaged:
@@ -146,15 +146,17 @@ class Said:
 
     def __init__(self, summary, not_packed, errors):
         self.omitted = rows(summary, OMITTED, WIDTHS)
-        self.not_packed = not_packed
+        self.not_packed = [line.partition(": ")[0] for line in not_packed.split("\n") if ": " in line]
         self.errors = errors
         self.failed = summary.partition("MEROEngine failed to parse or use the following configuration files:\n")[2]
 
     def by_name(self, name):
-        return name in self.not_packed or name in self.errors
+        """A folder stands for all that is below it."""
+        return name in self.errors or any(
+            listed in (name, "./") or listed.endswith("/") and name.startswith(listed) for listed in self.not_packed)
 
     def about(self, name, entry):
-        if self.by_name(name) or self.by_name(os.path.dirname(name) + "/\n"):
+        if self.by_name(name):
             return True
         return self.about_configuration("other.xml" if entry.item == "other" else "job.xml") or any(cells[0] == entry.item and self.speaks_of(entry, cells) for cells in self.omitted)
 

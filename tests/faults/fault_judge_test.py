@@ -113,8 +113,13 @@ class FaultJudge(unittest.TestCase):
 
     def testListOfWhatWasNotPackedGoesWithItsStatus(self):
         del self.files["job/files/first.log"]
-        self.files["not-packed.txt"] = "job/files/first.log: Input/output error\n"
-        self.assertEqual(self.findings(status=3), [])
+        for lines in ("What is missing:\n\njob/files/first.log: Input/output error\n", "job/files/: gone\n", "./: gone\n"):
+            self.files["not-packed.txt"] = lines
+            self.assertEqual(self.findings(status=3), [])
+        for lines in ("job/files/first.lo: gone\n", "job/tree/: gone\n", "Nothing: really, job/files/first.log\n"):
+            self.files["not-packed.txt"] = lines
+            self.assertEqual([kind for kind, _ in self.findings(status=3)], ["loss"])
+        self.files["not-packed.txt"] = "job/files/first.log: gone\n"
         self.assert_found("claim", "not-packed.txt is there", status=0)
         del self.files["not-packed.txt"]
         self.assertIn(("claim", "exit status 3, and not-packed.txt is missing"), self.findings(status=3))
