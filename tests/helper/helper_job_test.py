@@ -184,7 +184,8 @@ class Surroundings(CallerTest):
         for name in ("PWD", "SHLVL", "_", "OLDPWD"):
             variables.pop(name, None)
         path = variables.pop("PATH").split(":")
-        self.assertRegex(variables.pop("HOME"), "^/var/cache/merohelper/[^/]+/tools[^/]+$")
+        for name in ("HOME", "TMPDIR"):
+            self.assertRegex(variables.pop(name), "^/var/cache/merohelper/[^/]+/tools[^/]+$")
         self.assertEqual(variables, {"USER": "root", "LOGNAME": "root", "LANG": "C.UTF-8"})
         self.assertLessEqual(set(path), {"/usr/local/sbin", "/usr/local/bin", "/usr/sbin", "/usr/bin", "/sbin", "/bin"})
 
@@ -211,9 +212,9 @@ class Surroundings(CallerTest):
     def testAreTheRootFolder(self):
         self.assertEqual(self.output("pwd"), ["/"])
 
-    def testHaveAnEmptyHomeInTheJobsFolderThatNobodyCanWriteTo(self):
+    def testHaveAnEmptyHomeInTheJobsFolderThatIsRootsAlone(self):
         owner, mode, files, home = self.output("stat -c '%U %a' $HOME && ls -A $HOME | wc -l && echo $HOME")
-        self.assertEqual((owner, mode, files), ("root", "500", "0"))
+        self.assertEqual((owner, mode, files), ("root", "700", "0"))
         self.assertFalse(os.path.exists(home))
 
     def testNameTheCallersHomeInPathsAlone(self):
