@@ -61,7 +61,7 @@ TEST_F(PlantedFiles, InSharedMemoryLeadNowhere) {
 TEST_F(PlantedFiles, LeadAToolNowhere) {
     inWorld([this] {
         plantLinksIn(kWorldHome);
-        configure(scriptItem("tool", "cat ~/key.log ~/subfolder/key 2>&1; cat ~/plain.log"));
+        configure(scriptItem("tool", "cd \"$1\" && cat key.log subfolder/key 2>&1; cat plain.log", "$HOME/"));
         expectSecretKept();
         EXPECT_THAT(bundled("tool"), HasSubstr("plain"));
     });

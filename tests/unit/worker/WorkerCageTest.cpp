@@ -92,15 +92,16 @@ TEST_F(WorkerCage, GivesToolsAHomeOfTheirOwnRootsNamesAndAFixedPathAsTheirWholeE
                                      {"LD_PRELOAD_NOT", "x"},
                                      {"XDG_CONFIG_HOME", "/srv/evil"},
                                      {"LC_ALL", "C"}}),
-                    UnorderedElementsAre(MatchesRegex("HOME=/srv/job/tools\\.[A-Za-z0-9]{6}"), "USER=root",
+                    UnorderedElementsAre(MatchesRegex("HOME=/srv/job/tools\\.[A-Za-z0-9]{6}"),
+                                         MatchesRegex("TMPDIR=/srv/job/tools\\.[A-Za-z0-9]{6}"), "USER=root",
                                          "LOGNAME=root", kPathEntry));
     });
 }
 
-TEST_F(WorkerCage, GivesToolsAnEmptyHomeThatNobodyWritesTo) {
+TEST_F(WorkerCage, GivesToolsAnEmptyHomeThatIsRootsAlone) {
     inWorld([this] {
         EXPECT_THAT(outputOf("stat -c '%U %a' \"$HOME\"; ls -A \"$HOME\" | wc -l"),
-                    HasSubstr("\nroot 500\n0\n"));
+                    HasSubstr("\nroot 700\n0\n"));
     });
 }
 

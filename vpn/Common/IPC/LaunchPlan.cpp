@@ -40,13 +40,29 @@ void putEntry(std::vector<char*>& environment, char* entry) {
     }
 }
 
+/// All by which the program can have been told of a path.
+std::string instructionOf(const ProcessLaunchInfo& info, const std::string& program,
+                          const std::vector<char*>& arguments) {
+    std::string instruction = program;
+    for (const char* const text : arguments) {
+        instruction.append("\n").append(text == nullptr ? "" : text);
+    }
+    for (const char* const path : {info.m_pszOutputFile, info.m_pszWorkingDirectory}) {
+        instruction.append("\n").append(path == nullptr ? "" : path);
+    }
+    return instruction;
+}
+
 } // namespace
 
 LaunchPlan::LaunchPlan(const ProcessLaunchInfo& info, std::string program,
                        const std::vector<char*>& arguments)
-    : m_info(info), m_setup{.discardOutput = info.m_bDiscardOutput,
-                            .ownGroup = info.m_bEndWithCaller,
-                            .endWithCaller = info.m_bEndWithCaller && !info.m_bDetach},
+    : m_info(info),
+      m_view(instructionOf(info, program, arguments)), m_setup{.discardOutput = info.m_bDiscardOutput,
+                                                               .ownGroup = info.m_bEndWithCaller,
+                                                               .endWithCaller =
+                                                                   info.m_bEndWithCaller && !info.m_bDetach,
+                                                               .view = impersonates() ? nullptr : &m_view},
       m_program(std::move(program)), m_arguments(arguments) {
     m_arguments.push_back(nullptr);
 }

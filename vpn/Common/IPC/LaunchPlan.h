@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ChildSetup.h"
+#include "ChildView.h"
 #include "ProcessAPI_unix.h"
 #include "UserIdentity.h"
 
@@ -34,6 +35,7 @@ private:
     [[noreturn]] void runChild(pid_t parent) noexcept;
 
     const ProcessLaunchInfo& m_info;
+    ChildView m_view;
     ChildSetup m_setup;
     std::string m_program;
     /// Ended by null, as the environment.

@@ -35,6 +35,9 @@ struct ProcessLaunchInfo {
     bool m_bEndWithCaller = false;
     /// Standard output and standard error of the program lead nowhere.
     bool m_bDiscardOutput = false;
+    /// A file that the program writes, where it finds that out by itself; null for none. It sees the folder
+    /// of such a file, see ChildView.h.
+    const char* m_pszOutputFile = nullptr;
 };
 
 /// Tests the signature of a program's file.
@@ -46,9 +49,9 @@ public:
 };
 
 /// Starts programs and watches them. Children start with standard input from /dev/null, default signal
-/// handlers, an empty signal mask, none of our descriptors but standard output and error, and the environment
-/// and current folder that ChildEnvironment.h tells of. Who starts one reaps it, with WaitForProcess,
-/// pollProcess or terminateProcess. One object serves one wait at a time.
+/// handlers, an empty signal mask, none of our descriptors but standard output and error, and the
+/// environment, current folder and view of the file system that ChildEnvironment.h tells of. Who starts one
+/// reaps it, with WaitForProcess, pollProcess or terminateProcess. One object serves one wait at a time.
 class CProcessApi {
 public:
     /// @param verifier  for launches that ask for a signature; null for none.

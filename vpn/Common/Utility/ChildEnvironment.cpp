@@ -30,6 +30,11 @@ char** childVariables() noexcept {
     return g_prepared ? g_prepared->variables.data() : ::environ;
 }
 
+const std::vector<std::string>& hiddenFromChildren() noexcept {
+    static const std::vector<std::string> none;
+    return g_prepared ? g_prepared->environment.hidden : none;
+}
+
 bool enterChildFolder() noexcept {
     return !g_prepared || ::chdir(g_prepared->environment.folder.c_str()) == 0;
 }

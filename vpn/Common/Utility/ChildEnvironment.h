@@ -10,6 +10,8 @@ struct ChildEnvironment {
     std::vector<std::string> variables;
     /// The current folder, absolute.
     std::string folder;
+    /// Folders that programs don't see into, see ChildView.h: absolute, without links in their paths.
+    std::vector<std::string> hidden{};
 };
 
 /// Sets what programs get that are started from here on; without it they get what this process has. While the
@@ -18,6 +20,9 @@ void setChildEnvironment(ChildEnvironment environment);
 
 /// The environment for programs, ended by null, to be neither changed nor kept. Async-signal-safe.
 [[nodiscard]] char** childVariables() noexcept;
+
+/// ChildEnvironment::hidden; empty where no environment was set.
+[[nodiscard]] const std::vector<std::string>& hiddenFromChildren() noexcept;
 
 /// Goes to the current folder of programs. Called in the child between fork and exec; async-signal-safe.
 /// @return false if it can't be entered.

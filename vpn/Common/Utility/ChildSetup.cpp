@@ -1,6 +1,7 @@
 #include "ChildSetup.h"
 
 #include "ChildEnvironment.h"
+#include "ChildView.h"
 
 #include <atomic>
 #include <cerrno>
@@ -136,7 +137,8 @@ pid_t forkChild() {
 bool prepareChild(const ChildSetup& setup, pid_t parent) noexcept {
     resetSignalHandlers();
     if (!setStandardDescriptors(setup) || (setup.ownGroup && !leadOwnGroup()) ||
-        (setup.endWithCaller && !bindToCaller(parent)) || !enterChildFolder()) {
+        (setup.endWithCaller && !bindToCaller(parent)) || (setup.view != nullptr && !setup.view->take()) ||
+        !enterChildFolder()) {
         return false;
     }
     closeOthersOnExec();

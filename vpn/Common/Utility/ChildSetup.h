@@ -3,6 +3,8 @@
 #include <csignal>
 #include <sys/types.h>
 
+class ChildView;
+
 /// What every child process of ours starts with: standard input from /dev/null, default signal handlers, an
 /// empty signal mask, the current folder of ChildEnvironment.h, and no descriptor of ours but standard output
 /// and error (/dev/null where ours are closed). And how a child is watched and reaped, whatever started it.
@@ -19,6 +21,8 @@ struct ChildSetup {
     /// SIGTERM is sent to it when the thread that has started it ends. A change of its user afterwards
     /// would take that back.
     bool endWithCaller = false;
+    /// What it sees of the file system; null for what we see. Not owned.
+    const ChildView* view = nullptr;
 };
 
 /// Forks with all signals held back, so that no handler of ours runs in the child before it has set itself

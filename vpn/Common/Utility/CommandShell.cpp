@@ -2,6 +2,7 @@
 
 #include "ChildEnvironment.h"
 #include "ChildSetup.h"
+#include "ChildView.h"
 #include "Handles.h"
 #include "Log.h"
 #include "OutputPipe.h"
@@ -94,7 +95,8 @@ int Shell::start(const char* command) {
     if (const int error = report.open(); error != 0) {
         return error;
     }
-    const ChildSetup setup{.output = input.get(), .ownGroup = true, .endWithCaller = true};
+    const ChildView view(command);
+    const ChildSetup setup{.output = input.get(), .ownGroup = true, .endWithCaller = true, .view = &view};
     const pid_t caller = ::getpid();
     m_pid = forkChild();
     if (m_pid == 0) {

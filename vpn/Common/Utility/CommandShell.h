@@ -9,8 +9,8 @@
 /// has ended; what the command leaves running in its process group is killed then, and what others have put
 /// into the pipe by that moment is the last that is kept: nobody holds the caller up by keeping the pipe
 /// open. The command's exit status plays no part, nor does its standard error, which goes to ours. It has no
-/// standard input and no terminal, and gets the environment and the current folder that ChildEnvironment.h
-/// tells of. Any thread; one object serves one at a time.
+/// standard input and no terminal, and gets the environment, the current folder and the view of the
+/// file system that ChildEnvironment.h tells of. Any thread; one object serves one at a time.
 class CCommandShell {
 public:
     /// @param command  null is the empty command.

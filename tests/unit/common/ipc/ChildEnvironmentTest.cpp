@@ -4,6 +4,7 @@
 #include "InChild.h"
 #include "Processes.h"
 #include "ProcessTest.h"
+#include "ReturnCodes.h"
 
 #include <array>
 #include <cstdlib>
@@ -93,7 +94,9 @@ TEST_F(ChildEnvironmentOf, AProcessLeavesItsOwnAsItIs) {
 TEST_F(ChildEnvironmentOf, AShellIsNothingWithoutItsFolder) {
     inChild([this] {
         setChildEnvironment({.variables = {"PATH=/usr/bin:/bin"}, .folder = path("missing")});
-        EXPECT_THAT(linesOf("echo ran"), ElementsAre());
+        std::list<std::string> lines;
+        EXPECT_EQ(CCommandShell::Execute("echo ran", lines), GLOBAL_ERROR_UNEXPECTED);
+        EXPECT_TRUE(lines.empty());
         ProcessLaunchInfo info;
         ASSERT_EQ(launch(info, {"/bin/true"}), 0U);
         EXPECT_EQ(exitCodeOf(info.m_processId), 255U);

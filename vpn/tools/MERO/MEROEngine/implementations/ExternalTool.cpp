@@ -70,7 +70,7 @@ uint32_t MEROAction::callExtern(const std::string& path, const std::string& comm
         const bool below = !path.empty() && !commandLine.starts_with('/');
         code = captureTool(below ? path + "/" + commandLine : commandLine, commandLine, outputFile);
     } else {
-        code = launchTool(path, commandLine);
+        code = launchTool(path, commandLine, outputFile);
     }
     if (code != 0 && isStopRequested()) {
         return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
@@ -109,7 +109,8 @@ uint32_t MEROAction::captureTool(const std::string& fullCommand, const std::stri
     return 0;
 }
 
-uint32_t MEROAction::launchTool(const std::string& path, const std::string& commandLine) {
+uint32_t MEROAction::launchTool(const std::string& path, const std::string& commandLine,
+                                const std::string& outputFile) {
     std::string program = commandLine;
     std::string parameters;
     if (const std::size_t blank = commandLine.find(' '); blank != std::string::npos) {
@@ -120,6 +121,7 @@ uint32_t MEROAction::launchTool(const std::string& path, const std::string& comm
     info.m_pszPath = path.c_str();
     info.m_bEndWithCaller = true;
     info.m_bDiscardOutput = true;
+    info.m_pszOutputFile = outputFile.c_str();
     const uint32_t code = m_pProcess->Launch(info, program.c_str(), parameters.c_str(), nullptr);
     if (code != 0) {
         logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CProcessApi::Launch", code, nullptr, nullptr);

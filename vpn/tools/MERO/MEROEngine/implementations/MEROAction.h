@@ -131,6 +131,7 @@ private:
     void endTool();
     [[nodiscard]] uint32_t captureTool(const std::string& fullCommand, const std::string& commandLine,
                                        const std::string& outputFile) const;
-    [[nodiscard]] uint32_t launchTool(const std::string& path, const std::string& commandLine);
+    [[nodiscard]] uint32_t launchTool(const std::string& path, const std::string& commandLine,
+                                      const std::string& outputFile);
     [[nodiscard]] uint32_t waitForTool(const std::string& toolName);
 };

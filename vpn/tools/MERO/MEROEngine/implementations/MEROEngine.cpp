@@ -1,5 +1,6 @@
 #include "MEROEngine.h"
 
+#include "ChildView.h"
 #include "collector.h"
 #include "CZip.h"
 #include "EngineMessages.h"
@@ -187,6 +188,7 @@ uint32_t MEROEngine::makeWorkingFolder() {
         return fail(kNoWorkingFolder, claimCode);
     }
     m_workingFolder = m_folderClaim.path();
+    keepInView(m_workingFolder); // tools may write there
     return 0;
 }
 

@@ -145,6 +145,10 @@ std::nullopt_t leaveOut(const UserIdentity& caller, const char* reason) {
 
 } // namespace
 
+std::vector<std::string> sharedFolders() {
+    return {kSharedFolders.begin(), kSharedFolders.end()};
+}
+
 std::optional<std::string> closeFolders(const UserIdentity& caller, const std::string& jobFolder) {
     if (!leaveMountNamespace()) {
         ZRN_LOG('W', "Links that users have made are followed: no mounts of our own can be had");

@@ -4,6 +4,10 @@
 
 #include <optional>
 #include <string>
+#include <vector>
+
+/// Folders that everybody may write to.
+[[nodiscard]] std::vector<std::string> sharedFolders();
 
 /// Makes sure that what a caller has planted leads root nowhere: in a mount namespace of this process's own,
 /// links in /tmp, /var/tmp, /dev/shm and the caller's home aren't followed, and what is or will be mounted

@@ -64,7 +64,7 @@ bool enterCage(const WorkOrder& order) {
     const std::optional<std::string> home = closeFolders(order.caller, order.jobFolder);
     // A thread has to come after the mounts, which are those of one thread.
     return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order.jobFolder)) &&
-           makeToolEnvironment(order.jobFolder) && endWithService();
+           makeToolEnvironment(order.jobFolder, home) && endWithService();
 }
 
 ProgressRecord runEngine(WorkOrder& order) {
