@@ -18,6 +18,13 @@ from helper_world import CallerTest, SUCCESS
 DATA = os.environ["MERO_SOURCE_DIR"] + "/data"
 SHIPPED = {os.path.basename(path): read(path) for path in glob.glob(DATA + "/xml/config/*.xml")}
 TOOL_OUTPUT = read(DATA + "/plugin/tool-output")
+# In its place: takes the same options and looks after nothing, as a configuration may run programs directly.
+PLAIN_TOOL_OUTPUT = """#!/bin/sh
+while getopts t:b:es: option; do :; done
+shift $((OPTIND - 1))
+command -v -- "$1" >/dev/null || exit 0
+exec "$@"
+"""
 
 TRACE = BASE + "/trace"
 # Made by whatever of the planted files gets run by root.
@@ -158,7 +165,7 @@ class ShippedTools(CallerTest):
     @staticmethod
     def shipped_tools():
         """Names of the programs that the configuration runs and that are installed."""
-        lines = re.findall(r"<args>tool-output ([^< ]+)", b"".join(SHIPPED.values()).decode())
+        lines = re.findall(r"<args>tool-output (?:-[tbs] \S+ |-e )*([^< ]+)", b"".join(SHIPPED.values()).decode())
         path = "/usr/sbin:/usr/bin:/sbin:/bin"
         return {name for name in lines if shutil.which(name, path=path)}
 
@@ -177,6 +184,13 @@ class ShippedTools(CallerTest):
         return Trace(TRACE)
 
     def testOpenNothingWhereTheCallerCanWrite(self):
+        self.expect_nothing_opened()
+
+    def testOpenNothingThereWithoutTheCareOfTheScriptThatRunsThem(self):
+        write(BASE + "/plugin/tool-output", PLAIN_TOOL_OUTPUT, 0o755)
+        self.expect_nothing_opened()
+
+    def expect_nothing_opened(self):
         trace = self.trace_job()
         names = {os.path.basename(program) for programs in trace.tools().values() for program in programs}
         self.assertLessEqual(self.shipped_tools() | {"rpm", "firewall-cmd"}, names)
