@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
@@ -301,4 +302,47 @@ TEST_F(RequestRun, FailsForATreeWithoutARoot) {
                 ElementsAre(Report{0, "Internal Error: MERO has encountered an error...",
                                    MEROENGINE_ERROR_NULL_POINTER}));
     EXPECT_TRUE(m_log.contains('E', "Internal Error: MERO has encountered an error...")) << m_log.dump();
+}
+
+/// Requests whose path others can guess.
+class PrivateRequestRun : public RequestRun {
+protected:
+    void expectTaken(const std::string& requestPath) const {
+        const auto one = engine(requestPath);
+        one->setPrivateRequest();
+        EXPECT_EQ(one->run(), 0u) << m_log.dump();
+    }
+    void expectRefused(const std::string& requestPath) const {
+        const auto one = engine(requestPath);
+        one->setPrivateRequest();
+        EXPECT_EQ(one->run(), MEROENGINE_ERROR_INVALID_XML);
+        EXPECT_FALSE(exists("out.zip"));
+        // The same file is good for who names it.
+        EXPECT_EQ(run(requestPath), 0u);
+    }
+    std::string m_request = writeFile("request.xml", request({"one"}));
+};
+
+TEST_F(PrivateRequestRun, TakesAFileOfTheUserAlone) {
+    expectTaken(m_request);
+    unpack();
+    EXPECT_THAT(bundledNames(), UnorderedElementsAre("one.log", "summary.txt"));
+}
+
+TEST_F(PrivateRequestRun, FollowsNoLink) {
+    fs::create_symlink(m_request, path("link.xml"));
+    expectRefused(path("link.xml"));
+}
+
+TEST_F(PrivateRequestRun, TakesNoFileWithASecondName) {
+    fs::create_hard_link(m_request, path("second.xml"));
+    expectRefused(path("second.xml"));
+}
+
+TEST_F(PrivateRequestRun, TakesNoFileOfSomebodyElse) {
+    if (!runsAsRoot()) {
+        GTEST_SKIP() << "only root can give a file to another user";
+    }
+    ASSERT_EQ(::chown(m_request.c_str(), 65534, 65534), 0);
+    expectRefused(m_request);
 }

@@ -45,6 +45,7 @@ TEST_F(GenerateReqXMLTest, WritesTheWholeDocumentInOneLine) {
                          "<file id=\"routes\"></file>"
                          "<comments><![CDATA[It broke at 5 < 6 & I saw it.]]></comments>"
                          "</request>");
+    EXPECT_TRUE(m_writer->isOwn());
     EXPECT_TRUE(m_window.gotOnly(MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS));
     EXPECT_THAT(m_log.lines(), IsEmpty()) << m_log.dump();
 }

@@ -4,6 +4,7 @@
 #include "Handles.h"
 #include "Log.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -25,6 +26,9 @@ constexpr const char* kThreadsFolder = "/proc/self/task";
 constexpr std::size_t kMostThreads = 100'000;
 /// A killed process needs a moment, and nothing tells of the end of whichever child is the next.
 constexpr int kPollMs = 2;
+
+/// Children from before adoptDescendants. Sorted; set by that one alone.
+std::vector<pid_t> g_spared;
 
 /// The children of all threads. Some may be missing while others end.
 /// @return nothing, logged, where the system doesn't tell.
@@ -48,9 +52,15 @@ std::optional<std::vector<pid_t>> listChildren() {
     return children;
 }
 
-/// Reaps what has ended by now.
+/// Reaps what has ended by now. Others look after those spared, and so does nobody here.
 /// @return whether there are no children left.
-bool reapEnded() {
+bool reapEnded(const std::vector<pid_t>& children) {
+    if (!g_spared.empty()) {
+        for (const pid_t child : children) {
+            static_cast<void>(::waitpid(child, nullptr, WNOHANG | __WALL));
+        }
+        return children.empty();
+    }
     pid_t child = 0;
     do {
         child = ::waitpid(-1, nullptr, WNOHANG | __WALL);
@@ -62,6 +72,8 @@ bool reapEnded() {
 
 bool adoptDescendants() {
     if (::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) == 0) {
+        g_spared = listChildren().value_or(std::vector<pid_t>());
+        std::sort(g_spared.begin(), g_spared.end());
         return true;
     }
     const int error = errno;
@@ -77,14 +89,17 @@ int countChildren() {
 bool endDescendants(std::chrono::milliseconds limit) {
     const Clock::time_point deadline = Clock::now() + limit;
     while (true) {
-        const std::optional<std::vector<pid_t>> children = listChildren();
+        std::optional<std::vector<pid_t>> children = listChildren();
         if (!children) {
-            return reapEnded();
+            return reapEnded({});
         }
+        std::erase_if(*children, [](pid_t child) {
+            return std::binary_search(g_spared.begin(), g_spared.end(), child);
+        });
         for (const pid_t child : *children) {
             static_cast<void>(::kill(child, SIGKILL)); // ours until it is reaped, so it can't fail
         }
-        if (reapEnded()) {
+        if (reapEnded(*children)) {
             return true;
         }
         if (Clock::now() >= deadline) {

@@ -49,3 +49,19 @@ int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& f
     fileOut = std::move(file);
     return 0;
 }
+
+int openOwnRegularFile(const char* path, int flags, FileDescriptor& fileOut) {
+    FileDescriptor file;
+    if (const int error = openRegularFile(path, flags | O_NOFOLLOW, file); error != 0) {
+        return error;
+    }
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0) {
+        return errno;
+    }
+    if (status.st_uid != ::geteuid() || status.st_nlink != 1) {
+        return EPERM;
+    }
+    fileOut = std::move(file);
+    return 0;
+}

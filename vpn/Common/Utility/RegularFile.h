@@ -20,3 +20,8 @@ inline constexpr mode_t kPrivateFileMode = 0600;
 /// @param folder  open descriptor, or AT_FDCWD for the current folder.
 [[nodiscard]] int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& fileOut,
                                     mode_t mode = kPrivateFileMode);
+
+/// The same for a file whose name others can guess: no link is followed, and a file of another user, or one
+/// that can be reached under another name as well, is refused.
+/// @return also EPERM for such a file.
+[[nodiscard]] int openOwnRegularFile(const char* path, int flags, FileDescriptor& fileOut);

@@ -16,6 +16,7 @@
 #include <linux/fs.h>
 #include <string>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
@@ -63,6 +64,21 @@ protected:
         }
     }
 };
+
+TEST_F(FolderRemoval, OpensFoldersThatKeepTheirOwnerOut) {
+    asOrdinaryUser([this] {
+        // Else the folder of descriptors would be root's after the change of the user.
+        ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+        ASSERT_EQ(::mkdir("gone", 0700), 0);
+        ASSERT_EQ(::mkdir("gone/closed", 0700), 0);
+        ASSERT_EQ(::mkdir("gone/closed/inner", 0), 0);
+        touch("gone/closed/file");
+        ASSERT_EQ(::chmod("gone/closed", 0500), 0);
+        ASSERT_EQ(::chmod("gone", 0100), 0);
+        EXPECT_TRUE(remove());
+        EXPECT_FALSE(stands("gone"));
+    });
+}
 
 TEST_F(FolderRemoval, RemovesAFolderWithAllThatIsInIt) {
     writeFile("gone/a/b/file", "x");

@@ -85,6 +85,8 @@ CollectArguments::CollectArguments(CLI::App& program)
                      ->add_option("--password-file", m_options.passwordFile,
                                   "File whose first line is the bundle's password; - reads standard input")
                      ->type_name("FILE")) {
+    m_command->add_flag("--keep-working-folder", m_options.keepWorkingFolder,
+                        "Leave the folder in /tmp in which the bundle was built, and tell where it is");
     m_command->add_flag("--no-system-logs", m_noSystemLogs,
                         "Leave the logs of the system out of the usual items");
     m_command->add_flag("--include-legacy", m_options.includeLegacyTree,

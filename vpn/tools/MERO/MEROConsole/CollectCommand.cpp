@@ -2,6 +2,7 @@
 
 #include "ConfigurationNotes.h"
 #include "ConsoleMessages.h"
+#include "Descendants.h"
 #include "ItemSelection.h"
 #include "MEROEngine.h"
 #include "OwnRequest.h"
@@ -9,9 +10,14 @@
 #include "Paths.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
+#include "StopGuard.h"
+#include "StopRequest.h"
+#include "StopSignals.h"
+#include "TidyRun.h"
 #include "Utf8Text.h"
 #include "WipedString.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -21,6 +27,8 @@
 namespace {
 
 constexpr const char* kCommand = "collect";
+/// What a run that was interrupted may take to end its tools and to remove its files.
+constexpr std::chrono::seconds kInterruptPatience{10};
 
 std::string adviceOnRequest(const CollectOptions& options, const std::string& requestPath) {
     if (!options.onlyIds.empty()) {
@@ -59,7 +67,16 @@ int runJob(const CollectOptions& options, const std::string& requestPath, const 
     const auto engine = std::make_shared<MEROEngine>(requestPath, options.installDirectory,
                                                      options.targetPath, password.view(), kModeCollect,
                                                      options.includeLegacyTree, options.collectSystemLogs);
-    const uint32_t code = engine->run();
+    std::string keptFolder;
+    const uint32_t code = runTidily(
+        *engine, options.keepWorkingFolder ? FolderAfterRun::Kept : FolderAfterRun::Removed, &keptFolder);
+    if (!keptFolder.empty()) {
+        static_cast<void>(std::fprintf(stderr, "Working folder: %s\n", keptFolder.c_str()));
+    }
+    if (code == MEROENGINE_ERROR_ACTION_CANCELED_BY_USER) {
+        printError("no bundle was made: the job was interrupted");
+        return kExitFailed;
+    }
     if (code != 0) {
         const char* name = getReturnCodeDescription(code);
         printError("no bundle was made: " + adviceFor(code, options, requestPath) + " [" +
@@ -125,15 +142,16 @@ bool takePassword(const CollectOptions& options, WipedString& passwordOut) {
     }
     std::string reason;
     if (!readPassword(*options.passwordFile, passwordOut, reason)) {
+        if (isStopRequested()) {
+            return false; // whoever interrupts a question needs no word about it
+        }
         printUsageError("--password-file: " + reason, kCommand);
         return false;
     }
     return true;
 }
 
-} // namespace
-
-int collectBundle(const CollectOptions& options) {
+int collect(const CollectOptions& options) {
     const bool isSelection = !options.onlyIds.empty();
     ItemSelection items;
     if (isSelection) {
@@ -149,4 +167,24 @@ int collectBundle(const CollectOptions& options) {
     }
     return isSelection ? runSelected(options, items, password)
                        : runJob(options, options.requestPath, password);
+}
+
+} // namespace
+
+int collectBundle(const CollectOptions& options) {
+    stopOnSignals();
+    // So that a tool's processes can be ended with it. Without that the run goes on all the same.
+    adoptDescendants();
+    int status = kExitFailed;
+    {
+        const StopGuard guard(
+            {.patience = kInterruptPatience, .onStop = {}, .endProcess = [] { dieBySignal(stopSignal()); }});
+        status = collect(options);
+    }
+    // A signal that comes as late as now finds nothing to end, and the bundle in its place.
+    if (const int signalNumber = stopSignal(); signalNumber != 0) {
+        static_cast<void>(std::fflush(stdout));
+        dieBySignal(signalNumber);
+    }
+    return status;
 }

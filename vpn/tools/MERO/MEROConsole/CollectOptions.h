@@ -21,6 +21,8 @@ struct CollectOptions {
     std::optional<std::string> passwordFile;
     bool collectSystemLogs = true;
     bool includeLegacyTree = false;
+    /// Leave the folder in which the bundle was built, and tell where it is.
+    bool keepWorkingFolder = false;
 };
 
 /// The path under which the engine writes a bundle for `targetPath`: it ends in ".zip".

@@ -110,8 +110,9 @@ bool readPassword(const std::string& source, WipedString& passwordOut, std::stri
         return readFrom(STDIN_FILENO, "standard input", passwordOut, reasonOut);
     }
     const std::string name = "'" + source + "'";
-    const FileDescriptor file(open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    if (!file) {
+    // A pipe that nobody has opened yet is waited for where a stop request is seen.
+    const FileDescriptor file(open(source.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!file || fcntl(file.get(), F_SETFL, 0) != 0) {
         const int error = errno;
         ZRN_LOG_CODE_TEXT('E', "open", error, "File: %s\nError: %s", source.c_str(), std::strerror(error));
         reasonOut = "can't open " + name + ": " + std::strerror(error) +

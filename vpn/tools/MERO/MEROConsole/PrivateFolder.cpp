@@ -1,11 +1,26 @@
 #include "PrivateFolder.h"
 
+#include "FolderRemoval.h"
+#include "Handles.h"
 #include "Log.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <fcntl.h>
 #include <unistd.h>
+
+namespace {
+
+constexpr const char* kParent = "/tmp";
+constexpr std::size_t kNameBegin = 5;
+
+void removeWhole(const std::string& path) {
+    const FileDescriptor parent(open(kParent, O_PATH | O_DIRECTORY | O_CLOEXEC));
+    static_cast<void>(removeFolder(parent.get(), path.c_str() + kNameBegin)); // logged there
+}
+
+} // namespace
 
 PrivateFolder::~PrivateFolder() {
     if (!m_path.empty() && rmdir(m_path.c_str()) != 0) {
@@ -22,5 +37,6 @@ int PrivateFolder::make() {
         return error;
     }
     m_path = path;
+    m_cleanUp.emplace([path] { removeWhole(path); });
     return 0;
 }

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "CleanUp.h"
+
+#include <optional>
 #include <string>
 
 /// A folder below /tmp for its maker alone, under a name that nobody else has. It goes with this object, if
-/// it is empty then.
+/// it is empty then, and with all that is in it when the process is ended by force.
 class PrivateFolder {
 public:
     PrivateFolder() = default;
@@ -18,4 +21,5 @@ public:
 
 private:
     std::string m_path;
+    std::optional<CleanUp> m_cleanUp;
 };

@@ -1,6 +1,7 @@
 #include "TerminalEcho.h"
 
 #include "Log.h"
+#include "StopRequest.h"
 
 #include <array>
 #include <cerrno>
@@ -26,7 +27,7 @@ sigset_t endingSignals() {
 
 } // namespace
 
-TerminalEcho::TerminalEcho(int fd, const char* prompt) {
+TerminalEcho::TerminalEcho(int fd, const char* prompt) : m_input(fd) {
     if (isatty(fd) == 0 || tcgetattr(fd, &m_former) != 0) {
         return;
     }
@@ -60,14 +61,12 @@ TerminalEcho::~TerminalEcho() {
 }
 
 bool TerminalEcho::waitForInput() const {
-    if (m_fd < 0) {
-        return true;
-    }
-    std::array<pollfd, 2> sources{pollfd{m_fd, POLLIN, 0}, pollfd{m_signals.get(), POLLIN, 0}};
+    std::array<pollfd, 3> sources{pollfd{m_input, POLLIN, 0}, pollfd{m_signals.get(), POLLIN, 0},
+                                  pollfd{stopDescriptor(), POLLIN, 0}};
     while (poll(sources.data(), sources.size(), -1) < 0) {
         if (errno != EINTR) {
             return true; // the read that follows tells what is wrong
         }
     }
-    return sources[1].revents == 0;
+    return sources[1].revents == 0 && !isStopRequested();
 }

@@ -5,9 +5,9 @@
 #include <csignal>
 #include <termios.h>
 
-/// Asks at a terminal without showing what is typed, for as long as the object lives. Does nothing for a
-/// descriptor that is no terminal. Signals that end programs are held back until the echo is on again, and
-/// then take their course. On the main thread, before others are started.
+/// Asks at a terminal without showing what is typed, for as long as the object lives. For a descriptor that
+/// is no terminal it only waits. Signals that end programs are held back in this thread until the echo is on
+/// again, and then take their course. On the main thread.
 class TerminalEcho {
 public:
     /// Switches the echo of `fd` off and prints `prompt` on standard error.
@@ -17,11 +17,13 @@ public:
     TerminalEcho(const TerminalEcho&) = delete;
     TerminalEcho& operator=(const TerminalEcho&) = delete;
 
-    /// Waits until something was typed.
-    /// @return false if a held-back signal came first; true at once for what is no terminal.
+    /// Waits until there is something to read, or the end of the input.
+    /// @return false if a held-back signal or a stop request came first.
     [[nodiscard]] bool waitForInput() const;
 
 private:
+    /// What is waited for.
+    int m_input;
     /// The terminal, or -1 if there is none to put back.
     int m_fd = -1;
     termios m_former{};

@@ -8,15 +8,19 @@
 #include "Names.h"
 #include "Paths.h"
 #include "Progress.h"
+#include "RegularFile.h"
 #include "ReturnCodes.h"
 #include "StopRequest.h"
 #include "SummaryText.h"
 #include "WorkerPool.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <fcntl.h>
 #include <thread>
 #include <unistd.h>
 
@@ -25,6 +29,7 @@ namespace {
 constexpr const char* kWorkingFolder = "/tmp/MERO_Temp_Bundle";
 constexpr uint32_t kMaxThreads = 6;
 constexpr std::size_t kFailureLine = 100;
+constexpr std::size_t kReadBytes = 16384;
 
 void reportStep(int percent, const char* message) {
     reportProgress(percent, message, MEROOFFLINE_ERROR_PROCESSING);
@@ -33,6 +38,23 @@ void reportStep(int percent, const char* message) {
 void reportSuccess() {
     reportStep(100, kFinished);
     reportProgress(0, std::string(), 0);
+}
+
+/// @return 0 or an errno.
+int readOwnFile(const std::string& path, std::string& textOut) {
+    FileDescriptor file;
+    if (const int error = openOwnRegularFile(path.c_str(), O_RDONLY, file); error != 0) {
+        return error;
+    }
+    std::array<char, kReadBytes> block{};
+    ssize_t length = 0;
+    while ((length = ::read(file.get(), block.data(), block.size())) != 0) {
+        if (length < 0 && errno != EINTR) {
+            return errno;
+        }
+        textOut.append(block.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    }
+    return 0;
 }
 
 } // namespace
@@ -97,10 +119,7 @@ uint32_t MEROEngine::runCollectorThreads() {
     m_requestLoader = std::make_unique<MEROXmlLoader>();
     reportStep(1, kParsing);
 
-    std::list<MEROXmlObject*> requests;
-    // How many trees there are tells whether it worked.
-    static_cast<void>(m_requestLoader->load(m_requestPath, kLoadFile, requests));
-    uint32_t code = takeRequest(requests);
+    uint32_t code = takeRequest(loadRequest());
     if (code != 0) {
         return code;
     }
@@ -130,6 +149,23 @@ uint32_t MEROEngine::runCollectorThreads() {
         ZRN_LOG_CODE('W', "MEROEngine::writeFailedFilesToSummary", code);
     }
     return zipBundle();
+}
+
+/// How many trees there are tells whether it worked.
+std::list<MEROXmlObject*> MEROEngine::loadRequest() {
+    std::list<MEROXmlObject*> requests;
+    if (!m_isRequestPrivate || m_requestPath.empty()) {
+        static_cast<void>(m_requestLoader->load(m_requestPath, kLoadFile, requests));
+        return requests;
+    }
+    std::string text;
+    if (const int error = readOwnFile(m_requestPath, text); error != 0) {
+        ZRN_LOG_CODE_TEXT('E', "open", error, "File: %s\nError: %s", m_requestPath.c_str(),
+                          std::strerror(error));
+        return requests;
+    }
+    static_cast<void>(m_requestLoader->load(text, kLoadText, requests));
+    return requests;
 }
 
 uint32_t MEROEngine::takeRequest(const std::list<MEROXmlObject*>& trees) {

@@ -45,6 +45,14 @@ public:
     /// Bounds the request, for a run with more rights than whoever wrote it. Before run; none otherwise.
     void setRequestLimits(const RequestLimits& limits) { m_requestLimits = limits; }
 
+    /// Has the run take its request only from a regular file of this user alone that has no other name and is
+    /// reached through no link at its end: for a path in a folder of everybody. Before run.
+    void setPrivateRequest() { m_isRequestPrivate = true; }
+
+    /// The working folder of the run, for who wants to remove what the run leaves of it, or to keep it.
+    /// Before run; null afterwards.
+    [[nodiscard]] std::shared_ptr<RunFolder> runFolder() const { return m_folderClaim.shared(); }
+
     /// Runs the job and blocks until it has ended. The working folder below /tmp is removed on every path, as
     /// far as fileDeleteDirectory goes; one that isn't this run's is never touched. Throws nothing. A stop
     /// request ends its tools, and the run as soon as the threads have looked at it.
@@ -66,6 +74,7 @@ protected:
 private:
     /// Steps of a collect run. Those with a code have reported their failure.
     [[nodiscard]] uint32_t runCollectorThreads();
+    [[nodiscard]] std::list<MEROXmlObject*> loadRequest();
     [[nodiscard]] uint32_t loadConfigurations();
     [[nodiscard]] uint32_t makeWorkingFolder();
     void collectAll();
@@ -99,6 +108,7 @@ private:
     /// One per good configuration file; owned, read only while workers run.
     std::list<MEROXmlObject*> m_configTrees;
     std::string m_requestPath;
+    bool m_isRequestPrivate = false;
     std::string m_installPath;
     std::string m_workingFolder;
     std::string m_targetPath;

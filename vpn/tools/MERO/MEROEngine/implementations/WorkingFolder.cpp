@@ -104,8 +104,10 @@ WorkingFolder::Outcome WorkingFolder::claimName(const std::string& path) {
         ZRN_LOG_CODE(error == EEXIST ? 'I' : 'E', "mkdir", error);
         return error == EEXIST ? Outcome::Taken : Outcome::Refused;
     }
-    switch (lockFolder(path, m_lock)) {
+    FileDescriptor lock;
+    switch (lockFolder(path, lock)) {
     case LockResult::Locked:
+        m_claimed->take(path, std::move(lock));
         m_path = path;
         return Outcome::Claimed;
     case LockResult::InUse:
@@ -134,16 +136,19 @@ uint32_t WorkingFolder::claim(bool withSuffix) {
 }
 
 void WorkingFolder::remove() {
-    if (!m_lock) {
+    const std::shared_ptr<RunFolder> claimed = std::move(m_claimed);
+    if (claimed == nullptr || claimed->descriptor() < 0) {
         // Its own lines tell what became of the folder.
         static_cast<void>(removeLeftOver());
         return;
     }
-    if (namesFolder(m_path, m_lock.get())) {
+    if (claimed->isKept()) {
+        return;
+    }
+    if (namesFolder(m_path, claimed->descriptor())) {
         // Sub-folders keep the folder alive; that is no failure of the run.
         static_cast<void>(helperUtil::fileDeleteDirectory(m_path));
     } else {
         ZRN_LOG('W', "\"%s\" is left alone, it is not the folder of this run any more", m_path.c_str());
     }
-    m_lock.reset();
 }

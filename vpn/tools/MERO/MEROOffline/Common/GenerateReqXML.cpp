@@ -12,6 +12,7 @@
 #include <exception>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -24,26 +25,13 @@ std::string head() {
     return text + ">";
 }
 
-/// Empties a file that is ours alone and keeps all others from reading it. What somebody else has put in the
-/// file's place, or can reach under another name as well, is left as it is.
-/// @return 0 or an errno.
-int claim(int file) {
-    struct stat status {};
-    if (::fstat(file, &status) != 0) {
-        return errno;
-    }
-    if (status.st_uid != ::geteuid() || status.st_nlink != 1) {
-        return EPERM;
-    }
-    return ::fchmod(file, kPrivateFileMode) == 0 && ::ftruncate(file, 0) == 0 ? 0 : errno;
-}
-
 /// @return the stream, or null with errno set.
 FileHandle openRequest(const std::string& path) {
     FileDescriptor file;
-    int error = openRegularFile(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW, file);
-    if (error == 0) {
-        error = claim(file.get());
+    int error = openOwnRegularFile(path.c_str(), O_WRONLY | O_CREAT, file);
+    // It may be left from a former run, with rights and content of its own.
+    if (error == 0 && (::fchmod(file.get(), kPrivateFileMode) != 0 || ::ftruncate(file.get(), 0) != 0)) {
+        error = errno;
     }
     if (error != 0) {
         errno = error;
@@ -56,16 +44,29 @@ FileHandle openRequest(const std::string& path) {
     return stream;
 }
 
+/// Removes what this user has at the request's place. In a folder of everybody that is all that may go.
+/// @return 0 or an errno.
+int removeOwn(const std::string& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        return errno;
+    }
+    if (status.st_uid != ::geteuid()) {
+        return EPERM;
+    }
+    return std::remove(path.c_str()) == 0 ? 0 : errno;
+}
+
 } // namespace
 
 GenerateReqXML::GenerateReqXML(CMEROClientIfc* client, CMEROOfflineIfc* /*offline*/,
                                const std::string& pathStem)
     : m_pClient(client), m_pOfflineIfc(dynamic_cast<CMEROOfflineIfc*>(client)),
-      m_requestPath(helperUtil::translatePath(pathStem) + getTimeString(1) + ".xml") {}
+      m_requestPath(helperUtil::translatePath(pathStem) + getTimeString(1) + ".xml"),
+      m_cleanUp([path = m_requestPath] { static_cast<void>(removeOwn(path)); }) {}
 
 GenerateReqXML::~GenerateReqXML() {
-    if (std::remove(m_requestPath.c_str()) != 0) {
-        const int error = errno;
+    if (const int error = removeOwn(m_requestPath); error != 0) {
         ZRN_LOG_CODE('W', "remove", error);
     }
 }
@@ -94,6 +95,7 @@ void GenerateReqXML::write() {
 
 void GenerateReqXML::open() {
     m_file = openRequest(m_requestPath);
+    m_isOwn = m_file != nullptr;
     if (m_file == nullptr) {
         const int error = errno;
         logReturnCode("run", __FILE__, __LINE__, 'W', "std::fstream::open", 0, nullptr, "%s: %s",

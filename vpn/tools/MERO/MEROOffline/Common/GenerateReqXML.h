@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CleanUp.h"
 #include "CMEROClientIfc.h"
 #include "CMEROOfflineIfc.h"
 #include "Handles.h"
@@ -21,7 +22,7 @@ public:
     /// @param pathStem  path of the request file without its stamp; environment references are replaced.
     explicit GenerateReqXML(CMEROClientIfc* client, CMEROOfflineIfc* offline = nullptr,
                             const std::string& pathStem = kRequestPathStem);
-    /// Removes the request file.
+    /// Removes the request file, but not what somebody else has put in its place.
     ~GenerateReqXML() override;
     GenerateReqXML(const GenerateReqXML&) = delete;
     GenerateReqXML& operator=(const GenerateReqXML&) = delete;
@@ -32,6 +33,9 @@ public:
     /// somebody else's is written to.
     void run() override;
     [[nodiscard]] std::string getRequestPath() const { return m_requestPath; }
+    /// Whether the file at the path is the one that run has written: what stands there otherwise is nobody's
+    /// choice that a job may follow. Once the status has arrived.
+    [[nodiscard]] bool isOwn() const { return m_isOwn; }
 
 private:
     void write();
@@ -45,4 +49,7 @@ private:
     CMEROOfflineIfc* m_pOfflineIfc;
     FileHandle m_file;
     std::string m_requestPath;
+    bool m_isOwn = false;
+    /// For a process that ends while the file is written.
+    CleanUp m_cleanUp;
 };

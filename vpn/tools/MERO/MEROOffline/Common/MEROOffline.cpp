@@ -1,10 +1,12 @@
 #include "MEROOffline.h"
 
+#include "Descendants.h"
 #include "EngineMessages.h"
 #include "Log.h"
 #include "MEROEngine.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
+#include "TidyRun.h"
 
 #include <memory>
 
@@ -31,10 +33,14 @@ MEROOffline::MEROOffline(CMEROClientIfc* client, const std::string& requestPath,
 
 void MEROOffline::run() {
     try {
+        // Without it the job goes on all the same: only what a tool leaves running may get away.
+        adoptDescendants();
         const auto engine =
             std::make_shared<MEROEngine>(m_requestPath, m_configDir, m_bundlePath, m_password.view(),
                                          m_clearLogs ? kModeClearLogs : kModeCollect, false, true);
-        m_result = engine->run();
+        // The name of a request of the wizard can be guessed.
+        engine->setPrivateRequest();
+        m_result = runTidily(*engine);
     } catch (...) {
         // The engine guards its own run, so it could not even be made, and has told nobody.
         m_result = MEROENGINE_ERROR_INTERNAL;

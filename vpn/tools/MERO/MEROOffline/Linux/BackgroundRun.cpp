@@ -36,6 +36,12 @@ std::unique_ptr<Thread> BackgroundRun::startOrRun(const std::shared_ptr<Runnable
     return thread;
 }
 
+void BackgroundRun::awaitAll() {
+    for (int underWay = g_runsUnderWay; underWay != 0; underWay = g_runsUnderWay) {
+        g_runsUnderWay.wait(underWay);
+    }
+}
+
 bool BackgroundRun::anyUnderWay() {
     return g_runsUnderWay != 0;
 }
@@ -47,4 +53,5 @@ void BackgroundRun::run() {
     m_context.reset();
     // Last, since the process may end as soon as nothing is under way.
     --g_runsUnderWay;
+    g_runsUnderWay.notify_all();
 }

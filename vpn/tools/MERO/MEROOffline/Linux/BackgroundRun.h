@@ -19,6 +19,8 @@ public:
     /// this returns null.
     [[nodiscard]] static std::unique_ptr<Thread> startOrRun(const std::shared_ptr<Runnable>& job,
                                                             const std::shared_ptr<void>& context);
+    /// Waits until every run of the process has come to its end.
+    static void awaitAll();
     /// True while any run of the process has not come to its end.
     [[nodiscard]] static bool anyUnderWay();
 

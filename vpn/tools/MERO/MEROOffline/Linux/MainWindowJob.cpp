@@ -19,8 +19,10 @@ void CMEROGtkMainWindow::startBundleJob() {
 void CMEROGtkMainWindow::startMERO(const std::string& requestPath) {
     m_pDBusClient.reset();
     m_pDBusClient = std::make_unique<CDBusClient>(m_relay.get());
-    if (m_pDBusClient->RequestHelperStartMERO(requestPath.c_str(), "", m_bundlePath.c_str(),
-                                              m_password.c_str())) {
+    // What somebody else has put in the request's place is not for the helper either, which could read it.
+    const bool isRequestOwn = requestPath.empty() || m_pReqGenerator == nullptr || m_pReqGenerator->isOwn();
+    if (isRequestOwn && m_pDBusClient->RequestHelperStartMERO(requestPath.c_str(), "", m_bundlePath.c_str(),
+                                                              m_password.c_str())) {
         return;
     }
     showMessageDialog(GTK_MESSAGE_WARNING, translateText(userText(UserText::TitleWarning)),

@@ -9,7 +9,7 @@
 #include <string>
 
 /// Stands between background jobs and the window for as long as there is one: reports and scanned modules go
-/// to it, the choice and the comment come from it. Jobs can't be stopped and may outlive the window, so what
+/// to it, the choice and the comment come from it. Jobs may outlive the window, which waits for none, so what
 /// they hold is the relay, which lives as long as any of them.
 ///
 /// Any thread, but for getModuleTree. The window is called under the relay's lock: it must not block, report

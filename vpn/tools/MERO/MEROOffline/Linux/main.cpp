@@ -1,7 +1,12 @@
 #include "BackgroundRun.h"
+#include "GlibHandles.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
+#include "StopGuard.h"
+#include "StopRequest.h"
+#include "StopSignals.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +19,9 @@ namespace {
 
 /// Keeps the logger from static start-up to the end of the process.
 const CLogClient g_logClient(nullptr, "zrn_meroui");
+
+/// What a job may take to end, once the window has gone.
+constexpr std::chrono::seconds kPatience{3};
 
 // The main thread holds the GDK lock from start to end, as code that enters it by itself expects.
 G_GNUC_BEGIN_IGNORE_DEPRECATIONS
@@ -35,15 +43,47 @@ void prepareProcess() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
+/// Leaves the main loop for a signal. A dialog that waits for an answer has a loop of its own, and would keep
+/// that of the window waiting. On the GTK main thread; `data` is not used.
+gboolean leaveMainLoop(gpointer /*data*/) {
+    const ListHandle windows(gtk_window_list_toplevels());
+    for (const GList* entry = windows.get(); entry != nullptr; entry = entry->next) {
+        if (GTK_IS_DIALOG(entry->data)) {
+            gtk_dialog_response(GTK_DIALOG(entry->data), GTK_RESPONSE_CANCEL);
+        }
+    }
+    if (gtk_main_level() != 0) {
+        gtk_main_quit();
+    }
+    return G_SOURCE_REMOVE;
+}
+
+/// The threads of a job that doesn't come to its end still use the logger and other static objects, which a
+/// return from main would destroy under them.
+[[noreturn]] void endAsItStands() {
+    static_cast<void>(std::fflush(stdout));
+    std::_Exit(0);
+}
+
 void runWizard(int* argc, char*** argv) {
     g_set_prgname("com.varnel.corvane.mero");
     gtk_init(argc, argv);
+    const StopGuard guard({.patience = kPatience,
+                           .onStop = [] { g_idle_add(leaveMainLoop, nullptr); },
+                           .endProcess = endAsItStands});
     takeGdkLock();
     auto window = std::make_unique<CMEROGtkMainWindow>();
     if (!window->isExitRequested()) {
         gtk_main();
     }
+    // However the main loop has ended, a job that is under way ends now, with its tools and its files.
+    requestStop();
     giveGdkLockBack();
+    window.reset();
+    if (GdkDisplay* const display = gdk_display_get_default()) {
+        gdk_display_flush(display); // nobody has to look at the window meanwhile
+    }
+    BackgroundRun::awaitAll();
 }
 
 } // namespace
@@ -51,16 +91,14 @@ void runWizard(int* argc, char*** argv) {
 /// Always 0: how a job ended is told by the result page and the log.
 int main(int argc, char* argv[]) {
     prepareProcess();
+    stopOnSignals();
     try {
         runWizard(&argc, &argv);
     } catch (const std::exception& error) {
         ZRN_LOG('E', "The wizard can't go on: %s", error.what());
     }
     if (BackgroundRun::anyUnderWay()) {
-        // Cancel does not wait for a job. Its threads still use the logger and other static objects, which a
-        // return would destroy under them, so the process ends here as it stands.
-        static_cast<void>(std::fflush(stdout));
-        std::_Exit(0);
+        endAsItStands();
     }
     return 0;
 }

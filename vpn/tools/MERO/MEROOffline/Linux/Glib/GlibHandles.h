@@ -9,6 +9,8 @@
 using ErrorHandle = std::unique_ptr<GError, Releaser<&g_error_free>>;
 /// Text from a GLib or GTK call that its caller frees.
 using TextHandle = std::unique_ptr<char, Releaser<&g_free>>;
+/// A list whose elements belong to others.
+using ListHandle = std::unique_ptr<GList, Releaser<&g_list_free>>;
 /// One reference to a value that travels on the bus.
 using VariantHandle = std::unique_ptr<GVariant, Releaser<&g_variant_unref>>;
 /// One reference to an object of GObject's kind.

@@ -1,8 +1,10 @@
 #include "ServiceEnd.h"
 
 #include "ChildSetup.h"
+#include "CleanUp.h"
 #include "Descendants.h"
 #include "Log.h"
+#include "StopRequest.h"
 
 #include <cerrno>
 #include <chrono>
@@ -35,7 +37,13 @@ sigset_t endSignal() {
     // It fails for a wrong set only.
     static_cast<void>(::sigwait(&signals, &signal));
     ZRN_LOG('W', "The service has ended, and the job ends with it.");
+    requestStop();
+    // The engine ends its tools then and removes its folder, unless it waits for a file system.
+    const bool isTidy = awaitCleanUps(kEndLimit);
     endWork();
+    if (!isTidy) {
+        runCleanUps();
+    }
     ::_exit(1);
 }
 

@@ -8,6 +8,7 @@
 #include "PipeListener.h"
 #include "ReturnCodes.h"
 #include "ServiceEnd.h"
+#include "TidyRun.h"
 #include "ToolEnvironment.h"
 #include "WorkerCage.h"
 #include "WorkOrder.h"
@@ -73,7 +74,7 @@ ProgressRecord runEngine(WorkOrder& order) {
     order.password.clear();
     engine->setArchivePath(order.archivePath);
     engine->setRequestLimits(kRequestLimits);
-    return outcomeOfRun(engine->run());
+    return outcomeOfRun(runTidily(*engine));
 }
 
 ProgressRecord failure(uint32_t code, const char* message) {

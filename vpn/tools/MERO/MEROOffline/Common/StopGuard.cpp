@@ -1,0 +1,93 @@
+#include "StopGuard.h"
+
+#include "Log.h"
+#include "OutputPipe.h"
+#include "StopRequest.h"
+#include "TidyRun.h"
+
+#include <array>
+#include <cerrno>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <poll.h>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+/// For what may itself wait for a file system that does not answer.
+constexpr std::chrono::seconds kForceLimit{3};
+
+struct ForcedEnd {
+    std::mutex lock;
+    std::condition_variable done;
+    bool isDone = false;
+};
+
+/// On a thread of its own, so that it can be given up.
+void endByForce() {
+    const auto end = std::make_shared<ForcedEnd>();
+    std::thread([end] {
+        endRunsByForce();
+        const std::lock_guard<std::mutex> guard(end->lock);
+        end->isDone = true;
+        end->done.notify_all();
+    }).detach();
+    std::unique_lock<std::mutex> guard(end->lock);
+    if (!end->done.wait_for(guard, kForceLimit, [&end] { return end->isDone; })) {
+        ZRN_LOG('E', "What the run has left can't be removed in time.");
+    }
+}
+
+} // namespace
+
+StopGuard::StopGuard(Plan plan) : m_plan(std::move(plan)) {
+    // Made here at the latest, so that a signal handler finds it.
+    if (stopDescriptor() < 0) {
+        ZRN_LOG('W', "A stop can't be waited for.");
+        return;
+    }
+    if (const int error = openOutputPipe(m_ended, m_working); error != 0) {
+        ZRN_LOG_CODE('W', "pipe2", error);
+        return;
+    }
+    try {
+        m_thread = std::thread([this] { watch(); });
+    } catch (const std::system_error& error) {
+        ZRN_LOG_CODE('W', "std::thread", error.code().value());
+    }
+}
+
+StopGuard::~StopGuard() {
+    m_working.reset();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+bool StopGuard::waitForEnd(int other, int timeoutMs) const {
+    std::array<pollfd, 2> watched{{{m_ended.get(), POLLIN, 0}, {other, POLLIN, 0}}};
+    while (::poll(watched.data(), watched.size(), timeoutMs) < 0 && errno == EINTR) {
+    }
+    return watched[0].revents != 0;
+}
+
+void StopGuard::watch() const {
+    if (waitForEnd(stopDescriptor(), -1)) {
+        return;
+    }
+    if (m_plan.onStop) {
+        m_plan.onStop();
+    }
+    if (waitForEnd(-1, static_cast<int>(m_plan.patience.count()))) {
+        return;
+    }
+    ZRN_LOG('W', "The run doesn't come to its end and is ended.");
+    try {
+        endByForce();
+    } catch (const std::system_error& error) {
+        ZRN_LOG_CODE('E', "std::thread", error.code().value());
+    }
+    m_plan.endProcess();
+}
