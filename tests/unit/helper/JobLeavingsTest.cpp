@@ -2,6 +2,7 @@
 
 #include "CapturedLog.h"
 #include "FolderAccess.h"
+#include "FolderRemoval.h"
 #include "InChild.h"
 #include "PrivateMounts.h"
 #include "Processes.h"
@@ -86,6 +87,27 @@ protected:
         return emptyFolder(folder.get());
     }
 };
+
+TEST_F(WorkingFolders, GoWhateverElseLiesThere) {
+    ASSERT_EQ(::mount("none", "/tmp", "tmpfs", MS_REMOUNT | MS_NOSUID | MS_NODEV, "mode=1777,nr_inodes=0"),
+              0);
+    const std::string first = makeWorkingFolder("_first");
+    std::ofstream("/tmp/0") << "x";
+    // More than a folder of a job's may hold.
+    for (std::size_t number = 1; number <= kRemovalEntryLimit; ++number) {
+        ASSERT_EQ(::link("/tmp/0", ("/tmp/" + std::to_string(number)).c_str()), 0) << "errno " << errno;
+    }
+    for (const std::string suffix : {"1", "2", "3"}) {
+        ASSERT_EQ(::link("/tmp/0", (kWorkingFolder + suffix).c_str()), 0);
+    }
+    const std::string last = makeWorkingFolder("_last");
+    const CapturedLog log;
+    EXPECT_TRUE(removeWorkingFolders());
+    EXPECT_FALSE(stands(first));
+    EXPECT_FALSE(stands(last));
+    EXPECT_TRUE(stands("/tmp/MERO_Temp_Bundle1"));
+    EXPECT_TRUE(log.lines().empty()) << log.dump();
+}
 
 TEST_F(WorkingFolders, GoWithAllThatIsInThem) {
     makeWorkingFolder();

@@ -6,6 +6,7 @@
 #include "Log.h"
 
 #include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
 #include <optional>
 #include <string>
@@ -85,6 +86,11 @@ private:
     FolderIdentity m_parentIdentity;
 };
 
+bool mayBeWorkingFolder(const dirent& entry) {
+    return std::string_view(entry.d_name).starts_with(kWorkingName) &&
+           (entry.d_type == DT_DIR || entry.d_type == DT_UNKNOWN);
+}
+
 } // namespace
 
 bool removeWorkingFolders() {
@@ -94,16 +100,21 @@ bool removeWorkingFolders() {
         return false;
     }
     const std::optional<FolderIdentity> identity = identify(parent.get());
-    const std::optional<std::vector<std::string>> names = entryNames(parent.get(), kRemovalEntryLimit);
-    if (!identity || !names) {
+    const DirHandle entries = openStream(parent.get());
+    if (!identity || entries == nullptr) {
         return false;
     }
+    // One after the other, as anybody may have put there as many as they like.
     const WorkingFolderRemoval removal(parent.get(), *identity);
     bool gone = true;
-    for (const std::string& name : *names) {
-        if (name.starts_with(kWorkingName)) {
-            gone = removal.run(name) && gone;
-        }
+    errno = 0;
+    while (const dirent* entry = ::readdir(entries.get())) {
+        gone = (!mayBeWorkingFolder(*entry) || removal.run(entry->d_name)) && gone;
+        errno = 0;
+    }
+    if (errno != 0) {
+        static_cast<void>(fail("readdir", errno));
+        return false;
     }
     return gone;
 }
