@@ -5,7 +5,7 @@
 
 namespace {
 
-const CLogClient g_logClient(nullptr, "zrn_merohelper");
+const CLogClient g_logClient(nullptr, nullptr, makeHelperLogger());
 
 void shorten(std::chrono::milliseconds& time, const char* variable) {
     if (const char* const text = std::getenv(variable); text != nullptr) {

@@ -2,6 +2,7 @@
 
 #include "BoundedString.h"
 #include "CThread.h"
+#include "LoggerChoice.h"
 #include "ManualLock.h"
 #include "MessageTable.h"
 #include "ReturnCodes.h"
@@ -62,14 +63,6 @@ public:
     LineUnderWay& operator=(const LineUnderWay&) = delete;
 };
 
-std::unique_ptr<ILogger> chooseLogger(const char* identifier) {
-    const char* const output = std::getenv("ZRN_LOGGING_OUTPUT");
-    if (output != nullptr && std::string_view(output) == "STDOUT") {
-        return std::make_unique<CStdoutLogger>(identifier);
-    }
-    return std::make_unique<CSDJournalLogger>(identifier);
-}
-
 void installLogger(LogState& state, std::unique_ptr<ILogger> logger) {
     state.m_logger = std::move(logger);
     g_pLogger = state.m_logger.get();
@@ -116,6 +109,14 @@ void formatBody(Body& body, const char* format, va_list arguments) {
 }
 
 } // namespace
+
+std::unique_ptr<ILogger> chooseLogger(const char* identifier) {
+    const char* const output = std::getenv("ZRN_LOGGING_OUTPUT");
+    if (output != nullptr && std::string_view(output) == "STDOUT") {
+        return std::make_unique<CStdoutLogger>(identifier);
+    }
+    return std::make_unique<CSDJournalLogger>(identifier);
+}
 
 CLogClient::CLogClient(uint32_t* returnCodeOut, const char* identifier, std::unique_ptr<ILogger> logger) {
     LogState& state = logState();

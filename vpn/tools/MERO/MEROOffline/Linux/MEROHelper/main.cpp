@@ -4,7 +4,7 @@
 namespace {
 
 /// Keeps the logger from static start-up to the end of the process.
-const CLogClient g_logClient(nullptr, "zrn_merohelper");
+const CLogClient g_logClient(nullptr, nullptr, makeHelperLogger());
 
 } // namespace
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <utility>
 
 namespace {
@@ -67,7 +66,7 @@ bool isKnown(std::string_view key) {
 }
 
 JobRefusal refuse(std::string_view key, Fault fault) {
-    return {printableForLog(key).append(" ").append(fault)};
+    return {shortForLog(key).append(" ").append(fault)};
 }
 
 std::string_view valueOf(const std::vector<JobEntry>& entries, std::string_view key) {
@@ -115,9 +114,6 @@ CheckedJob checkJobArguments(const std::vector<JobEntry>& entries, bool callerIs
                         .bundlePassword = WipedString(valueOf(entries, kPasswordKey))};
 }
 
-std::string printableForLog(std::string_view text) {
-    std::string printable;
-    std::ranges::remove_copy_if(text, std::back_inserter(printable), isControl);
-    printable.resize(cutText(printable, kLongestLoggedText).size());
-    return printable;
+std::string shortForLog(std::string_view text) {
+    return std::string(cutText(text, kLongestLoggedText));
 }

@@ -48,6 +48,5 @@ using CheckedJob = std::variant<JobArguments, JobRefusal>;
 /// @param callerIsRoot  nobody else may choose the configuration.
 [[nodiscard]] CheckedJob checkJobArguments(const std::vector<JobEntry>& entries, bool callerIsRoot);
 
-/// A caller's text without its control bytes, at most kLongestLoggedText bytes of it. No character of UTF-8
-/// is cut in two.
-[[nodiscard]] std::string printableForLog(std::string_view text);
+/// The start of a caller's text, at most kLongestLoggedText bytes of it. No character of UTF-8 is cut in two.
+[[nodiscard]] std::string shortForLog(std::string_view text);

@@ -313,7 +313,7 @@ bool copyRequest(const UserIdentity& caller, const std::string& path, int target
     if (report.failed == Step::None) {
         return true;
     }
-    ZRN_LOG('W', "Request file \"%s\" of user %u refused: %s, errno %d (%s)", printableForLog(path).c_str(),
+    ZRN_LOG('W', "Request file \"%s\" of user %u refused: %s, errno %d (%s)", shortForLog(path).c_str(),
             caller.user, textOf(report.failed), report.error,
             report.error == 0 ? "none" : std::strerror(report.error));
     return false;

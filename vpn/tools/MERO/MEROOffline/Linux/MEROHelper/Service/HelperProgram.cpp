@@ -1,9 +1,11 @@
 #include "HelperProgram.h"
 
+#include "EscapingLogger.h"
 #include "GlibHandles.h"
 #include "HandlerGuard.h"
 #include "HelperService.h"
 #include "Log.h"
+#include "LoggerChoice.h"
 #include "ServiceProcess.h"
 #include "Worker.h"
 #include "WorkerProcess.h"
@@ -68,6 +70,10 @@ bool serve(const ServiceSettings& settings) {
 }
 
 } // namespace
+
+std::unique_ptr<ILogger> makeHelperLogger() {
+    return std::make_unique<CEscapingLogger>(chooseLogger("zrn_merohelper"));
+}
 
 int runHelperProgram(int argc, const char* const* argv, const ServiceSettings& settings) {
     try {

@@ -1,6 +1,13 @@
 #pragma once
 
+#include "Logger.h"
 #include "ServiceSettings.h"
+
+#include <memory>
+
+/// The logger for the service and its workers: the usual one, with all that callers could do to the log or to
+/// who reads it escaped.
+[[nodiscard]] std::unique_ptr<ILogger> makeHelperLogger();
 
 /// The program behind its main: the service on the system bus, or with the one argument kWorkerArgument the
 /// worker of a job. Returns when it has ended.

@@ -140,7 +140,7 @@ void HelperService::onCallerGone() {
 
 bool HelperService::startJob(AcceptedJob job) {
     ZRN_LOG('I', "Job of user %u, bundle \"%s\"", job.caller.user,
-            printableForLog(job.arguments.bundlePath).c_str());
+            shortForLog(job.arguments.bundlePath).c_str());
     m_job = std::make_unique<RunningJob>(
         std::move(job),
         RunningJob::Handlers{.step = [this](const ProgressRecord& record) { tell(record); },

@@ -139,7 +139,7 @@ const char* closeHome(const FileDescriptor& home) {
 }
 
 std::nullopt_t leaveOut(const UserIdentity& caller, const char* reason) {
-    ZRN_LOG('W', "The home \"%s\" is left out of the view: %s", printableForLog(caller.home).c_str(), reason);
+    ZRN_LOG('W', "The home \"%s\" is left out of the view: %s", shortForLog(caller.home).c_str(), reason);
     return std::nullopt;
 }
 
