@@ -2,13 +2,16 @@
 
 import os
 import socket
+import unicodedata
+import unittest
 import zipfile
 
 import helper_machine
 from gi.repository import Gio, GLib
 from helper_configuration import request
 from helper_machine import ALICE, MALLORY, ROOT_HOME, USERS, children, folder, link, read, resident_kilobytes, write
-from helper_world import BUNDLE, INVALID_XML, LOG, NAME, SECRET_FILE, SUCCESS, CallerTest, HelperTest
+from helper_world import BUNDLE, INTERNAL, INVALID_XML, LOG, NAME, SECRET_FILE, SUCCESS, CallerTest, HelperTest
+from stuck_file_system import StuckFileSystem
 
 REQUEST = "/home/alice/request.xml"
 MEGABYTE = 1024 * 1024
@@ -137,6 +140,20 @@ class RequestSwap(HelperTest):
         self.assertEqual(self.names(), ["public/public.log"])
 
 
+@unittest.skipUnless(os.access("/dev/fuse", os.R_OK | os.W_OK),
+                     "this environment allows no file systems that a program answers for")
+class RequestsThatNobodyAnswersFor(CallerTest):
+    def testHoldUpNobodyElse(self):
+        write(REQUEST, request("public"), 0o600, ALICE)
+        stuck = StuckFileSystem(folder("/home/mallory/stuck", MALLORY))
+        self.addCleanup(stuck.end)
+        mallory = self.caller(MALLORY)
+        for _ in range(9):
+            self.assertIs(mallory.start(request="/home/mallory/stuck/request.xml"), False)
+        self.assertEqual(len(children(self.helper())), 2)
+        self.assertEqual(self.collect(self.alice, request=REQUEST), SUCCESS)
+
+
 class Values(CallerTest):
     def testOfBundlesThatAreNoPlainPathsAreRefused(self):
         for path in ("", "bundle.zip", "/home/alice/../mallory/bundle.zip", "/home/alice/", "/home/alice/..",
@@ -154,17 +171,28 @@ class Values(CallerTest):
     def testWithoutABundleAreRefused(self):
         self.assertIs(self.alice.answer(self.alice.call({})[0]).get("result"), False)
 
-    def testReachTheLogWithoutControlBytes(self):
+    def testReachTheLogEscaped(self):
         hostile = "\nfaked line\r\x1b[31m\x07"
         self.refuses(self.alice, request="/tmp/" + hostile)
         self.refuses(self.alice, bundle="/tmp/" + hostile)
         self.refuses(self.alice, config="/tmp/" + hostile)
         arguments = {"MEROBundlePath": BUNDLE, "Key" + hostile: "a" * 5000}
         self.assertIs(self.alice.answer(self.alice.call(arguments)[0]).get("result"), False)
-        log = read(LOG)
-        self.assertIn(b"zrn_merohelper", log)
-        self.assertEqual([byte for byte in log if byte < 0x20 and byte != 0x0A or byte == 0x7F], [])
-        self.assertFalse([line for line in log.split(b"\n") if line.startswith(b"faked line")])
+        self.assertIn("Key faked line\\x0D\\x1B[31m\\x07 is too long", self.log())
+        self.expect_plain_log()
+
+    def testOfRequestsReachTheLogEscaped(self):
+        entries = '<file id="summary"><name>\nfaked line\x7f\x9b31m/.</name></file>'
+        write(REQUEST, request("public", entries=entries), 0o600, ALICE)
+        self.assertEqual(self.collect(self.alice, request=REQUEST), INTERNAL)
+        self.assertIn("faked line\\x7F\\xC2\\x9B31m/.", self.log())
+        self.expect_plain_log()
+
+    def expect_plain_log(self):
+        """Lines that nobody but the helper has begun, without control characters."""
+        lines = read(LOG).decode().split("\n")
+        self.assertEqual([line for line in lines if any(unicodedata.category(c) == "Cc" for c in line)], [])
+        self.assertEqual([line for line in lines if line.startswith("faked line")], [])
 
     def testWithANulDoNotGetPastTheBus(self):
         message = Gio.DBusMessage.new_method_call(NAME, "/com/varnel/corvane/mero/helper", NAME, "StartMERO")

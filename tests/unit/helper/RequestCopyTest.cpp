@@ -5,6 +5,7 @@
 #include "InChild.h"
 #include "PrivateMounts.h"
 #include "Processes.h"
+#include "ReaderPlace.h"
 #include "ReadGate.h"
 #include "Sandbox.h"
 #include "StuckFileSystem.h"
@@ -17,6 +18,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 #include <grp.h>
 #include <gtest/gtest.h>
@@ -36,6 +38,7 @@ using ::testing::HasSubstr;
 using Clock = std::chrono::steady_clock;
 
 constexpr uid_t kUser = 65534;
+constexpr uid_t kOtherUser = 4712;
 constexpr gid_t kUserGroup = 65534;
 constexpr gid_t kExtraGroup = 4711;
 constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
@@ -120,6 +123,20 @@ protected:
         if (!IsSkipped() && !ReadGate::isAllowed()) {
             GTEST_SKIP() << "holding back another process needs the right to administer the system";
         }
+    }
+
+    /// Runs checks in a process that sees a file system which never answers, with the path of a request on
+    /// it.
+    void withStuckFolder(const std::function<void(StuckFileSystem&, const std::string&)>& checks) const {
+        if (::access("/dev/fuse", R_OK | W_OK) != 0 || !allowsMounts()) {
+            GTEST_SKIP() << "this environment allows no file systems that a program answers for";
+        }
+        const std::string folder = makeFolder("stuck");
+        inChild([&] {
+            ASSERT_TRUE(makeMountsPrivate()) << "errno " << errno;
+            StuckFileSystem stuck(folder);
+            checks(stuck, folder + "/request.xml");
+        });
     }
 };
 
@@ -400,7 +417,7 @@ TEST_F(RequestCopy, ManyRunsLeaveNoDescriptorAndNoChild) {
 }
 
 TEST_F(RequestCopy, ThreadsCopyBesideEachOther) {
-    constexpr std::size_t kThreads = 8;
+    constexpr std::size_t kThreads = kMostReadersOfUser;
     const std::string request = usersFile("request.xml", std::string(kMebibyte, 'x'));
     std::vector<std::thread> threads;
     for (std::size_t number = 0; number < kThreads; ++number) {
@@ -517,17 +534,11 @@ TEST_F(RequestCopyRace, TheReaderEndsWithItsParent) {
 }
 
 TEST_F(RequestCopyRace, AFileSystemThatNeverAnswersHoldsNobodyUp) {
-    if (::access("/dev/fuse", R_OK | W_OK) != 0 || !allowsMounts()) {
-        GTEST_SKIP() << "this environment allows no file systems that a program answers for";
-    }
-    const std::string folder = makeFolder("stuck");
-    inChild([&] {
-        ASSERT_TRUE(makeMountsPrivate()) << "errno " << errno;
-        StuckFileSystem stuck(folder);
+    withStuckFolder([this](StuckFileSystem& stuck, const std::string& request) {
         std::thread server([&stuck] { EXPECT_TRUE(stuck.takeQuestion()); });
         const CapturedLog log;
         const std::size_t before = openDescriptors();
-        EXPECT_FALSE(copyRequest(ordinaryUser(), folder + "/request.xml", target()));
+        EXPECT_FALSE(copyRequest(ordinaryUser(), request, target()));
         server.join();
         EXPECT_TRUE(log.contains('W', because("the reader gave no answer", ETIMEDOUT))) << log.dump();
         EXPECT_TRUE(log.contains('W', "doesn't end yet")) << log.dump();
@@ -535,6 +546,33 @@ TEST_F(RequestCopyRace, AFileSystemThatNeverAnswersHoldsNobodyUp) {
         EXPECT_TRUE(hasChildren());
         stuck.abandon();
         EXPECT_TRUE(eventually([] { return !hasChildren(); }));
+    });
+}
+
+TEST_F(RequestCopyRace, AFileSystemThatNeverAnswersCostsItsUserTheReadersAndNobodyElse) {
+    withStuckFolder([this](StuckFileSystem& stuck, const std::string& request) {
+        const std::string others = usersFile("request.xml", "abc");
+        EXPECT_EQ(::chown(others.c_str(), kOtherUser, kUserGroup), 0);
+        const CapturedLog log;
+        std::vector<std::thread> threads;
+        for (std::size_t reader = 0; reader < kMostReadersOfUser; ++reader) {
+            threads.emplace_back([&] { EXPECT_FALSE(copyRequest(ordinaryUser(), request, target())); });
+            EXPECT_TRUE(stuck.takeQuestion());
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        const Clock::time_point start = Clock::now();
+        EXPECT_FALSE(copyRequest(ordinaryUser(), request, target()));
+        EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(kRequestTimeoutMs));
+        EXPECT_TRUE(log.contains('W', "refused: readers of the user's")) << log.dump();
+        UserIdentity other = ordinaryUser();
+        other.user = kOtherUser;
+        EXPECT_TRUE(copyRequest(other, others, target())) << log.dump();
+        stuck.abandon();
+        EXPECT_TRUE(eventually([] { return !hasChildren(); }));
+        const std::string own = usersFile("own.xml", "abc");
+        EXPECT_TRUE(eventually([&] { return copyRequest(ordinaryUser(), own, target()); })) << log.dump();
     });
 }
 

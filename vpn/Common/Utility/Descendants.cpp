@@ -9,7 +9,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
-#include <limits>
 #include <optional>
 #include <poll.h>
 #include <string>
@@ -79,11 +78,6 @@ bool adoptDescendants() {
     const int error = errno;
     ZRN_LOG_CODE('E', "prctl", error);
     return false;
-}
-
-int countChildren() {
-    const std::optional<std::vector<pid_t>> children = listChildren();
-    return children ? static_cast<int>(children->size()) : std::numeric_limits<int>::max();
 }
 
 bool endDescendants(std::chrono::milliseconds limit) {

@@ -7,10 +7,6 @@
 /// @return whether it did; logged if not.
 bool adoptDescendants();
 
-/// Number of children that this process has now, those that wait to be reaped among them. Any thread.
-/// @return where the system doesn't tell, which is logged, more than any bound allows.
-[[nodiscard]] int countChildren();
-
 /// Ends all children but those spared, and what falls to this process when they end, and reaps them: by
 /// SIGKILL, again and again until there are none. Any thread, while no other starts or reaps children.
 /// @param limit  when it gives up, as for a process that waits for a file system that does not answer.

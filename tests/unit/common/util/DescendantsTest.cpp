@@ -157,7 +157,6 @@ TEST_F(Descendants, ChildrenOfOtherThreadsAreEnded) {
             EXPECT_EQ(::read(pipe.reader.get(), &byte, 1), 1); // the child stays this thread's until it ends
         });
         const pid_t child = pidIn(path("pid"));
-        EXPECT_EQ(countChildren(), 1);
         EXPECT_TRUE(endDescendants(10s));
         EXPECT_EQ(processState(child), '\0');
         EXPECT_TRUE(pipe.put("x"));
@@ -192,7 +191,7 @@ TEST_F(Descendants, ThoseThatCannotEndAreGivenUpAtTheLimit) {
                 EXPECT_TRUE(log.contains('E', "don't end")) << log.dump();
             }
             EXPECT_GE(std::chrono::steady_clock::now() - start, 200ms);
-            EXPECT_EQ(countChildren(), 1);
+            EXPECT_TRUE(hasChildren());
             writeFile("given up", "");
             EXPECT_TRUE(endDescendants(30s));
             ::_exit(HasFailure() ? 1 : 0);
@@ -208,7 +207,7 @@ TEST_F(Descendants, ThoseThatCannotEndAreGivenUpAtTheLimit) {
     });
 }
 
-TEST_F(Descendants, WhereTheSystemDoesNotTellThereMayBeAny) {
+TEST_F(Descendants, WhereTheSystemDoesNotTellAreNotTakenForEnded) {
     if (!runsAsRoot()) {
         GTEST_SKIP() << "hiding the system's lists needs root's rights";
     }
@@ -217,26 +216,11 @@ TEST_F(Descendants, WhereTheSystemDoesNotTellThereMayBeAny) {
         const pid_t child = pidIn(path("pid"));
         ASSERT_EQ(::chroot(path().c_str()), 0);
         const CapturedLog log;
-        EXPECT_GT(countChildren(), 1'000'000);
-        EXPECT_TRUE(log.contains('E', "doesn't tell")) << log.dump();
         EXPECT_FALSE(endDescendants(10s));
-        EXPECT_EQ(log.count('E', "doesn't tell"), 2) << log.dump();
+        EXPECT_TRUE(log.contains('E', "doesn't tell")) << log.dump();
         EXPECT_EQ(::kill(child, SIGKILL), 0);
         EXPECT_EQ(::waitpid(child, nullptr, 0), child);
         EXPECT_TRUE(endDescendants(10s));
-    });
-}
-
-TEST_F(Descendants, AreCounted) {
-    inChild([this] {
-        EXPECT_EQ(countChildren(), 0);
-        const pid_t ended = forkTo([] {});
-        EXPECT_TRUE(eventually([ended] { return hasEnded(ended); }));
-        EXPECT_EQ(countChildren(), 1);
-        forkTo([this] { stay(path("pid")); });
-        EXPECT_EQ(countChildren(), 2);
-        EXPECT_TRUE(endDescendants(10s));
-        EXPECT_EQ(countChildren(), 0);
     });
 }
 

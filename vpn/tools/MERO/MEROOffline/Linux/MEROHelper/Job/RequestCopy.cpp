@@ -6,6 +6,7 @@
 #include "JobArguments.h"
 #include "Log.h"
 #include "OutputPipe.h"
+#include "ReaderPlace.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,6 +15,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <poll.h>
 #include <span>
 #include <sys/prctl.h>
@@ -36,6 +38,7 @@ constexpr int kFirstOwnDescriptor = STDERR_FILENO + 1;
 enum class Step : uint32_t {
     None,
     Path,
+    Place,
     SetUp,
     Open,
     Look,
@@ -53,6 +56,8 @@ const char* textOf(Step step) {
     switch (step) {
     case Step::Path:
         return "not an absolute path";
+    case Step::Place:
+        return "readers of the user's, or of too many users, are still held up";
     case Step::SetUp:
         return "the reader's setup failed";
     case Step::Open:
@@ -191,10 +196,14 @@ void reapReader(pid_t reader) noexcept {
 }
 
 /// A killed process goes on waiting for a file system of the caller's own until that one answers. We don't.
-void reapLater(pid_t reader) noexcept {
+/// It has its place until then, and for good if there is no thread to wait for it.
+void reapLater(pid_t reader, uid_t placeOf) noexcept {
     ZRN_LOG('W', "Reader %d of a request file doesn't end yet", reader);
     try {
-        std::thread(reapReader, reader).detach();
+        std::thread([reader, placeOf] {
+            const ReaderPlace place(placeOf);
+            reapReader(reader);
+        }).detach();
     } catch (const std::system_error& error) {
         ZRN_LOG_CODE('E', "std::thread", error.code().value());
     }
@@ -203,7 +212,7 @@ void reapLater(pid_t reader) noexcept {
 /// The process that reads the file, and the pipe from it. Ended and reaped at the latest by the destructor.
 class Reader {
 public:
-    Reader() = default;
+    explicit Reader(ReaderPlace place) : m_place(std::move(place)) {}
     ~Reader() { end(); }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
@@ -217,6 +226,7 @@ private:
 
     pid_t m_pid = -1;
     FileDescriptor m_output;
+    ReaderPlace m_place;
 };
 
 int Reader::start(const UserIdentity& caller, const char* path, std::span<char> buffer) {
@@ -267,15 +277,19 @@ void Reader::end() noexcept {
     if (endsWithin(m_pid, kEndLimit)) {
         reapReader(m_pid);
     } else {
-        reapLater(m_pid);
+        reapLater(m_pid, m_place.release());
     }
     m_pid = -1;
 }
 
 /// Gives the file's bytes to the caller of this, in the buffer.
 Report receiveRequest(const UserIdentity& caller, const std::string& path, Buffer& buffer) {
+    std::optional<ReaderPlace> place = ReaderPlace::take(caller.user);
+    if (!place) {
+        return failure(Step::Place, 0);
+    }
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kRequestTimeoutMs);
-    Reader reader;
+    Reader reader(*std::move(place));
     if (const int error = reader.start(caller, path.c_str(), buffer); error != 0) {
         return failure(Step::Start, error);
     }

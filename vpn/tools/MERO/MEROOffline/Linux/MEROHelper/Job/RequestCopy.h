@@ -13,7 +13,8 @@ inline constexpr int kRequestTimeoutMs = 5000;
 /// Copies a caller's request file. It is opened by a process that has become the caller for good, and that
 /// opened file is the one which is checked and read: a regular file, the caller's own, no link, no larger
 /// than kLargestRequestBytes. Links in the folders of the path are followed with the caller's rights. Any
-/// thread; takes a little longer than kRequestTimeoutMs at most, whatever the caller does to that process.
+/// thread; a user who has as many readers as ReaderPlace gives is refused. Takes a little longer than
+/// kRequestTimeoutMs at most, whatever the caller does to that process.
 /// @param caller  whose rights decide; root's if root asks.
 /// @param path    absolute, without NUL bytes.
 /// @param target  descriptor of ours, which gets the bytes where it stands and stays open. After a failure

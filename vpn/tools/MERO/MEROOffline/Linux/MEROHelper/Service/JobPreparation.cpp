@@ -1,6 +1,5 @@
 #include "JobPreparation.h"
 
-#include "Descendants.h"
 #include "Handles.h"
 #include "InstalledFiles.h"
 #include "Log.h"
@@ -15,10 +14,6 @@
 
 namespace {
 
-/// A caller's file system that does not answer may hold on to a reader of requests after its time. With so
-/// many of them no more are started.
-constexpr int kMostChildren = 8;
-
 std::optional<UserIdentity> findUser(uid_t user) {
     const PasswordEntry entry(user);
     std::optional<UserIdentity> identity = identityOf(entry);
@@ -31,10 +26,6 @@ std::optional<UserIdentity> findUser(uid_t user) {
 bool makeRequestCopy(AcceptedJob& job) {
     if (job.arguments.requestPath.empty()) {
         return true;
-    }
-    if (countChildren() >= kMostChildren) {
-        ZRN_LOG('W', "Too many readers of requests are still held up");
-        return false;
     }
     job.requestCopy = job.folder.entry("request.xml");
     const FileDescriptor copy(
