@@ -100,3 +100,5 @@ class HelperUnit(files.FolderTest):
 
 if __name__ == "__main__":
     unittest.main()
+        # The worker makes itself the first to be ended.
+        self.assertLess(int(unit["OOMScoreAdjust"][0]), 0)

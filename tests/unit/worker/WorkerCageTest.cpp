@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <set>
 #include <sstream>
@@ -150,6 +151,14 @@ TEST_F(WorkerCage, KeepsItsDescriptorsFromToolsOnOlderKernelsToo) {
 TEST_F(WorkerCage, StepsBackBehindTheUser) {
     inWorld(
         [this] { EXPECT_THAT(outputOf("nice; ionice"), AllOf(HasSubstr("\n10\n"), HasSubstr("\nidle\n"))); });
+}
+
+TEST_F(WorkerCage, IsTheFirstToBeEndedWhereMemoryIsShort) {
+    inWorld([this] {
+        EXPECT_THAT(outputOf("cat /proc/$PPID/oom_score_adj /proc/self/oom_score_adj",
+                             [] { std::ofstream("/proc/self/oom_score_adj") << "-900"; }),
+                    HasSubstr("\n1000\n1000\n"));
+    });
 }
 
 TEST_F(WorkerCage, AllowsNoCoreDumps) {

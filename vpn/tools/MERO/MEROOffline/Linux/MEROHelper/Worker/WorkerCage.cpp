@@ -1,5 +1,6 @@
 #include "WorkerCage.h"
 
+#include "Handles.h"
 #include "JobEnvironment.h"
 #include "Log.h"
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <string_view>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
@@ -22,6 +24,8 @@ namespace {
 
 constexpr const char* kOwnDescriptors = "/proc/self/fd";
 constexpr int kNice = 10;
+/// For the kernel's choice of whom to end where memory is short; children inherit it.
+constexpr std::string_view kHighestScore = "1000";
 /// For the calling process, and its disk class "idle". The kernel's header of these isn't for C++: it uses
 /// a keyword of that language as a name in some versions.
 constexpr int kIoTargetProcess = 1;
@@ -41,6 +45,16 @@ bool forbidCoreDumps() {
 /// The handler that a system pipes core dumps to is not held back by the limit, but by this.
 bool forbidLooks() {
     return ::prctl(PR_SET_DUMPABLE, 0) == 0 || fails('E', "prctl", errno);
+}
+
+/// The service, which has to be there to tell what has happened, is not to be chosen in this one's place.
+void offerToEnd() {
+    const FileDescriptor score(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
+    if (!score) {
+        fails('W', "open", errno);
+    } else if (::write(score.get(), kHighestScore.data(), kHighestScore.size()) < 0) {
+        fails('W', "write", errno);
+    }
 }
 
 void stepBack() {
@@ -81,6 +95,7 @@ bool setVariable(const char* name, const std::string& value) {
 } // namespace
 
 bool limitResources(const std::string& workingParent, const std::string& jobFolder) {
+    offerToEnd();
     stepBack();
     limitFileSize(std::min(freeBytes(workingParent), freeBytes(jobFolder)));
     return forbidCoreDumps() && forbidLooks();

@@ -7,11 +7,12 @@
 /// What a worker may use up, as its tools may, and is told by its environment, set before anything of the job
 /// is touched. For a process with one thread.
 
-/// No core dumps, nobody looks into this process's memory, the idle class for the disk and nice 10, and no
-/// file may grow beyond nine tenths of what is free in the folders that are written to.
+/// First to be ended where memory is short, no core dumps, nobody looks into this process's memory, the idle
+/// class for the disk and nice 10, and no file may grow beyond nine tenths of what is free in the folders
+/// that are written to.
 /// @param workingParent  folder that the working folder is made in.
 /// @param jobFolder      folder that the archive is written to.
-/// @return false, logged, if the first or the second can't be had. Failures of the others are only logged.
+/// @return false, logged, if core dumps or looks can't be kept off. Failures of the others are only logged.
 [[nodiscard]] bool limitResources(const std::string& workingParent, const std::string& jobFolder);
 
 /// Has tools inherit nothing that this process has open by now but the standard descriptors. Before
