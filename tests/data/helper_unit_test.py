@@ -39,8 +39,22 @@ CAPABILITIES = {
 }
 
 
+# What systemd-analyze makes where systemd has never run, as in most containers.
+RUN_FOLDER = "/run/systemd"
+# A /run of its own for a command of somebody who can't make it.
+OWN_RUN = ["unshare", "--map-root-user", "--mount", "sh", "-c", 'mount -t tmpfs none /run && exec "$@"', "sh"]
+
+
+def can_make_run_folder():
+    return os.geteuid() == 0 or os.path.isdir(RUN_FOLDER) or os.access(os.path.dirname(RUN_FOLDER), os.W_OK)
+
+
 def analyse(*arguments, **options):
-    return subprocess.run(["systemd-analyze", "--no-pager", *arguments], capture_output=True, text=True, **options)
+    place = [] if can_make_run_folder() else OWN_RUN
+    if place and subprocess.run([*place, "true"], capture_output=True).returncode != 0:
+        raise unittest.SkipTest("only root can make %s here, and there are no namespaces for others" % RUN_FOLDER)
+    return subprocess.run([*place, "systemd-analyze", "--no-pager", *arguments], capture_output=True, text=True,
+                          **options)
 
 
 class HelperUnit(files.FolderTest):
@@ -87,6 +101,8 @@ class HelperUnit(files.FolderTest):
         unit = files.directives(files.UNIT)
         self.assertRegex(unit["MemoryMax"][0], r"^[1-9]\d*[%KMG]$")
         self.assertEqual(unit["OOMPolicy"], ["continue"])
+        # The worker makes itself the first to be ended.
+        self.assertLess(int(unit["OOMScoreAdjust"][0]), 0)
 
     def testItsFoldersAreForRootAlone(self):
         unit = files.directives(files.UNIT)
@@ -100,5 +116,3 @@ class HelperUnit(files.FolderTest):
 
 if __name__ == "__main__":
     unittest.main()
-        # The worker makes itself the first to be ended.
-        self.assertLess(int(unit["OOMScoreAdjust"][0]), 0)
