@@ -1,6 +1,7 @@
 #include "HelperProgram.h"
 #include "Log.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace {
@@ -13,12 +14,21 @@ void shorten(std::chrono::milliseconds& time, const char* variable) {
     }
 }
 
+void choose(uint64_t& bytes, const char* variable) {
+    constexpr uint64_t kMebibyte = uint64_t{1024} * 1024;
+    if (const char* const text = std::getenv(variable); text != nullptr) {
+        bytes = std::strtoull(text, nullptr, 10) * kMebibyte;
+    }
+}
+
 } // namespace
 
-/// The helper with times that a test chooses by its environment, in milliseconds.
+/// The helper with times and bounds that a test chooses by its environment, in milliseconds and mebibytes.
 int main(int argc, char* argv[]) {
     ServiceSettings settings;
     shorten(settings.jobLimit, "MERO_TEST_JOB_LIMIT_MS");
     shorten(settings.idleLimit, "MERO_TEST_IDLE_LIMIT_MS");
+    choose(settings.spaceLimits.mostBytes, "MERO_TEST_MOST_MIB");
+    choose(settings.spaceLimits.keptFreeBytes, "MERO_TEST_KEPT_MIB");
     return runHelperProgram(argc, argv, settings);
 }

@@ -124,6 +124,16 @@ TEST_F(HelperJob, ShowsItsFailureAndEndsTheHelper) {
     EXPECT_THAT(m_helper->exits(), ElementsAre(3U));
 }
 
+TEST_F(HelperJob, ShowsWhatTheHelperSaysOfItsBounds) {
+    startHelper();
+    walkTo(WizardPage::Progress);
+    const std::string told =
+        "There is not enough free disk space to create the bundle. Free some space and try again.";
+    m_helper->report(MEROENGINE_ERROR_WRITE_FAILURE, 0, told);
+    waitUntil([] { return page() == static_cast<int>(WizardPage::Result); });
+    EXPECT_EQ(label("labelResultMsg"), told);
+}
+
 TEST_F(HelperJob, ShowsAnUnknownErrorForANumberThatIsNoCode) {
     startHelper();
     walkTo(WizardPage::Progress);

@@ -42,6 +42,7 @@ WorkOrder fullOrder() {
             .jobFolder = "/var/cache/job",
             .archivePath = "/var/cache/job/archive",
             .password = WipedString("s\xFF\ncret"),
+            .space = {.mostBytes = 1ULL << 40U, .keptFreeBytes = (1ULL << 33U) + 1, .keptFreePercent = 7},
             .service = 4711};
 }
 
@@ -57,6 +58,9 @@ void expectSame(const WorkOrder& order, const WorkOrder& expected) {
     EXPECT_EQ(order.jobFolder, expected.jobFolder);
     EXPECT_EQ(order.archivePath, expected.archivePath);
     EXPECT_EQ(order.password.view(), expected.password.view());
+    EXPECT_EQ(order.space.mostBytes, expected.space.mostBytes);
+    EXPECT_EQ(order.space.keptFreeBytes, expected.space.keptFreeBytes);
+    EXPECT_EQ(order.space.keptFreePercent, expected.space.keptFreePercent);
     EXPECT_EQ(order.service, expected.service);
 }
 

@@ -131,6 +131,7 @@ WorkOrder WorkerWorld::order() const {
             .jobFolder = kJobFolder,
             .archivePath = kArchive,
             .password = {},
+            .space = {.mostBytes = 1ULL << 30U, .keptFreeBytes = 4096, .keptFreePercent = 0},
             .service = ::getpid()};
 }
 

@@ -26,3 +26,8 @@ inline constexpr const char* kNoWorkingFolder =
 inline constexpr const char* kAllFailed = "Internal Error: all configs failed...";
 inline constexpr const char* kNotZipped = "Internal Error: failed to zip the bundle...";
 inline constexpr const char* kStopped = "MERO was stopped before the bundle was complete...";
+/// Of a run that is ended for its bounds, by whoever watches over them.
+inline constexpr const char* kTooLittleSpace =
+    "There is not enough free disk space to create the bundle. Free some space and try again.";
+inline constexpr const char* kTooMuchCollected =
+    "The files to collect are too large for one bundle. Choose fewer of them and try again.";

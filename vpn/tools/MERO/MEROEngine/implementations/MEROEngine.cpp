@@ -225,6 +225,9 @@ uint32_t MEROEngine::makeWorkingFolder() {
     }
     m_workingFolder = m_folderClaim.path();
     keepInView(m_workingFolder); // tools may write there
+    if (m_folderTold) {
+        m_folderTold(m_workingFolder);
+    }
     return 0;
 }
 

@@ -7,11 +7,13 @@
 #include "WorkingFolder.h"
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 class collector;
 
@@ -44,6 +46,9 @@ public:
 
     /// Bounds the request, for a run with more rights than whoever wrote it. Before run; none otherwise.
     void setRequestLimits(const RequestLimits& limits) { m_requestLimits = limits; }
+
+    /// Has the working folder told, by its path, before anything is put into it. Before run.
+    void onWorkingFolder(std::function<void(const std::string&)> told) { m_folderTold = std::move(told); }
 
     /// Has the run take its request only from a regular file of this user alone that has no other name and is
     /// reached through no link at its end: for a path in a folder of everybody. Before run.
@@ -124,4 +129,6 @@ private:
     /// Where the archive is written; empty for the target path.
     std::string m_archivePath;
     RequestLimits m_requestLimits;
+    /// Called with the working folder; may be empty.
+    std::function<void(const std::string&)> m_folderTold;
 };

@@ -108,7 +108,8 @@ private:
 
     void showProgress();
     void showResult();
-    [[nodiscard]] std::string resultText(uint64_t status) const;
+    /// @param message  what was reported with the status.
+    [[nodiscard]] std::string resultText(uint64_t status, const std::string& message) const;
 
     // Signal handlers. `window` is the CMEROGtkMainWindow, which disconnects them before it goes away.
     static void onNextClicked(GtkButton* button, gpointer window);

@@ -1,3 +1,4 @@
+#include "EngineMessages.h"
 #include "HandlerGuard.h"
 #include "MEROGtkMainWindow.h"
 #include "ReturnCodes.h"
@@ -15,6 +16,11 @@ constexpr uint32_t kHelperExitDelaySeconds = 3;
 
 CMEROGtkMainWindow& windowOf(gpointer window) {
     return *static_cast<CMEROGtkMainWindow*>(window);
+}
+
+/// Whether a failed run has told the user more than its status does.
+bool saysWhatToDo(const std::string& message) {
+    return message == kTooLittleSpace || message == kTooMuchCollected;
 }
 
 } // namespace
@@ -82,14 +88,16 @@ void CMEROGtkMainWindow::showProgress() {
 void CMEROGtkMainWindow::showResult() {
     changePage(static_cast<uint32_t>(WizardPage::Result));
     uint64_t status = 0;
+    std::string message;
     {
         const std::lock_guard guard(m_statusLock);
         status = m_status;
+        message = m_statusInfo.m_message;
     }
     const bool success = status == 0;
     setIcon("imageResult", success ? "emblem-ok-symbolic" : "dialog-error-symbolic",
             success ? kStyleSuccess : kStyleFailure);
-    setLabelText("labelResultMsg", resultText(status));
+    setLabelText("labelResultMsg", resultText(status, message));
     if (m_pDBusClient != nullptr) {
         // A helper that never answered is only logged: after a job in this process there is none as a rule.
         static_cast<void>(m_pDBusClient->RequestHelperExit(kHelperExitDelaySeconds));
@@ -98,7 +106,7 @@ void CMEROGtkMainWindow::showResult() {
 
 // Only the text of success is filled in. The one of a failed write goes out with its placeholder: the
 // catalogues of the suite were translated and are checked for that text as it stands.
-std::string CMEROGtkMainWindow::resultText(uint64_t status) const {
+std::string CMEROGtkMainWindow::resultText(uint64_t status, const std::string& message) const {
     switch (status) {
     case 0: {
         const std::string format = translateText(userText(UserText::ResultSuccess));
@@ -109,7 +117,8 @@ std::string CMEROGtkMainWindow::resultText(uint64_t status) const {
     case MEROENGINE_ERROR_INTERNAL:
         return translateText(userText(UserText::ResultInternalError));
     case MEROENGINE_ERROR_WRITE_FAILURE:
-        return translateText(userText(UserText::ResultWriteFailure));
+        return saysWhatToDo(message) ? shownReport(message)
+                                     : translateText(userText(UserText::ResultWriteFailure));
     default:
         return translateText(userText(UserText::ResultUnknownError));
     }

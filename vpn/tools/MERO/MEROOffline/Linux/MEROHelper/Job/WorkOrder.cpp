@@ -18,7 +18,8 @@ constexpr uint32_t kOrderMark = 0x4D4F5244;
 
 /// Numbers stand in the byte order of the machine, which they don't leave, and lists behind their length.
 template <typename T>
-concept OrderNumber = std::is_integral_v<T> && sizeof(T) == sizeof(uint32_t);
+concept OrderNumber = std::is_integral_v<T> &&
+    (sizeof(T) == sizeof(uint32_t) || sizeof(T) == sizeof(uint64_t));
 static_assert(OrderNumber<uid_t> && OrderNumber<gid_t> && OrderNumber<pid_t>);
 
 class OrderWriter {
@@ -100,7 +101,9 @@ bool passParts(Codec& codec, Mark& mark, Order& order) {
            codec.numbers(order.caller.groups) && codec.text(order.caller.name) &&
            codec.text(order.caller.home) && codec.text(order.requestPath) && codec.text(order.installPath) &&
            codec.text(order.bundlePath) && codec.text(order.jobFolder) && codec.text(order.archivePath) &&
-           codec.text(order.password) && codec.number(order.service);
+           codec.text(order.password) && codec.number(order.space.mostBytes) &&
+           codec.number(order.space.keptFreeBytes) && codec.number(order.space.keptFreePercent) &&
+           codec.number(order.service);
 }
 
 bool isTooLarge(std::size_t size) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "SpaceLimits.h"
 #include "UserIdentity.h"
 #include "WipedString.h"
 
@@ -29,6 +30,7 @@ struct WorkOrder {
     std::string archivePath;
     /// Empty: none.
     WipedString password;
+    SpaceLimits space;
     /// The service, without which there is no job.
     pid_t service = 0;
 };

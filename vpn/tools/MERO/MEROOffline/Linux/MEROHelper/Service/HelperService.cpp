@@ -145,7 +145,7 @@ bool HelperService::startJob(AcceptedJob job) {
         std::move(job),
         RunningJob::Handlers{.step = [this](const ProgressRecord& record) { tell(record); },
                              .end = [this](const ProgressRecord& outcome) { onJobEnd(outcome); }});
-    if (!m_job->start(m_environment.lock, m_environment.settings.jobLimit)) {
+    if (!m_job->start(m_environment.lock, m_environment.settings)) {
         m_job.reset();
     }
     return m_job != nullptr;

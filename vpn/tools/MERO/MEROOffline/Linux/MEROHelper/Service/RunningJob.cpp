@@ -32,7 +32,7 @@ FileDescriptor watchProcess(pid_t pid) {
 RunningJob::RunningJob(AcceptedJob job, Handlers handlers)
     : m_job(std::move(job)), m_handlers(std::move(handlers)) {}
 
-WorkOrder RunningJob::orderOf() const {
+WorkOrder RunningJob::orderOf(const SpaceLimits& limits) const {
     const JobArguments& arguments = m_job.arguments;
     return {.caller = m_job.caller,
             .requestPath = m_job.requestCopy,
@@ -41,11 +41,12 @@ WorkOrder RunningJob::orderOf() const {
             .jobFolder = m_job.folder.path(),
             .archivePath = m_job.folder.entry(kArchiveName),
             .password = arguments.bundlePassword,
+            .space = limits,
             .service = ::getpid()};
 }
 
-bool RunningJob::start(int lock, std::chrono::milliseconds limit) {
-    m_worker = WorkerProcess::start(orderOf(), lock);
+bool RunningJob::start(int lock, const ServiceSettings& settings) {
+    m_worker = WorkerProcess::start(orderOf(settings.spaceLimits), lock);
     m_job.arguments.bundlePassword.clear();
     if (!m_worker) {
         return false;
@@ -57,7 +58,7 @@ bool RunningJob::start(int lock, std::chrono::milliseconds limit) {
     }
     m_progressWatch.start(m_worker->progress(), [this] { readProgress(); });
     m_endWatch.start(m_workerEnd.get(), [this] { onWorkerEnd(); });
-    m_limit.start(limit, [this] {
+    m_limit.start(settings.jobLimit, [this] {
         ZRN_LOG('E', "The worker takes too long and is ended");
         endWorker(MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT);
     });

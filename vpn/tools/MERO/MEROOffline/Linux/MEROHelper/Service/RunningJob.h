@@ -4,6 +4,7 @@
 #include "DescriptorWatch.h"
 #include "Handles.h"
 #include "ProgressRecord.h"
+#include "ServiceSettings.h"
 #include "Timer.h"
 #include "WorkerProcess.h"
 
@@ -28,15 +29,14 @@ public:
     RunningJob(const RunningJob&) = delete;
     RunningJob& operator=(const RunningJob&) = delete;
 
-    /// @param lock   kept open by the worker, so that it is held as long as anything of the job runs.
-    /// @param limit  a worker that takes longer is ended.
+    /// @param lock  kept open by the worker, so that it is held as long as anything of the job runs.
     /// @return false, logged, if there is no worker: then there will be no end either.
-    [[nodiscard]] bool start(int lock, std::chrono::milliseconds limit);
+    [[nodiscard]] bool start(int lock, const ServiceSettings& settings);
     /// Ends the worker; no bundle is published unless that is under way already.
     void abort(const char* reason);
 
 private:
-    [[nodiscard]] WorkOrder orderOf() const;
+    [[nodiscard]] WorkOrder orderOf(const SpaceLimits& limits) const;
     /// @return whether there may be more to read.
     bool readProgress();
     void take(const ProgressRecord& record);

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "SpaceLimits.h"
+
 #include <chrono>
 
-/// The helper's times.
+/// The helper's times and bounds.
 struct ServiceSettings {
     /// An authorisation that is not given this long after the call came in is none. The wizard waits for its
     /// answer for 25 seconds.
@@ -11,4 +13,5 @@ struct ServiceSettings {
     std::chrono::milliseconds jobLimit = std::chrono::minutes(30);
     /// The helper ends after this long without a job.
     std::chrono::milliseconds idleLimit = std::chrono::seconds(60);
+    SpaceLimits spaceLimits;
 };

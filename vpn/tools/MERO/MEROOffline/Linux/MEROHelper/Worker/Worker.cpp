@@ -8,6 +8,8 @@
 #include "PipeListener.h"
 #include "ReturnCodes.h"
 #include "ServiceEnd.h"
+#include "SpaceWatch.h"
+#include "StopRequest.h"
 #include "TidyRun.h"
 #include "ToolEnvironment.h"
 #include "WorkerCage.h"
@@ -68,12 +70,13 @@ bool enterCage(const WorkOrder& order) {
            makeToolEnvironment(order.jobFolder, home) && endWithService();
 }
 
-ProgressRecord runEngine(WorkOrder& order) {
+ProgressRecord runEngine(WorkOrder& order, SpaceWatch& watch) {
     const auto engine = std::make_shared<MEROEngine>(order.requestPath, order.installPath, order.bundlePath,
                                                      order.password.view(), kModeCollect, false, true);
     order.password.clear();
     engine->setArchivePath(order.archivePath);
     engine->setRequestLimits(kRequestLimits);
+    engine->onWorkingFolder([&watch](const std::string& folder) { watch.count(folder); });
     return outcomeOfRun(runTidily(*engine));
 }
 
@@ -81,12 +84,24 @@ ProgressRecord failure(uint32_t code, const char* message) {
     return {.status = code, .progress = 0, .message = message};
 }
 
+/// Runs the engine as long as it leaves enough room to others. What it could do in spite of that goes too.
+ProgressRecord runWithinLimits(WorkOrder& order) {
+    SpaceWatch watch(order.space, {kWorkingParent, order.jobFolder}, &requestStop);
+    watch.count(order.jobFolder);
+    if (!watch.start()) {
+        return failure(MEROENGINE_ERROR_INTERNAL, kEncounteredError);
+    }
+    const ProgressRecord outcome = watch.breach() == nullptr ? runEngine(order, watch) : ProgressRecord();
+    const char* const breach = watch.breach();
+    return breach == nullptr ? outcome : failure(MEROENGINE_ERROR_WRITE_FAILURE, breach);
+}
+
 ProgressRecord runOrder(int orderPipe) {
     std::optional<WorkOrder> order = readWorkOrder(orderPipe);
     if (!order || !enterCage(*order)) {
         return failure(MEROENGINE_ERROR_INTERNAL, kEncounteredError);
     }
-    return runEngine(*order);
+    return runWithinLimits(*order);
 }
 
 /// An exception becomes MEROENGINE_ERROR_INTERNAL.

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "SpaceLimits.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+/// How much room there is, and how much of it files take.
+
+/// Room in the file system of a folder.
+struct FreeSpace {
+    /// Bytes that are free for anybody.
+    uint64_t bytes = 0;
+    /// Bytes that have to stay free by the limits.
+    uint64_t keptBytes = 0;
+    /// Whether it can have more files: it keeps the same percentage of those that it can have.
+    bool hasRoomForFiles = true;
+};
+
+/// @return nothing for a file system that tells no size, and, logged, where the system doesn't tell.
+[[nodiscard]] std::optional<FreeSpace> freeSpaceOf(const std::string& folder, const SpaceLimits& limits);
+
+/// Bytes that the files below a folder take on the disk. No link is followed. It may change meanwhile: what
+/// has gone counts nothing.
+[[nodiscard]] uint64_t bytesBelow(const std::string& folder);
