@@ -71,7 +71,11 @@ int runJob(const CollectOptions& options, const std::string& requestPath, const 
     const uint32_t code = runTidily(
         *engine, options.keepWorkingFolder ? FolderAfterRun::Kept : FolderAfterRun::Removed, &keptFolder);
     if (!keptFolder.empty()) {
-        static_cast<void>(std::fprintf(stderr, "Working folder: %s\n", keptFolder.c_str()));
+        if (options.keepWorkingFolder) {
+            static_cast<void>(std::fprintf(stderr, "Working folder: %s\n", keptFolder.c_str()));
+        } else {
+            printError("the working folder '" + keptFolder + "' can't be removed");
+        }
     }
     if (code == MEROENGINE_ERROR_ACTION_CANCELED_BY_USER) {
         printError("no bundle was made: the job was interrupted");

@@ -1,5 +1,6 @@
 #include "PrivateFolder.h"
 
+#include "ConsoleMessages.h"
 #include "FolderRemoval.h"
 #include "Handles.h"
 #include "Log.h"
@@ -15,17 +16,22 @@ namespace {
 constexpr const char* kParent = "/tmp";
 constexpr std::size_t kNameBegin = 5;
 
-void removeWhole(const std::string& path) {
+bool removeWhole(const std::string& path) {
     const FileDescriptor parent(open(kParent, O_PATH | O_DIRECTORY | O_CLOEXEC));
-    static_cast<void>(removeFolder(parent.get(), path.c_str() + kNameBegin)); // logged there
+    return removeFolder(parent.get(), path.c_str() + kNameBegin);
 }
 
 } // namespace
 
 PrivateFolder::~PrivateFolder() {
-    if (!m_path.empty() && rmdir(m_path.c_str()) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "rmdir", static_cast<uint32_t>(error));
+    if (m_path.empty() || rmdir(m_path.c_str()) == 0) {
+        return;
+    }
+    const int error = errno;
+    ZRN_LOG_CODE('W', "rmdir", static_cast<uint32_t>(error));
+    // What stood in it may have stayed for a reason that has passed.
+    if (!removeWhole(m_path)) {
+        printError("the folder '" + m_path + "' can't be removed");
     }
 }
 
@@ -37,6 +43,8 @@ int PrivateFolder::make() {
         return error;
     }
     m_path = path;
-    m_cleanUp.emplace([path] { removeWhole(path); });
+    m_cleanUp.emplace([path] {
+        static_cast<void>(removeWhole(path)); /* logged there */
+    });
     return 0;
 }

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-/// A folder below /tmp for its maker alone, under a name that nobody else has. It goes with this object, if
-/// it is empty then, and with all that is in it when the process is ended by force.
+/// A folder below /tmp for its maker alone, under a name that nobody else has. It goes with this object,
+/// or when the process is ended by force, with all that is in it; if it can't, standard error says so.
 class PrivateFolder {
 public:
     PrivateFolder() = default;

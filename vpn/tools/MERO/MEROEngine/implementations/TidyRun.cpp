@@ -43,9 +43,9 @@ uint32_t runTidily(MEROEngine& engine, FolderAfterRun folderAfterRun, std::strin
     if (isStopRequested()) {
         endAllStarted();
     }
-    // What can't go is in the log; the run's outcome is the same.
-    static_cast<void>(folder->remove());
-    if (keptPathOut != nullptr && folder->isKept()) {
+    // What can't go is in the log; the run's outcome is the same. Once more, for what was at a limit.
+    const bool isGone = folder->remove() || folder->remove();
+    if (keptPathOut != nullptr && (folder->isKept() || !isGone)) {
         *keptPathOut = folder->path();
     }
     return code;

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <poll.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -60,6 +61,8 @@ StopGuard::StopGuard(Plan plan) : m_plan(std::move(plan)) {
 }
 
 StopGuard::~StopGuard() {
+    // A word, since the end of the pipe alone would not be seen behind a close that fails.
+    [[maybe_unused]] const ssize_t written = ::write(m_working.get(), "", 1);
     m_working.reset();
     if (m_thread.joinable()) {
         m_thread.join();
