@@ -1,5 +1,7 @@
 #include "Names.h"
 
+#include <cstdlib>
+#include <ctime>
 #include <gtest/gtest.h>
 
 using namespace helperUtil;
@@ -173,4 +175,16 @@ TEST(RandomNumber, ComesFromTheSecondItIsTakenIn) {
         same = getRandomNumber() == first;
     }
     EXPECT_TRUE(same);
+}
+
+TEST(RandomNumber, IsTheFirstOfTheSecondsSequence) {
+    // The second may change around a call, which can't happen each time.
+    bool equal = false;
+    for (int attempt = 0; attempt < 10 && !equal; ++attempt) {
+        std::srand(static_cast<unsigned int>(std::time(nullptr)));
+        // NOLINTNEXTLINE(misc-predictable-rand): the sequence that is expected
+        const int first = std::rand() % 100000;
+        equal = getRandomNumber() == static_cast<uint32_t>(first);
+    }
+    EXPECT_TRUE(equal);
 }

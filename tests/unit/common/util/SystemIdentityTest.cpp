@@ -2,6 +2,7 @@
 
 #include "CapturedLog.h"
 #include "InChild.h"
+#include "PrivateMounts.h"
 
 #include <array>
 #include <cerrno>
@@ -397,6 +398,26 @@ TEST_F(SystemIdentity, Ubuntu1804OrLaterTakesTheVersionInAccount) {
 
 TEST_F(SystemIdentity, DeviceIdIsThereIfTheKernelOffersIt) {
     EXPECT_EQ(hasNduid(), std::filesystem::exists("/proc/nduid"));
+}
+
+TEST_F(SystemIdentity, DeviceIdIsFoundWhereTheKernelKeepsIt) {
+    if (!allowsMounts()) {
+        GTEST_SKIP() << "this environment allows no mounts, and no kernel of today offers the id";
+    }
+    inChild([] {
+        ASSERT_TRUE(makeMountsPrivate());
+        ASSERT_EQ(::mount("none", "/proc", "tmpfs", 0, nullptr), 0);
+        EXPECT_FALSE(hasNduid());
+        ASSERT_EQ(::mkdir("/proc/nduid", 0700), 0);
+        EXPECT_TRUE(hasNduid());
+    });
+}
+
+TEST_F(SystemIdentity, IsReadFromTheSystemsOwnFiles) {
+    const OSReleaseFiles files;
+    EXPECT_EQ(files.osRelease, "/etc/os-release");
+    EXPECT_EQ(files.kernelVersion, "/proc/version");
+    EXPECT_EQ(files.issue, "/etc/issue");
 }
 
 TEST_F(SystemIdentity, SummaryLineNamesTheSystemAndDescribesIt) {
