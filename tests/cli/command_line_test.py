@@ -9,8 +9,8 @@ import unittest
 from console import ConsoleTest
 
 OPTIONS = {
-    "collect": ("--install-dir", "--only", "--comment", "--request", "--target", "--password-file", "--no-system-logs",
-                "--include-legacy", "--help"),
+    "collect": ("--install-dir", "--only", "--comment", "--request", "--target", "--password-file", "--keep-working-folder",
+                "--no-system-logs", "--include-legacy", "--help"),
     "list": ("--install-dir", "--json", "--help"),
     "clear": ("--install-dir", "--yes", "--help"),
 }
