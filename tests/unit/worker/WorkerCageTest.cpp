@@ -205,7 +205,7 @@ TEST_F(WorkerCage, SurvivesAFileThatGrowsBeyondTheLimit) {
     inWorld([this] {
         writeTheirs(kWorldHome + "/large.log", std::string(3U << 20U, 'x'));
         writeTheirs(kWorldHome + "/small.log", "small");
-        ASSERT_EQ(::mount("tmpfs", "/tmp", "tmpfs", 0, "size=2m"), 0);
+        ASSERT_EQ(::mount("tmpfs", kJobFolder.c_str(), "tmpfs", 0, "size=2m,mode=0700"), 0);
         configure(fileItem("large", "$HOME/large.log") + fileItem("small", "$HOME/small.log"));
         EXPECT_EQ(run().outcome().status, 0U);
         EXPECT_EQ(bundled("small.log"), "small");
