@@ -27,6 +27,7 @@ NOTES = {
     "Processing %s...": "%s is the description of an item, translated on its own.",
     "Clearing %s...": "%s is the description of an item, translated on its own.",
     "Still running %s, please be patient as this may take a few minutes...": "%s is the name of a program.",
+    "%s files could not be packed, see %s": "How many, in digits, and the name of a file in the bundle.",
     "MERO has finished... ": "The blank at the end belongs to it.",
     "Email Address(es): ": "The blank at the end belongs to it.",
 }

@@ -57,6 +57,12 @@ class Collect(JobTest):
         self.assert_collected("--target", "a.zip")
         self.assertIn("usual.log", self.names("a.zip"))
 
+    def testBundleReplacesAFileForAllByOneForTheUserAlone(self):
+        os.chmod(self.write("a.zip", "no zip at all"), 0o644)
+        self.assert_collected("--target", "a.zip")
+        self.assertEqual(stat.S_IMODE(os.stat(self.path("a.zip")).st_mode), 0o600)
+        self.assertEqual([name for name in os.listdir(self.folder) if name.startswith(".")], [])
+
     def testRequestSelectsTheItems(self):
         self.write("request.xml", '<request><file id="unusual"/><comments><![CDATA[for <you>]]></comments></request>')
         self.assert_collected("--target", "a.zip", "--request", "request.xml")
@@ -155,6 +161,52 @@ class FailedJob(JobTest):
         # Each file fits, the bundle of all of them does not.
         self.failed(message="Internal Error: failed to zip the bundle...", advice="'" + self.path("a.zip") + "'",
                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000)))
+
+
+# Buries a file so deep below the job's folder that no entry of an archive has room for its name.
+BURY = """#!/usr/bin/env python3
+import glob, os
+os.chdir(glob.glob("/tmp/MERO_Temp_Bundle*/%s")[0])
+for _ in range(260):
+    os.mkdir("n" * 255)
+    os.chdir("n" * 255)
+with open("buried.log", "w") as file:
+    file.write("too deep")
+"""
+
+
+class IncompleteBundle(JobTest):
+    def setUp(self):
+        super().setUp()
+        tool = self.write("bury", BURY % self.group)
+        os.chmod(tool, 0o755)
+        config = self.path("install/xml/config/sample.xml")
+        with open(config) as file:
+            text = file.read()
+        instruction = ("<use_extern_action><action><stdout/><args>%s</args></action></use_extern_action></os></mero>"
+                       % tool)
+        with open(config, "w") as file:
+            file.write(text.replace("</os></mero>", instruction, 1))
+
+    def check(self, *arguments, password=None):
+        status, output, errors = self.collect("--target", "a.zip", *arguments)
+        self.assertEqual(errors, "Bundle: " + self.path("a.zip") +
+                         " (incomplete: 1 files could not be packed, see not-packed.txt)\n")
+        self.assertEqual(status, 3)
+        self.assertTrue(output.endswith("\r\n1 files could not be packed, see not-packed.txt\r\n"), output)
+        self.assertIn("usual.log", self.names("a.zip", password))
+        with zipfile.ZipFile(self.path("a.zip")) as archive:
+            self.assertEqual(archive.namelist()[-1], "not-packed.txt")
+            missing = archive.read("not-packed.txt", password).decode()
+        self.assertRegex(missing, r"\n%s/[n/]+/buried\.log: has a longer name than an archive can hold\n\Z"
+                         % re.escape(self.group))
+
+    def testIsCountedInTheLastLineAndInTheStatus(self):
+        self.check()
+
+    def testListsWhatIsMissingBehindThePassword(self):
+        self.write("password", SECRET + b"\n")
+        self.check("--password-file", "password", password=SECRET)
 
 
 class Streams(JobTest):

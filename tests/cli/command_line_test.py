@@ -3,6 +3,7 @@
 import os
 import pty
 import signal
+import socket
 import termios
 import unittest
 
@@ -99,6 +100,20 @@ class CommandLine(ConsoleTest):
                                 naming="--target: '" + self.path("folder.zip") + "' is a folder")
         for target in ("folder.zip/", ".", "..", "/"):
             self.assert_usage_error("collect", "--target", target, naming="--target: '" + target + "' names a folder")
+
+    def testTargetMayNotBeStandardOutput(self):
+        self.assert_usage_error("collect", "--target", "-",
+                                naming="--target: a bundle can't be written to standard output")
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def testTargetMayNotBeAPipeADeviceOrASocket(self):
+        os.mkfifo(self.path("pipe.zip"))
+        os.symlink("/dev/null", self.path("device.zip"))
+        with socket.socket(socket.AF_UNIX) as end:
+            end.bind(self.path("socket.zip"))
+        for target in ("pipe.zip", "device.zip", "socket"):
+            self.assert_usage_error("collect", "--target", target,
+                                    naming="' is a pipe, a device or a socket; name a file that can be replaced")
 
     def testMissingFolderOfTheTargetIsNamed(self):
         self.assert_usage_error("collect", "--target", "no/a.zip",

@@ -7,10 +7,21 @@ import time
 import zipfile
 
 import helper_machine
-from helper_configuration import file_item, request, tool_item
+from helper_configuration import GROUP, file_item, request, tool_item
 from helper_machine import ALICE, BASE, ROOT_HOME, USERS, children, command_line, folder, link, read, wait_for, write
 from helper_world import BUNDLE, LOG, PROCESSING, SECRET, SUCCESS, CallerTest
 
+INCOMPLETE = 0xFEB00016
+# Buries a file so deep below the job's folder that no entry of an archive has room for its name.
+BURY = """#!/usr/bin/python3
+import glob, os
+os.chdir(glob.glob("/tmp/MERO_Temp_Bundle*/%s")[0])
+for _ in range(260):
+    os.mkdir("n" * 255)
+    os.chdir("n" * 255)
+with open("buried.log", "w") as file:
+    file.write("too deep")
+"""
 PASSWORD = "Pass-w\u00f6rd-4711"
 
 
@@ -48,6 +59,16 @@ class Bundle(CallerTest):
         self.assertEqual(self.collect(self.alice), SUCCESS)
         self.assertEqual(self.content("secret/secret.log"), SECRET)
         self.assertEqual(stat.S_IMODE(os.stat(BUNDLE).st_mode), 0o600)
+
+    def testIsHandedOverWithItsOutcomeWhenItLacksFiles(self):
+        write("/opt/bury", BURY % GROUP, 0o755)
+        self.configure(file_item("secret", "/opt/secret.log"), tool_item("deep", "/opt/bury"))
+        self.assertEqual(self.collect(self.alice), INCOMPLETE)
+        self.assertEqual(self.content("secret/secret.log"), SECRET)
+        with zipfile.ZipFile(BUNDLE) as archive:
+            self.assertIn("/buried.log: has a longer name than an archive can hold\n",
+                          archive.read("not-packed.txt").decode())
+        self.expect_nothing_left()
 
     def testHoldsTheUsualItemsWithoutARequest(self):
         self.configure(file_item("usual", "/opt/public.log"), file_item("unusual", "/opt/public.log", default=False))

@@ -114,6 +114,17 @@ TEST_F(HelperJob, ShowsItsResultAndEndsTheHelper) {
     EXPECT_EQ(m_log->count('*', ""), 0) << m_log->dump();
 }
 
+TEST_F(HelperJob, ShowsThatItsBundleLacksFiles) {
+    startHelper();
+    walkTo(WizardPage::Progress);
+    m_helper->report(MEROENGINE_ERROR_BUNDLE_INCOMPLETE, 100,
+                     "12 files could not be packed, see not-packed.txt");
+    waitUntil([] { return page() == static_cast<int>(WizardPage::Result); });
+    EXPECT_EQ(label("labelResultMsg"), "The bundle was created successfully in " + path("Desktop/") +
+                                           label("labelFileLocation") +
+                                           ".\n\n12 files could not be packed, see not-packed.txt");
+}
+
 TEST_F(HelperJob, ShowsItsFailureAndEndsTheHelper) {
     startHelper();
     walkTo(WizardPage::Progress);

@@ -114,6 +114,10 @@ TEST_P(Languages, FitIntoTheirPlacesOnTheLastPages) {
         expectWholeTexts();
         EXPECT_NE(label("labelFileCollected"), message);
     }
+    const MEROStatusInfo lack{.m_progress = 100,
+                              .m_message = "1234 files could not be packed, see not-packed.txt"};
+    m_window->updateStatus(&lack, MEROENGINE_ERROR_BUNDLE_INCOMPLETE);
+    expectWholeTexts();
     for (const uint64_t status :
          {uint64_t{0}, uint64_t{MEROENGINE_ERROR_INTERNAL}, uint64_t{MEROENGINE_ERROR_WRITE_FAILURE},
           uint64_t{MEROENGINE_ERROR_UNEXPECTED}}) {
@@ -152,6 +156,15 @@ TEST_P(Languages, KeepTheNameOfAToolThatRunsForLong) {
     EXPECT_EQ(shown.find("please be patient"), std::string::npos) << shown;
 }
 
+TEST_P(Languages, KeepTheCountAndTheListOfABundleThatLacksFiles) {
+    useLanguage(GetParam());
+    const std::string shown = shownReport("1234 files could not be packed, see not-packed-2.txt");
+    const std::size_t count = shown.find("1234");
+    EXPECT_NE(count, std::string::npos) << shown;
+    EXPECT_GT(shown.find("not-packed-2.txt"), count) << shown;
+    EXPECT_EQ(shown.find("could not be"), std::string::npos) << shown;
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, Languages, ValuesIn({"de", "fr", "es", "it", "pt-br", "ja", "zh-cn", "ar"}),
                          [](const testing::TestParamInfo<const char*>& language) {
                              std::string name = language.param;
@@ -164,6 +177,14 @@ class ShownReport : public Wizard {};
 TEST_F(ShownReport, OfAnItemHasNoMarks) {
     EXPECT_EQ(shownReport(R"(Processing _tr("Operating system")...)"), "Processing Operating system...");
     EXPECT_EQ(shownReport(R"(Clearing _tr("Logs")...)"), "Clearing Logs...");
+}
+
+TEST_F(ShownReport, OfABundleThatLacksFilesNamesTheirList) {
+    for (const char* message :
+         {"3 files could not be packed, see not-packed.txt", "3 files could not be packed, see ",
+          " files could not be packed, see %s", "files could not be packed, see not-packed.txt"}) {
+        EXPECT_EQ(shownReport(message), message);
+    }
 }
 
 TEST_F(ShownReport, OfAnItemWithoutMarksStaysAsItIs) {

@@ -109,6 +109,20 @@ TEST_F(Status, OfAnyOtherValueIsAResult) {
     }
 }
 
+TEST_F(Status, OfABundleThatLacksFilesHasALineThatSaysSo) {
+    open();
+    report(100, "3 files could not be packed, see not-packed.txt", MEROENGINE_ERROR_BUNDLE_INCOMPLETE);
+    settle();
+    EXPECT_EQ(page(), 4);
+    EXPECT_THAT(label("labelResultMsg"), ::testing::StartsWith("The bundle was created successfully in "));
+    EXPECT_THAT(label("labelResultMsg"),
+                ::testing::EndsWith("\n\n3 files could not be packed, see not-packed.txt"));
+    gchar* name = nullptr;
+    g_object_get(LookUpWidget("imageResult"), "icon-name", &name, nullptr);
+    EXPECT_STREQ(name, "dialog-warning-symbolic");
+    g_free(name);
+}
+
 TEST_F(Status, OfAnInternalErrorHasItsText) {
     open();
     m_window->updateStatus(nullptr, MEROENGINE_ERROR_INTERNAL);

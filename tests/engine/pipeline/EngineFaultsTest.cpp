@@ -198,13 +198,41 @@ TEST_F(FaultRun, FailsWhenTheArchiveNoLongerFitsOnTheDisk) {
     EXPECT_THAT(leftFolders(), IsEmpty());
 }
 
-TEST_F(FaultRun, FailsWhenTheTargetIsOnAFullDevice) {
+TEST_F(FaultRun, FailsAtOnceWhenALinkLeadsToADevice) {
     writeThreeItems();
     fs::create_symlink("/dev/full", m_target);
     EXPECT_EQ(run(), MEROENGINE_ERROR_WRITE_FAILURE);
     EXPECT_EQ(m_listener.reports().back(),
-              (Report{96, "Internal Error: failed to zip the bundle...", MEROENGINE_ERROR_WRITE_FAILURE}));
+              (Report{1, "Internal Error: failed to zip the bundle...", MEROENGINE_ERROR_WRITE_FAILURE}));
+    EXPECT_TRUE(fs::is_symlink(m_target));
     EXPECT_THAT(leftFolders(), IsEmpty());
+}
+
+TEST_F(FaultRun, TellsThatFilesCouldNotBePacked) {
+    // The longest name that a file can have, in folders of such names: the way to it fits in no entry's name.
+    const std::string name(255, 'n');
+    writeFile("logs/kept.log", "kept");
+    const auto bury = [&] {
+        ASSERT_EQ(::chdir(("/tmp/" + *workingFolders().begin()).c_str()), 0);
+        for (int i = 0; i < 260; ++i) {
+            ASSERT_EQ(::mkdir(name.c_str(), 0700), 0);
+            ASSERT_EQ(::chdir(name.c_str()), 0);
+        }
+        std::ofstream("buried.log") << "too deep";
+        ASSERT_EQ(::chdir(path().c_str()), 0);
+    };
+    collectFolder(path("logs"));
+    m_listener.onMessage("Zipping the bundle, please wait...", bury);
+    const std::shared_ptr<MEROEngine> job = engine();
+    EXPECT_EQ(job->run(), MEROENGINE_ERROR_BUNDLE_INCOMPLETE);
+    EXPECT_EQ(job->lack(), "1 files could not be packed, see not-packed.txt");
+    EXPECT_EQ(m_listener.reports().back(), (Report{100, "1 files could not be packed, see not-packed.txt",
+                                                   MEROENGINE_ERROR_BUNDLE_INCOMPLETE}));
+    EXPECT_TRUE(m_log.contains('E', "1 files could not be packed, see not-packed.txt")) << m_log.dump();
+    unpack();
+    EXPECT_EQ(bundled("kept.log"), "kept");
+    EXPECT_THAT(bundled("not-packed.txt"),
+                HasSubstr("/buried.log: has a longer name than an archive can hold\n"));
 }
 
 TEST_F(FaultRun, FailsWhenTheTargetsFileSystemIsFull) {

@@ -320,11 +320,23 @@ TEST_F(CollectRun, FailsWhenTheTargetFolderIsMissing) {
     EXPECT_THAT(leftFolders(), IsEmpty());
 }
 
-TEST_F(CollectRun, FailsWhenTheTargetIsAFolder) {
+TEST_F(CollectRun, FailsBeforeItCollectsWhenTheTargetIsAFolder) {
     writeThreeItems();
     writeFile("out.zip/file", "keep me");
     EXPECT_EQ(run(), MEROENGINE_ERROR_WRITE_FAILURE);
     EXPECT_EQ(readFile("out.zip/file"), "keep me");
+    EXPECT_EQ(m_listener.reports().back(), (Report{1, kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE}));
+    EXPECT_TRUE(m_log.contains('E', "\"" + path("out.zip") + "\" can't be replaced by a bundle"))
+        << m_log.dump();
+    EXPECT_THAT(leftFolders(), IsEmpty());
+}
+
+TEST_F(CollectRun, FailsBeforeItCollectsWhenTheTargetIsAPipe) {
+    writeThreeItems();
+    ASSERT_EQ(::mkfifo(m_target.c_str(), 0600), 0);
+    EXPECT_EQ(run(), MEROENGINE_ERROR_WRITE_FAILURE);
+    EXPECT_EQ(m_listener.reports().back(), (Report{1, kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE}));
+    EXPECT_TRUE(fs::is_fifo(m_target));
     EXPECT_THAT(leftFolders(), IsEmpty());
 }
 

@@ -8,6 +8,7 @@
 #include "SystemCallFilter.h"
 
 #include <cerrno>
+#include <chrono>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -30,6 +31,8 @@ using Pread = ssize_t (*)(int, void*, size_t, off_t);
 std::function<dirent*(dirent*)> g_afterReaddir;
 /// The errno of the next call of pread; 0 if it works.
 int g_preadError = 0;
+/// What happens before it, once.
+std::function<void()> g_beforePread;
 
 } // namespace
 
@@ -41,9 +44,13 @@ extern "C" dirent* readdir(DIR* folder) {
     return g_afterReaddir ? g_afterReaddir(entry) : entry;
 }
 
-/// Fails once, which no file does that can be had here.
+/// Fails once, which no file does that can be had here, and lets something happen between the opening of a
+/// file and its reading.
 extern "C" ssize_t pread(int file, void* block, size_t sizeBytes, off_t offset) {
     static const auto real = reinterpret_cast<Pread>(::dlsym(RTLD_NEXT, "pread"));
+    if (const std::function<void()> change = std::exchange(g_beforePread, nullptr)) {
+        change();
+    }
     if (const int error = std::exchange(g_preadError, 0); error != 0) {
         errno = error;
         return -1;
@@ -66,6 +73,7 @@ public:
     ~NotPacked() override {
         g_afterReaddir = nullptr;
         g_preadError = 0;
+        g_beforePread = nullptr;
     }
 
 protected:
@@ -228,16 +236,44 @@ TEST_F(NotPacked, WithoutDescriptorsEverythingIsNamed) {
     EXPECT_EQ(readArchive(path("bundle.zip")).at("a.log").content, "");
 }
 
-TEST_F(NotPacked, AFileThatChangesWhileItIsPackedIsNamed) {
-    const std::string growing = writeFile("bundle/growing.log", noise(40000));
-    inChild([&] {
-        // The size that was found first counts, so one that nobody can tell is like one that has changed.
-        replaceSystemCall(SYS_pread64, 0);
-        EXPECT_EQ(CZip().createZipFile({growing}, path("bundle.zip"), {"growing.log"}, {}, m_report),
-                  GLOBAL_ERROR_UNEXPECTED)
-            << "nothing can be read back either";
+TEST_F(NotPacked, AFileThatGrowsIsPackedAsItWasAndNamed) {
+    for (const char* const password : {"", kPassword}) {
+        const std::string file = writeFile("bundle/growing.log", noise(40000));
+        g_beforePread = [&] { std::ofstream(file, std::ios::app) << "more"; };
+        ASSERT_EQ(pack(password), 0U);
         EXPECT_THAT(reported(), ElementsAre("growing.log: was changed while it was packed"));
-    });
+        EXPECT_EQ(readArchive(path("bundle.zip"), password).at("growing.log").content, noise(40000));
+    }
+}
+
+TEST_F(NotPacked, AFileThatIsCutIsPackedAsFarAsItGoesAndNamed) {
+    const std::string file = writeFile("bundle/cut.log", noise(40000));
+    g_beforePread = [&] { fs::resize_file(file, 100); };
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(reported(), ElementsAre("cut.log: was changed while it was packed"));
+    EXPECT_EQ(readArchive(path("bundle.zip")).at("cut.log").content, noise(40000).substr(0, 100));
+}
+
+TEST_F(NotPacked, AFileThatIsRewrittenInItsSizeIsNamed) {
+    const std::string file = writeFile("bundle/rewritten.log", "old text");
+    fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    g_beforePread = [&] { std::ofstream(file) << "new text"; };
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(reported(), ElementsAre("rewritten.log: was changed while it was packed"));
+}
+
+TEST_F(NotPacked, AFileThatHoldsMoreThanItsSizeSaysIsNamed) {
+    // A file of the kernel's, whose size is 0.
+    ASSERT_EQ(CZip().createZipFile({"/proc/self/status"}, path("bundle.zip"), {"status"}, {}, m_report), 0U);
+    EXPECT_THAT(reported(), ElementsAre("status: was changed while it was packed"));
+}
+
+TEST_F(NotPacked, AFileThatIsReplacedOrGoesIsPackedAsItWas) {
+    const std::string file = writeFile("bundle/gone.log", "old text");
+    g_beforePread = [&] { fs::remove(file); };
+    ASSERT_EQ(pack(), 0U);
+    EXPECT_THAT(m_report.items(), IsEmpty());
+    expectOpensEverywhere(path("bundle.zip"), "", {{"gone.log", "old text"}});
 }
 
 TEST_F(NotPacked, WhatCouldNotBeReadForTheEncryptionDoesNotFollowInTheClear) {

@@ -194,7 +194,7 @@ constexpr Rows<14> kStoragePathRows = {
     "CSTORAGEPATH_ERROR_UNKNOWN",
 };
 
-constexpr Rows<22> kMeroEngineRows = {
+constexpr Rows<24> kMeroEngineRows = {
     "MEROENGINE_SUCCESS",
     "MEROENGINE_ERROR_NOT_IMPLEMENTED",
     "MEROENGINE_ERROR_BAD_PARAMETER",
@@ -217,6 +217,9 @@ constexpr Rows<22> kMeroEngineRows = {
     "MEROENGINE_ERROR_ACTION_CANCELED_BY_USER:Notice: Action canceled by user",
     "MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT:Error: Binary executable took too long to finish.",
     "MEROENGINE_ERROR_UNKNOWN",
+    "MEROENGINE_ERROR_BUNDLE_INCOMPLETE:Warning: Files could not be packed into the bundle",
+    "MEROENGINE_ERROR_UNKNOWN", // a module ends with the text of what it doesn't know, and no code moves for
+                                // it
 };
 
 constexpr Rows<15> kMeroOfflineRows = {

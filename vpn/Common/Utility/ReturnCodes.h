@@ -80,6 +80,8 @@ inline constexpr uint32_t MEROENGINE_ERROR_INVALID_XML = 0xFEB00011;
 inline constexpr uint32_t MEROENGINE_ERROR_UNKNOWN_XML_TAG = 0xFEB00012;
 inline constexpr uint32_t MEROENGINE_ERROR_ACTION_CANCELED_BY_USER = 0xFEB00013;
 inline constexpr uint32_t MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT = 0xFEB00014;
+/// The bundle stands at its target, but files could not be packed into it.
+inline constexpr uint32_t MEROENGINE_ERROR_BUNDLE_INCOMPLETE = 0xFEB00016;
 
 inline constexpr uint32_t XMLLOCALTLPOLMGR_ERROR_ALREADY_INITIALIZED = 0xFEB60008;
 

@@ -63,7 +63,11 @@ std::span<const unsigned char> SourceFile::readBlock(uint64_t offset, std::span<
         ZRN_LOG_CODE('E', "pread", m_readError);
         return {};
     }
-    return block.first(offset < sizeBytes() ? static_cast<size_t>(count) : 0);
+    if (offset >= sizeBytes()) {
+        m_hasGrown = m_hasGrown || count > 0;
+        return {};
+    }
+    return block.first(static_cast<size_t>(count));
 }
 
 BlockReader SourceFile::reader() {
@@ -80,7 +84,7 @@ std::string SourceFile::faultOf(uint64_t readBytes) const {
     if (::fstat(m_file.get(), &now) != 0) {
         return reasonOf("could not be examined", errno);
     }
-    const bool isAsItWas = readBytes == sizeBytes() && now.st_size == m_status.st_size &&
+    const bool isAsItWas = !m_hasGrown && readBytes == sizeBytes() && now.st_size == m_status.st_size &&
                            isSameTime(now.st_mtim, m_status.st_mtim);
     return isAsItWas ? std::string() : kChangedWhilePacked;
 }

@@ -51,6 +51,8 @@ private:
     FileDescriptor m_file;
     struct stat m_status {};
     int m_readError = 0;
+    /// There was more behind the end that the file had when it was opened, whatever its size says.
+    bool m_hasGrown = false;
 };
 
 /// The reason of a file of which not the same was read twice.

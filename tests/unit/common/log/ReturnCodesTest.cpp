@@ -16,7 +16,7 @@ struct Module {
 constexpr std::array kModules = {
     Module{"GLOBAL", 0x00, 15},           Module{"EVENT", 0x01, 20},      Module{"PROCESS_API", 0x2B, 59},
     Module{"THREAD", 0x34, 20},           Module{"DIRECTORY", 0x58, 16},  Module{"EVENTLIST", 0x8C, 15},
-    Module{"CSTORAGEPATH", 0x9E, 14},     Module{"MEROENGINE", 0xB0, 22}, Module{"MEROOFFLINE", 0xB1, 15},
+    Module{"CSTORAGEPATH", 0x9E, 14},     Module{"MEROENGINE", 0xB0, 24}, Module{"MEROOFFLINE", 0xB1, 15},
     Module{"XMLLOCALTLPOLMGR", 0xB6, 12},
 };
 
@@ -129,6 +129,8 @@ constexpr std::array kRows = {
     Row{0xFEB00014,
         "MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT:Error: Binary executable took too long to finish."},
     Row{0xFEB00015, "MEROENGINE_ERROR_UNKNOWN"},
+    Row{0xFEB00016, "MEROENGINE_ERROR_BUNDLE_INCOMPLETE:Warning: Files could not be packed into the bundle"},
+    Row{0xFEB00017, "MEROENGINE_ERROR_UNKNOWN"},
     Row{0xFEB1000A, "MEROOFFLINE_ERROR_INTERNAL:Error: MERO GUI encounted an unspecified internal error"},
     Row{0xFEB1000B, "MEROOFFLINE_ERROR_PROCESSING:Notice: MERO GUI is processing..."},
     Row{0xFEB1000C,
@@ -327,6 +329,7 @@ TEST(ReturnCodes, ConstantsHaveTheCodesOfTheirRows) {
         NamedCode{MEROENGINE_ERROR_UNKNOWN_XML_TAG, "MEROENGINE_ERROR_UNKNOWN_XML_TAG"},
         NamedCode{MEROENGINE_ERROR_ACTION_CANCELED_BY_USER, "MEROENGINE_ERROR_ACTION_CANCELED_BY_USER"},
         NamedCode{MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT, "MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT"},
+        NamedCode{MEROENGINE_ERROR_BUNDLE_INCOMPLETE, "MEROENGINE_ERROR_BUNDLE_INCOMPLETE"},
         NamedCode{MEROOFFLINE_ERROR_PROCESSING, "MEROOFFLINE_ERROR_PROCESSING"},
         NamedCode{MEROOFFLINE_ERROR_XML_CONFIG_PARSE_SUCCESS, "MEROOFFLINE_ERROR_XML_CONFIG_PARSE_SUCCESS"},
         NamedCode{MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS,

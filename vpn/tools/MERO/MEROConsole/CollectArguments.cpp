@@ -2,6 +2,7 @@
 
 #include "CommentCheck.h"
 #include "PathArguments.h"
+#include "ReplacementFile.h"
 #include "StringUtils.h"
 #include "sysutils.h"
 #include "UsageError.h"
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <CLI/CLI.hpp>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <unistd.h>
 
@@ -16,8 +18,14 @@ namespace {
 
 /// Refuses, before anything is collected, a target that can't be written in the end.
 void checkTarget(const std::string& bundlePath) {
-    if (directoryExists(bundlePath.c_str())) {
+    switch (refusalOfTarget(AT_FDCWD, bundlePath.c_str())) {
+    case 0:
+        break;
+    case EISDIR:
         throw UsageError{"--target: '" + bundlePath + "' is a folder; name a file in it"};
+    default:
+        throw UsageError{"--target: '" + bundlePath +
+                         "' is a pipe, a device or a socket; name a file that can be replaced"};
     }
     const std::string folder = std::filesystem::path(bundlePath).parent_path().string();
     if (!directoryExists(folder.c_str())) {
@@ -30,8 +38,12 @@ void checkTarget(const std::string& bundlePath) {
     }
 }
 
-/// "dir/" and "." name folders, whatever is appended to them.
+/// "-" means standard output to many programs, and "dir/" and "." name folders, whatever is appended to them.
 void checkTargetName(const std::string& target) {
+    if (target == "-") {
+        throw UsageError{"--target: a bundle can't be written to standard output; name a file, which may be "
+                         "'./-'"};
+    }
     const std::string name = std::filesystem::path(target).filename().string();
     if (name.empty() || name == "." || name == "..") {
         throw UsageError{"--target: '" + target + "' names a folder; name a file in it"};
@@ -91,9 +103,10 @@ CollectArguments::CollectArguments(CLI::App& program)
                         "Leave the logs of the system out of the usual items");
     m_command->add_flag("--include-legacy", m_options.includeLegacyTree,
                         "Add the items of the former suite to the usual ones");
-    m_command->footer(
-        "The last two options have no effect on items that --only or --request names.\n"
-        "Exit status: 0 the bundle was written, 1 the job failed, 2 the command line is wrong.");
+    m_command->footer("The last two options have no effect on items that --only or --request names.\n"
+                      "Exit status: 0 the bundle was written, 1 the job failed, 2 the command line is wrong, "
+                      "3 the bundle was\n"
+                      "written but lacks files.");
 }
 
 bool CollectArguments::given() const {

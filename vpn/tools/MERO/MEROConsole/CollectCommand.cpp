@@ -81,13 +81,19 @@ int runJob(const CollectOptions& options, const std::string& requestPath, const 
         printError("no bundle was made: the job was interrupted");
         return kExitFailed;
     }
+    const std::string bundle = bundlePathFor(options.targetPath);
+    if (code == MEROENGINE_ERROR_BUNDLE_INCOMPLETE) {
+        static_cast<void>(
+            std::fprintf(stderr, "Bundle: %s (incomplete: %s)\n", bundle.c_str(), engine->lack().c_str()));
+        return kExitIncomplete;
+    }
     if (code != 0) {
         const char* name = getReturnCodeDescription(code);
         printError("no bundle was made: " + adviceFor(code, options, requestPath) + " [" +
                    (name == nullptr ? "unknown" : name) + "]");
         return kExitFailed;
     }
-    static_cast<void>(std::fprintf(stderr, "Bundle: %s\n", bundlePathFor(options.targetPath).c_str()));
+    static_cast<void>(std::fprintf(stderr, "Bundle: %s\n", bundle.c_str()));
     return kExitDone;
 }
 

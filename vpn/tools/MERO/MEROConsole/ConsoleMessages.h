@@ -6,6 +6,8 @@
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUsage = 2;
+/// The bundle was made, but lacks files that it should hold.
+inline constexpr int kExitIncomplete = 3;
 
 /// Prints "merocli: ", a message and a line end on standard error.
 void printError(const std::string& message);

@@ -16,6 +16,9 @@ inline constexpr const char* kClearing = "Clearing %s...";
 inline constexpr const char* kStillRunning =
     "Still running %s, please be patient as this may take a few minutes...";
 
+// The end of a run whose bundle lacks files: how many, and the file of the bundle that names them.
+inline constexpr const char* kIncomplete = "%s files could not be packed, see %s";
+
 // Failures.
 inline constexpr const char* kInvalidRequest = "Internal Error: invalid request XML, please contact your "
                                                "administrator, or run in default mode";

@@ -9,7 +9,9 @@
 #include "Paths.h"
 #include "Progress.h"
 #include "RegularFile.h"
+#include "ReplacementFile.h"
 #include "ReturnCodes.h"
+#include "StepText.h"
 #include "StopRequest.h"
 #include "SummaryText.h"
 #include "WorkerPool.h"
@@ -124,6 +126,10 @@ uint32_t MEROEngine::runCollectorThreads() {
         return code;
     }
     code = loadConfigurations();
+    if (code != 0) {
+        return code;
+    }
+    code = checkArchivePath();
     if (code != 0) {
         return code;
     }
@@ -316,11 +322,25 @@ uint32_t MEROEngine::writeFailedFilesToSummary(const std::string& path) {
     return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
 }
 
+std::string MEROEngine::archivePath() const {
+    return m_archivePath.empty() ? helperUtil::withZipExtension(m_targetPath) : m_archivePath;
+}
+
+/// Collecting may take minutes, which nobody should wait for a bundle that has no place.
+uint32_t MEROEngine::checkArchivePath() {
+    const std::string path = archivePath();
+    const int refusal = refusalOfTarget(AT_FDCWD, path.c_str());
+    if (refusal == 0) {
+        return 0;
+    }
+    ZRN_LOG_CODE_TEXT('E', "refusalOfTarget", refusal, "\"%s\" can't be replaced by a bundle", path.c_str());
+    return fail(kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE);
+}
+
 uint32_t MEROEngine::zipBundle() {
     reportStep(96, kZipping);
-    const std::string archive =
-        m_archivePath.empty() ? helperUtil::withZipExtension(m_targetPath) : m_archivePath;
-    const uint32_t code = CZip().Zip(m_workingFolder, archive, m_password.view(), true);
+    PackReport report;
+    const uint32_t code = CZip().Zip(m_workingFolder, archivePath(), m_password.view(), true, report);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::Zip", code);
         if (isStopRequested()) {
@@ -329,8 +349,19 @@ uint32_t MEROEngine::zipBundle() {
         return fail(kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE);
     }
     m_folderClaim.remove();
-    reportSuccess();
-    return 0;
+    return finish(report);
+}
+
+uint32_t MEROEngine::finish(const PackReport& report) {
+    if (report.items().empty()) {
+        reportSuccess();
+        return 0;
+    }
+    m_lack = lackText(kIncomplete, {std::to_string(report.items().size()), report.entryName()});
+    ZRN_LOG('E', "%s", m_lack.c_str());
+    reportStep(100, kFinished);
+    reportProgress(0, m_lack, MEROENGINE_ERROR_BUNDLE_INCOMPLETE);
+    return MEROENGINE_ERROR_BUNDLE_INCOMPLETE;
 }
 
 uint32_t MEROEngine::clearLogs() {

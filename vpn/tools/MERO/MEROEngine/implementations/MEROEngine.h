@@ -16,6 +16,7 @@
 #include <utility>
 
 class collector;
+class PackReport;
 
 inline constexpr int32_t kModeCollect = 0;
 inline constexpr int32_t kModeClearLogs = 1;
@@ -63,9 +64,13 @@ public:
     /// request ends its tools, and the run as soon as the threads have looked at it.
     /// @return 0, MEROENGINE_ERROR_NULL_POINTER (request without root), MEROENGINE_ERROR_INTERNAL (no good
     ///         configuration, all failed, or an exception), MEROENGINE_ERROR_WRITE_FAILURE (archive),
-    ///         MEROENGINE_ERROR_INVALID_XML (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder) or
-    ///         MEROENGINE_ERROR_ACTION_CANCELED_BY_USER (a stop was requested before the archive was there).
+    ///         MEROENGINE_ERROR_INVALID_XML (request), MEROENGINE_ERROR_ACCESS_DENIED (working folder),
+    ///         MEROENGINE_ERROR_ACTION_CANCELED_BY_USER (a stop was requested before the archive was there)
+    ///         or MEROENGINE_ERROR_BUNDLE_INCOMPLETE (the bundle is there, but files could not be packed). A
+    ///         target that no archive can come to ends the run before anything is collected.
     [[nodiscard]] uint32_t run();
+    /// What the last report of a run with MEROENGINE_ERROR_BUNDLE_INCOMPLETE says, in English; else empty.
+    [[nodiscard]] const std::string& lack() const { return m_lack; }
 
     /// Appends the failure block to the summary.
     /// @return 0, MEROENGINE_ERROR_FILE_OPEN_FAILURE or MEROENGINE_ERROR_WRITE_FAILURE.
@@ -89,7 +94,11 @@ private:
     /// Collects; an exception becomes MEROENGINE_ERROR_INTERNAL.
     [[nodiscard]] uint32_t collectGuarded(MEROXmlObject* config, collector& worker);
     void recordFailedGroups(const MEROXmlObject& config, uint32_t index);
+    [[nodiscard]] std::string archivePath() const;
+    [[nodiscard]] uint32_t checkArchivePath();
     [[nodiscard]] uint32_t zipBundle();
+    /// Reports the end of a run whose bundle stands at its target.
+    [[nodiscard]] uint32_t finish(const PackReport& report);
 
     [[nodiscard]] uint32_t clearLogs();
     void loadConfigurationFolder();
@@ -131,4 +140,6 @@ private:
     RequestLimits m_requestLimits;
     /// Called with the working folder; may be empty.
     std::function<void(const std::string&)> m_folderTold;
+    /// See lack.
+    std::string m_lack;
 };

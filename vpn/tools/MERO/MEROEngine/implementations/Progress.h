@@ -2,6 +2,7 @@
 
 #include "CMEROClientIfc.h"
 #include "MEROStatusInfo.h"
+#include "ReturnCodes.h"
 
 #include <atomic>
 #include <cstdint>
@@ -29,8 +30,14 @@ void setProgressListener(CMEROClientIfc* listener);
 
 /// Sends a status to the listener, or prints it in console mode. A percent of 0 and an empty message leave
 /// what was reported last. Any thread.
-/// @param code  MEROOFFLINE_ERROR_PROCESSING for a step, 0 for the successful end, else a final failure.
+/// @param code  MEROOFFLINE_ERROR_PROCESSING for a step, 0 for the successful end,
+/// MEROENGINE_ERROR_BUNDLE_INCOMPLETE for one whose bundle lacks files, else a final failure.
 void reportProgress(int percent, const std::string& message, uint32_t code);
+
+/// True for the codes of runs whose bundle stands at its target, whole or not.
+[[nodiscard]] constexpr bool isBundleMade(uint32_t code) {
+    return code == 0 || code == MEROENGINE_ERROR_BUNDLE_INCOMPLETE;
+}
 
 /// Percentage of a running collection: (configsDone * 92 - 92) / g_configCount as a float, truncated; 0 for
 /// no configurations.

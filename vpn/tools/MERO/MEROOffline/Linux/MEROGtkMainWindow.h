@@ -108,6 +108,7 @@ private:
 
     void showProgress();
     void showResult();
+    [[nodiscard]] std::string successText() const;
     /// @param message  what was reported with the status.
     [[nodiscard]] std::string resultText(uint64_t status, const std::string& message) const;
 

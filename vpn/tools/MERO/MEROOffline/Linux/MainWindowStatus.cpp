@@ -23,6 +23,17 @@ bool saysWhatToDo(const std::string& message) {
     return message == kTooLittleSpace || message == kTooMuchCollected;
 }
 
+void setResultIcon(uint64_t status) {
+    switch (status) {
+    case 0:
+        return setIcon("imageResult", "emblem-ok-symbolic", kStyleSuccess);
+    case MEROENGINE_ERROR_BUNDLE_INCOMPLETE:
+        return setIcon("imageResult", "dialog-warning-symbolic", kStyleFailure);
+    default:
+        return setIcon("imageResult", "dialog-error-symbolic", kStyleFailure);
+    }
+}
+
 } // namespace
 
 GSourceFunc CMEROGtkMainWindow::idleHandlerFor(uint64_t status) {
@@ -94,9 +105,7 @@ void CMEROGtkMainWindow::showResult() {
         status = m_status;
         message = m_statusInfo.m_message;
     }
-    const bool success = status == 0;
-    setIcon("imageResult", success ? "emblem-ok-symbolic" : "dialog-error-symbolic",
-            success ? kStyleSuccess : kStyleFailure);
+    setResultIcon(status);
     setLabelText("labelResultMsg", resultText(status, message));
     if (m_pDBusClient != nullptr) {
         // A helper that never answered is only logged: after a job in this process there is none as a rule.
@@ -104,16 +113,21 @@ void CMEROGtkMainWindow::showResult() {
     }
 }
 
+std::string CMEROGtkMainWindow::successText() const {
+    const std::string format = translateText(userText(UserText::ResultSuccess));
+    char text[kResultTextBytes];
+    std::snprintf(text, sizeof text, format.c_str(), m_bundlePath.c_str());
+    return text;
+}
+
 // Only the text of success is filled in. The one of a failed write goes out with its placeholder: the
 // catalogues of the suite were translated and are checked for that text as it stands.
 std::string CMEROGtkMainWindow::resultText(uint64_t status, const std::string& message) const {
     switch (status) {
-    case 0: {
-        const std::string format = translateText(userText(UserText::ResultSuccess));
-        char text[kResultTextBytes];
-        std::snprintf(text, sizeof text, format.c_str(), m_bundlePath.c_str());
-        return text;
-    }
+    case 0:
+        return successText();
+    case MEROENGINE_ERROR_BUNDLE_INCOMPLETE:
+        return successText() + "\n\n" + shownReport(message);
     case MEROENGINE_ERROR_INTERNAL:
         return translateText(userText(UserText::ResultInternalError));
     case MEROENGINE_ERROR_WRITE_FAILURE:

@@ -48,5 +48,8 @@ std::string shownReport(const std::string& message) {
     if (const std::optional<std::string> tool = describedBy(kStillRunning, message)) {
         return stepText(CMEROGtkMainWindow::translateText(kStillRunning), *tool);
     }
+    if (const std::optional<LackText> lack = lackDescribedBy(kIncomplete, message)) {
+        return lackText(CMEROGtkMainWindow::translateText(kIncomplete), *lack);
+    }
     return CMEROGtkMainWindow::translateText(message);
 }

@@ -7,6 +7,7 @@
 #include "JobLeavings.h"
 #include "Log.h"
 #include "Names.h"
+#include "Progress.h"
 #include "RegularFile.h"
 #include "ReturnCodes.h"
 
@@ -37,7 +38,7 @@ ProgressRecord failedJob(uint32_t code) {
 ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome) {
     ProgressRecord result = outcome;
     endDescendants(kEndLimit);
-    if (outcome.status == 0 && publishArchive(job) != 0) {
+    if (isBundleMade(outcome.status) && publishArchive(job) != 0) {
         result = failedJob(MEROENGINE_ERROR_WRITE_FAILURE);
         result.message = kNotZipped;
     }

@@ -12,7 +12,7 @@ inline constexpr const char* kArchiveName = "bundle.zip";
 [[nodiscard]] ProgressRecord failedJob(uint32_t code);
 
 /// What is left to do when the worker has ended: ends what it may have left running, hands the bundle of a
-/// successful job to the caller, and removes all else that is left of the job. May take as long as
+/// job that made one to the caller, and removes all else that is left of the job. May take as long as
 /// publishBundle does. Any thread, but no other child of this process may be of use meanwhile.
 /// @param outcome  of the worker.
 /// @return the outcome of the job: the worker's, or MEROENGINE_ERROR_WRITE_FAILURE if there is a bundle that
