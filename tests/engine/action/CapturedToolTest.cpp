@@ -74,6 +74,55 @@ TEST_F(CapturedTool, AddsToAFileThatIsThere) {
     EXPECT_EQ(captured(), "earlier\n" + banner("echo one") + "one\n");
 }
 
+TEST_F(CapturedTool, AddsToAnOutputOfItsOwnOutsideOfTheBundle) {
+    makeFolder("outside");
+    const std::string output = path("outside/out.txt");
+    EXPECT_EQ(m_runner.callExtern("", "echo one", true, output), 0u);
+    EXPECT_EQ(ToolRunner(m_info).callExtern("", "echo two", true, output), 0u);
+    EXPECT_EQ(readFile(output), banner("echo one") + "one\n" + banner("echo two") + "two\n");
+    EXPECT_THAT(omitted(), IsEmpty());
+}
+
+TEST_F(CapturedTool, LeavesAFileAloneThatTheRunHasNotMadeWithRootsRights) {
+    if (!runsAsRoot()) {
+        GTEST_SKIP() << "only root's runs are held to it";
+    }
+    const std::string output = writeFile("outside/out.txt", "a file of the system");
+    EXPECT_EQ(m_runner.callExtern("", "touch done; echo text", true, output), 0u);
+    EXPECT_TRUE(exists("done"));
+    EXPECT_EQ(readFile(output), "a file of the system");
+    EXPECT_THAT(omitted(), ElementsAre(row("out.txt", "The output of touch could not be kept whole")));
+}
+
+TEST_F(CapturedTool, LeavesSomebodyElsesFileAloneWithRootsRights) {
+    if (!runsAsRoot()) {
+        GTEST_SKIP() << "only root's runs are held to it, and only root can give files away";
+    }
+    ASSERT_EQ(::chown(writeFile("bundle/out.txt", "theirs").c_str(), 65534, 65534), 0);
+    expectLostOutput(EEXIST);
+    EXPECT_EQ(captured(), "theirs");
+}
+
+TEST_F(CapturedTool, LeavesAFileOfSeveralNamesAloneWithRootsRights) {
+    if (!runsAsRoot()) {
+        GTEST_SKIP() << "only root's runs are held to it";
+    }
+    writeFile("secret", "of the system");
+    fs::create_hard_link(path("secret"), path("bundle/out.txt"));
+    expectLostOutput(EEXIST);
+    EXPECT_EQ(readFile("secret"), "of the system");
+}
+
+TEST_F(CapturedTool, AddsToAnyFileThatItMayWriteWithAnOrdinaryUsersRights) {
+    const std::string output = writeFile("outside/out.txt", "before\n");
+    ASSERT_EQ(::chmod(output.c_str(), 0666), 0);
+    ASSERT_EQ(::chmod(path("outside").c_str(), 0755), 0);
+    asOrdinaryUser([&] {
+        EXPECT_EQ(m_runner.callExtern("", "echo text", true, output), 0u);
+        EXPECT_EQ(readFile(output), "before\n" + banner("echo text") + "text\n");
+    });
+}
+
 TEST_F(CapturedTool, HasItsBytesKeptAsTheyAre) {
     const std::string line = tool("bytes", R"(printf 'a\000b\377\r\n\032\n\000')");
     EXPECT_EQ(capture(line), 0u);

@@ -88,10 +88,10 @@ TEST_F(CollectorSummary, ItemsNamedAsItsPartsHideNothing) {
     collectWell("<fileGroup>" + logItem("Main_Info") + logItem("Manifest_Not_Included") +
                 logItem("Other_Note") + item("gone", path("gone.log")) + logItem("unwanted", "false") +
                 "</fileGroup>");
-    EXPECT_THAT(summary(),
-                AllOf(HasSubstr("\nUser Name: "), HasSubstr("\nMain_Info "), HasSubstr("\nManifest_Not_Inc "),
-                      HasSubstr("\nOther_Note "), HasSubstr("\n\nFiles Omitted from Bundle:\n"),
-                      HasSubstr("\ngone "), HasSubstr("\n\nNotes:\n - The file(s) of ID unwanted is/are")));
+    EXPECT_THAT(summary(), AllOf(HasSubstr("\nUser Name: "), HasSubstr("\nMain_Info "),
+                                 HasSubstr("\nManifest_Not_Incl "), HasSubstr("\nOther_Note "),
+                                 HasSubstr("\n\nFiles Omitted from Bundle:\n"), HasSubstr("\ngone "),
+                                 HasSubstr("\n\nNotes:\n - The file(s) of ID unwanted is/are")));
 }
 
 TEST_F(CollectorSummary, MainInfoNeedsTheTree) {

@@ -2,8 +2,10 @@
 
 #include "CapturedLog.h"
 #include "ChildProcess.h"
+#include "InChild.h"
 #include "ReturnCodes.h"
 #include "Sandbox.h"
+#include "SystemCallFilter.h"
 
 #include <array>
 #include <cerrno>
@@ -52,6 +54,20 @@ TEST_F(WorkingFolderTest, TakesTheSuffixOfTimeAndNumber) {
     ASSERT_EQ(folder.claim(true), 0u);
     EXPECT_THAT(folder.path(), MatchesRegex(m_plain + "__[0-9]{4}_[0-9]{4}_[0-9]{1,5}"));
     EXPECT_FALSE(exists("work"));
+}
+
+TEST_F(WorkingFolderTest, GoesOnWhereThereAreNoLocks) {
+    inChild([&] {
+        replaceSystemCall(SYS_flock, ENOLCK);
+        WorkingFolder folder(m_plain);
+        ASSERT_EQ(folder.claim(false), 0u);
+        EXPECT_EQ(folder.path(), m_plain);
+        EXPECT_TRUE(m_log.containsCode('W', "lockFolder", "flock", ENOLCK)) << m_log.dump();
+        // Whether another run is at work there can't be told.
+        expectLeftAlone("perhaps in use by another run, which no lock can tell");
+        folder.remove();
+        EXPECT_FALSE(exists("work"));
+    });
 }
 
 TEST_F(WorkingFolderTest, MakesAFolderForItsUserAlone) {

@@ -1,7 +1,10 @@
 #include "RegularFile.h"
 
+#include "StopRequest.h"
+
 #include <cerrno>
 #include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
 
 namespace {
@@ -25,6 +28,30 @@ int statusOf(int folder, const char* path, int flags, struct stat& statusOut) {
     return ::fstatat(folder, path, &statusOut, linkFlag) == 0 ? 0 : errno;
 }
 
+/// Waits for the holder of a lease to let go of the file, which the kernel sees to in its time. What is
+/// waited for is the very file that was looked at, which can't have become a pipe meanwhile.
+int openLeasedFile(int folder, const char* path, int flags, FileDescriptor& fileOut) {
+    const FileDescriptor place(::openat(folder, path, O_PATH | (flags & O_NOFOLLOW) | O_CLOEXEC));
+    struct stat status = {};
+    if (!place || ::fstat(place.get(), &status) != 0) {
+        return errno;
+    }
+    if (const int refusal = refusalOf(status.st_mode); refusal != 0) {
+        return refusal;
+    }
+    const std::string self = "/proc/self/fd/" + std::to_string(place.get());
+    const int again = (flags & ~(O_NOFOLLOW | O_NONBLOCK | O_CREAT | O_EXCL)) | O_NOCTTY | O_CLOEXEC;
+    int file = -1;
+    do {
+        file = ::open(self.c_str(), again);
+    } while (file < 0 && errno == EINTR && !isStopRequested());
+    if (file < 0) {
+        return errno;
+    }
+    fileOut.reset(file);
+    return 0;
+}
+
 } // namespace
 
 int openRegularFile(const char* path, int flags, FileDescriptor& fileOut, mode_t mode) {
@@ -40,6 +67,11 @@ int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& f
         return refusal;
     }
     FileDescriptor file(::openat(folder, path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode));
+    if (!file && errno == EWOULDBLOCK) {
+        if (const int error = openLeasedFile(folder, path, flags, file); error != 0) {
+            return error;
+        }
+    }
     if (!file || ::fstat(file.get(), &status) != 0) {
         return errno;
     }

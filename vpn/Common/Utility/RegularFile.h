@@ -7,8 +7,9 @@
 /// Rights of a file that openRegularFile makes unless others are asked for: its owner's alone.
 inline constexpr mode_t kPrivateFileMode = 0600;
 
-/// Opens a regular file and never waits for anything: a pipe or a device is refused, as far as can be told
-/// without even being touched. Any thread.
+/// Opens a regular file and never waits for a reader or writer: a pipe or a device is refused, as far as can
+/// be told without even being touched. It waits for the holder of a lease on the file, to whom the kernel
+/// gives some seconds (/proc/sys/fs/lease-break-time). Any thread.
 /// @param flags    as for open(2). O_NOFOLLOW refuses a link as the last part of the path.
 /// @param fileOut  set on success only; close-on-exec and without a controlling terminal.
 /// @param mode     rights, before the umask, of a file that is made.

@@ -5,14 +5,13 @@
 #include "MEROAction.h"
 #include "Names.h"
 #include "Progress.h"
-#include "RegularFile.h"
 #include "ReturnCodes.h"
 #include "StepText.h"
 #include "StopRequest.h"
+#include "ToolOutput.h"
 
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
 
 namespace {
 
@@ -27,12 +26,11 @@ std::string nameOf(const std::string& commandLine) {
     return name.empty() ? commandLine : name;
 }
 
-/// Opens a file for a tool's output. No link at its place is followed: a file outside of the bundle stands in
-/// a folder that others can write to.
+/// Opens the file for what a tool prints.
 /// @return a closed descriptor after a failure, which is logged.
-FileDescriptor openOutput(const std::string& path) {
+FileDescriptor openOutput(const std::string& path, const std::string& itemFolder) {
     FileDescriptor file;
-    const int error = openRegularFile(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW, file);
+    const int error = openToolOutput(path, itemFolder, file);
     if (error != 0) {
         logReturnCode("callExtern", __FILE__, __LINE__, 'E', "open", static_cast<uint32_t>(error),
                       std::strerror(error), "File: %s", path.c_str());
@@ -94,7 +92,7 @@ void MEROAction::endTool() {
 // The tool runs even if its output can't be kept: it may be run for what it does.
 uint32_t MEROAction::captureTool(const std::string& fullCommand, const std::string& commandLine,
                                  const std::string& outputFile) const {
-    DescriptorStream output(openOutput(outputFile));
+    DescriptorStream output(openOutput(outputFile, m_info.directory));
     writeBanner(output, commandLine);
     const uint32_t code = CCommandShell(fullCommand.c_str()).Execute(output);
     if (code != 0) {

@@ -18,7 +18,8 @@ namespace {
 constexpr uint32_t kNumberLimit = 100000;
 constexpr int kMaxNames = 1000;
 
-enum class LockResult { Locked, InUse, NotOurs };
+/// NoLocks: the folder is open and ours, but this file system has no lock for it.
+enum class LockResult { Locked, InUse, NotOurs, NoLocks };
 
 bool isOurFolder(const struct stat& status) {
     return S_ISDIR(status.st_mode) && status.st_uid == ::geteuid();
@@ -54,17 +55,31 @@ LockResult lockFolder(const std::string& path, FileDescriptor& lockOut) {
     if (!isOurFolder(status)) {
         return LockResult::NotOurs;
     }
+    int lockError = 0;
     if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('I', "flock", error);
-        return error == EWOULDBLOCK ? LockResult::InUse : LockResult::NotOurs;
+        lockError = errno;
+        ZRN_LOG_CODE(lockError == EWOULDBLOCK ? 'I' : 'W', "flock", lockError);
+        if (lockError == EWOULDBLOCK) {
+            return LockResult::InUse;
+        }
     }
     // Whoever deletes a folder holds its lock, so from here on the name stays what it is.
     if (!namesFolder(path, folder.get())) {
         return LockResult::InUse;
     }
     lockOut = std::move(folder);
-    return LockResult::Locked;
+    return lockError == 0 ? LockResult::Locked : LockResult::NoLocks;
+}
+
+const char* whyLeftAlone(LockResult result) {
+    switch (result) {
+    case LockResult::InUse:
+        return "in use by another run";
+    case LockResult::NoLocks:
+        return "perhaps in use by another run, which no lock can tell";
+    default:
+        return "no folder of this user";
+    }
 }
 
 /// Runs that start in the same second draw the same number. Their process ids take them apart from there on;
@@ -91,8 +106,7 @@ uint32_t WorkingFolder::removeLeftOver() const {
     FileDescriptor lock;
     const LockResult result = lockFolder(m_plainPath, lock);
     if (result != LockResult::Locked) {
-        ZRN_LOG('W', "\"%s\" is left alone, it is %s", m_plainPath.c_str(),
-                result == LockResult::InUse ? "in use by another run" : "no folder of this user");
+        ZRN_LOG('W', "\"%s\" is left alone, it is %s", m_plainPath.c_str(), whyLeftAlone(result));
         return MEROENGINE_ERROR_UNEXPECTED;
     }
     return helperUtil::fileDeleteDirectory(m_plainPath);
@@ -107,6 +121,8 @@ WorkingFolder::Outcome WorkingFolder::claimName(const std::string& path) {
     FileDescriptor lock;
     switch (lockFolder(path, lock)) {
     case LockResult::Locked:
+    case LockResult::NoLocks:
+        // Without a lock it is not held, but others leave alone what they can't lock.
         m_claimed->take(path, std::move(lock));
         m_path = path;
         return Outcome::Claimed;
@@ -116,7 +132,7 @@ WorkingFolder::Outcome WorkingFolder::claimName(const std::string& path) {
     case LockResult::NotOurs:
         break;
     }
-    // No descriptor was to be had, or no lock on this file system. The empty folder helps nobody.
+    // No descriptor was to be had. The empty folder helps nobody.
     if (::rmdir(path.c_str()) != 0) {
         const int error = errno;
         ZRN_LOG_CODE('W', "rmdir", error);
