@@ -2,12 +2,12 @@
 
 #include "Handles.h"
 
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <tuple>
 #include <vector>
 
 /// Descriptor work that the file functions share. Nothing here logs: each function hands its errno to the
@@ -36,7 +36,11 @@ struct CopyOutcome {
 struct FolderId {
     dev_t device = 0;
     ino_t inode = 0;
-    [[nodiscard]] auto operator<=>(const FolderId&) const = default;
+    [[nodiscard]] bool operator==(const FolderId&) const = default;
+    /// Some order, for containers.
+    [[nodiscard]] bool operator<(const FolderId& other) const {
+        return std::tie(device, inode) < std::tie(other.device, other.inode);
+    }
 };
 
 /// The identity of an open folder or file; zeros, with errno set, if it can't be told.
