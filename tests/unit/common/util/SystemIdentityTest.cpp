@@ -375,10 +375,11 @@ TEST_F(SystemIdentity, RedHat7IsAnyRedHatOfThatMajorVersion) {
     EXPECT_FALSE(isRedHat7(m_files)) << "of an unknown version";
 }
 
-TEST_F(SystemIdentity, RedHat7IsAlsoARedHatWithAnEmptyVersion) {
+TEST_F(SystemIdentity, RedHatWithAnEmptyVersionIsNotVersion7) {
     writeFile("os-release", "NAME=\"Red Hat\"\nVERSION_ID=\"\"\n");
     EXPECT_THAT(version(), IsEmpty());
-    EXPECT_TRUE(isRedHat7(m_files));
+    EXPECT_TRUE(isRedHat(m_files));
+    EXPECT_FALSE(isRedHat7(m_files));
 }
 
 TEST_F(SystemIdentity, Ubuntu1804OrLaterTakesTheVersionInAccount) {
