@@ -2,6 +2,7 @@
 
 import os
 import subprocess
+import textwrap
 import unittest
 import xml.etree.ElementTree
 
@@ -73,46 +74,48 @@ TEST(Cases, IsSkippedAndKilled) {
 }
 """
 
-SCRIPT = """import atexit
-import os
-import signal
-import sys
-import unittest
+# Set in, so that the build takes these for no tests of its own.
+SCRIPT = textwrap.dedent("""\
+        import atexit
+        import os
+        import signal
+        import sys
+        import unittest
 
 
-def end_badly():
-    atexit.register(os._exit, 3)
+        def end_badly():
+            atexit.register(os._exit, 3)
 
 
-class Cases(unittest.TestCase):
-    def testPasses(self):
-        pass
+        class Cases(unittest.TestCase):
+            def testPasses(self):
+                pass
 
-    def testPassesAndSaysMore(self):
-        atexit.register(print, "more")
+            def testPassesAndSaysMore(self):
+                atexit.register(print, "more")
 
-    def testFails(self):
-        self.fail()
+            def testFails(self):
+                self.fail()
 
-    def testBreaks(self):
-        raise OSError
+            def testBreaks(self):
+                raise OSError
 
-    def testIsSkipped(self):
-        self.skipTest("this is why")
+            def testIsSkipped(self):
+                self.skipTest("this is why")
 
-    def testLeavesHalfWay(self):
-        os._exit(0)
+            def testLeavesHalfWay(self):
+                os._exit(0)
 
-    def testIsKilled(self):
-        os.kill(os.getpid(), signal.SIGKILL)
+            def testIsKilled(self):
+                os.kill(os.getpid(), signal.SIGKILL)
 
-    def testPassesAndEndsBadly(self):
-        end_badly()
+            def testPassesAndEndsBadly(self):
+                end_badly()
 
-    def testIsSkippedAndEndsBadly(self):
-        end_badly()
-        self.skipTest("this is why")
-"""
+            def testIsSkippedAndEndsBadly(self):
+                end_badly()
+                self.skipTest("this is why")
+""")
 
 MAIN = """
 
