@@ -34,7 +34,7 @@ TEST(ReaderPlace, OneUsersAreNoOtherUsers) {
 TEST(ReaderPlace, AllUsersTogetherHaveABound) {
     std::vector<ReaderPlace> places;
     for (uid_t user = 1; places.size() < kMostReaders; ++user) {
-        takeAllOf(user, places);
+        ASSERT_NO_FATAL_FAILURE(takeAllOf(user, places));
     }
     EXPECT_EQ(places.size(), 128U);
     EXPECT_FALSE(ReaderPlace::take(0));
