@@ -9,7 +9,7 @@ import zipfile
 import helper_machine
 from helper_configuration import GROUP, file_item, request, tool_item
 from helper_machine import ALICE, BASE, ROOT_HOME, USERS, children, command_line, folder, link, read, wait_for, write
-from helper_world import BUNDLE, LOG, PROCESSING, SECRET, SUCCESS, CallerTest
+from helper_world import BUNDLE, LOG, PROCESSING, SECRET, SECRET_FILE, SUCCESS, CallerTest
 
 INCOMPLETE = 0xFEB00016
 # Buries a file so deep below the job's folder that no entry of an archive has room for its name.
@@ -62,7 +62,7 @@ class Bundle(CallerTest):
 
     def testIsHandedOverWithItsOutcomeWhenItLacksFiles(self):
         write("/opt/bury", BURY % GROUP, 0o755)
-        self.configure(file_item("secret", "/opt/secret.log"), tool_item("deep", "/opt/bury"))
+        self.configure(file_item("secret", SECRET_FILE), tool_item("deep", "/opt/bury"))
         self.assertEqual(self.collect(self.alice), INCOMPLETE)
         self.assertEqual(self.content("secret/secret.log"), SECRET)
         with zipfile.ZipFile(BUNDLE) as archive:

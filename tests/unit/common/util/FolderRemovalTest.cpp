@@ -393,17 +393,22 @@ TEST_F(FolderRemoval, LeavesAnImmutableEntryAndRemovesTheRest) {
 }
 
 TEST_F(FolderRemoval, GoesOnAfterAFolderThatCannotBeRead) {
+    if (!runsAsRoot()) {
+        GTEST_SKIP() << "only root can make a folder of somebody else's";
+    }
+    // Its owner is root, so that it can't be opened up.
+    writeFile("gone/closed/file", "x");
+    ASSERT_EQ(::chmod(path("gone/closed").c_str(), 0700), 0);
+    writeFile("gone/b/file", "x");
+    ASSERT_EQ(::chmod(path("gone/b").c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(path("gone").c_str(), 0777), 0);
     asOrdinaryUser([this] {
-        writeFile("gone/closed/file", "x");
-        writeFile("gone/b/file", "x");
-        ASSERT_EQ(::chmod(path("gone/closed").c_str(), 0), 0);
         const CapturedLog log;
         EXPECT_FALSE(remove());
-        EXPECT_EQ(log.lines().size(), 1U) << log.dump();
         EXPECT_TRUE(log.containsCode('E', "logFailure", "openat", EACCES)) << log.dump();
         EXPECT_FALSE(stands("gone/b"));
-        ASSERT_EQ(::chmod(path("gone/closed").c_str(), 0700), 0);
     });
+    EXPECT_TRUE(stands("gone/closed/file"));
 }
 
 TEST_F(FolderRemoval, LeavesNoDescriptor) {
