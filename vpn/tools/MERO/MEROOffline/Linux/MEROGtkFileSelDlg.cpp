@@ -4,6 +4,7 @@
 #include "HandlerGuard.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
+#include "MsgCatalog.h"
 #include "TrText.h"
 #include "UserTexts.h"
 #include "Widgets.h"
@@ -39,8 +40,12 @@ int heightOfTexts(GtkWidget* view, const SelectionIndex& index) {
     return height;
 }
 
+/// The text that rows and records belong together by, with the bytes that it has: two texts that only look
+/// alike once they are made valid are two all the same.
 std::string shownText(const std::string& name) {
-    return CMEROGtkMainWindow::translateText(extractTrText(name));
+    std::string text;
+    MsgCatalog::getMessage(extractTrText(name).c_str(), text);
+    return text;
 }
 
 } // namespace
