@@ -9,7 +9,7 @@ import faults
 
 MEROCLI = os.environ["MEROCLI"]
 # So that all of them together stay below two minutes on two processors.
-STRIDE = {faults.POOL: 7, faults.CHILD: 1}
+STRIDE = {faults.MAIN: 7, faults.POOL: 7, faults.CHILD: 1}
 
 
 class Faults(unittest.TestCase):
@@ -23,6 +23,12 @@ class Faults(unittest.TestCase):
             [sys.executable, "-B", faults.__file__, "--program", MEROCLI, "--jobs", "1", "--every", str(STRIDE[party]),
              "--party", party, "--password", password], stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+
+    def testMainThread(self):
+        self.try_out(faults.MAIN, "without")
+
+    def testMainThreadWithAPassword(self):
+        self.try_out(faults.MAIN, "with")
 
     def testCollectingThread(self):
         self.try_out(faults.POOL, "without")

@@ -127,6 +127,16 @@ TEST_F(RequestRun, FailsWhenTheSummaryHasTheNameOfAFolder) {
         << m_log.dump();
 }
 
+TEST_F(RequestRun, TellsOfASummaryWhoseEndCannotBeWritten) {
+    // A folder of its name stands where the last lines are to go.
+    const std::string text = request({"one"}, named("summary", "summary.txt/s.txt"));
+    EXPECT_EQ(run(writeFile("request.xml", text)), MEROENGINE_ERROR_BUNDLE_INCOMPLETE);
+    unpack();
+    EXPECT_THAT(bundled("summary.txt/s.txt"), HasSubstr("MERO BUNDLE SUMMARY"));
+    EXPECT_THAT(bundled("not-packed.txt"),
+                HasSubstr("\nsummary.txt: lacks its last lines, which could not be written\n"));
+}
+
 TEST_F(RequestRun, PutsSummaryAndCommentsIntoTheFoldersThatTheyName) {
     runRequest(request({"one"}, named("summary", "about/this/s.txt") + named("comments", "about/c.txt") +
                                     "<comments>text</comments>"));

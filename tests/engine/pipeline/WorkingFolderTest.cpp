@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <list>
@@ -202,6 +203,15 @@ TEST_F(WorkingFolderTest, LeavesNothingBehindWhenItCannotHoldTheFolder) {
                (m_log.containsCode('I', "lockFolder", "open", EACCES) ? " logged" : "");
     });
     EXPECT_EQ(child.result(), std::to_string(MEROENGINE_ERROR_ACCESS_DENIED) + " logged");
+    EXPECT_TRUE(fs::is_empty(path()));
+}
+
+TEST_F(WorkingFolderTest, LeavesNothingBehindWhenItCannotLookAtTheFolder) {
+    ChildProcess child([this] {
+        replaceSystemCallWith(SYS_newfstatat, EACCES, 3, AT_SYMLINK_NOFOLLOW);
+        return std::to_string(WorkingFolder(m_plain).claim(false));
+    });
+    EXPECT_EQ(child.result(), std::to_string(MEROENGINE_ERROR_ACCESS_DENIED));
     EXPECT_TRUE(fs::is_empty(path()));
 }
 

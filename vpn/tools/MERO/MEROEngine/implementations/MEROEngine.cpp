@@ -154,7 +154,7 @@ uint32_t MEROEngine::runCollectorThreads() {
     if (code != 0) {
         ZRN_LOG_CODE('W', "MEROEngine::writeFailedFilesToSummary", code);
     }
-    return zipBundle();
+    return zipBundle(code == 0);
 }
 
 /// How many trees there are tells whether it worked.
@@ -337,9 +337,12 @@ uint32_t MEROEngine::checkArchivePath() {
     return fail(kNotZipped, MEROENGINE_ERROR_WRITE_FAILURE);
 }
 
-uint32_t MEROEngine::zipBundle() {
+uint32_t MEROEngine::zipBundle(bool isSummaryWhole) {
     reportStep(96, kZipping);
     PackReport report;
+    if (!isSummaryWhole) {
+        report.add("summary.txt", "lacks its last lines, which could not be written");
+    }
     const uint32_t code = CZip().Zip(m_workingFolder, archivePath(), m_password.view(), true, report);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::Zip", code);

@@ -96,7 +96,8 @@ private:
     void recordFailedGroups(const MEROXmlObject& config, uint32_t index);
     [[nodiscard]] std::string archivePath() const;
     [[nodiscard]] uint32_t checkArchivePath();
-    [[nodiscard]] uint32_t zipBundle();
+    /// A summary that is not whole counts among what could not be packed.
+    [[nodiscard]] uint32_t zipBundle(bool isSummaryWhole);
     /// Reports the end of a run whose bundle stands at its target.
     [[nodiscard]] uint32_t finish(const PackReport& report);
 

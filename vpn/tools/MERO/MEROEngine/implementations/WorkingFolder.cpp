@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,14 +26,14 @@ bool isOurFolder(const struct stat& status) {
     return S_ISDIR(status.st_mode) && status.st_uid == ::geteuid();
 }
 
-/// True if the path still leads to the open folder, and not through a link.
-bool namesFolder(const std::string& path, int folder) {
+/// True if the path still leads to the open folder, and not through a link. None if that can't be told.
+std::optional<bool> namesFolder(const std::string& path, int folder) {
     struct stat named = {};
     struct stat opened = {};
     if (::lstat(path.c_str(), &named) != 0 || ::fstat(folder, &opened) != 0) {
         const int error = errno;
         ZRN_LOG_CODE('I', "stat", error);
-        return false;
+        return error == ENOENT ? std::optional(false) : std::nullopt;
     }
     return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && isOurFolder(named);
 }
@@ -64,8 +65,9 @@ LockResult lockFolder(const std::string& path, FileDescriptor& lockOut) {
         }
     }
     // Whoever deletes a folder holds its lock, so from here on the name stays what it is.
-    if (!namesFolder(path, folder.get())) {
-        return LockResult::InUse;
+    const std::optional<bool> isNamed = namesFolder(path, folder.get());
+    if (isNamed != true) {
+        return isNamed ? LockResult::InUse : LockResult::NotOurs;
     }
     lockOut = std::move(folder);
     return lockError == 0 ? LockResult::Locked : LockResult::NoLocks;
@@ -161,7 +163,7 @@ void WorkingFolder::remove() {
     if (claimed->isKept()) {
         return;
     }
-    if (namesFolder(m_path, claimed->descriptor())) {
+    if (namesFolder(m_path, claimed->descriptor()) == true) {
         // Sub-folders keep the folder alive; that is no failure of the run.
         static_cast<void>(helperUtil::fileDeleteDirectory(m_path));
     } else {
