@@ -405,6 +405,7 @@ TEST_F(FolderRemoval, GoesOnAfterAFolderThatCannotBeRead) {
     asOrdinaryUser([this] {
         const CapturedLog log;
         EXPECT_FALSE(remove());
+        EXPECT_EQ(log.lines().size(), 1U) << log.dump();
         EXPECT_TRUE(log.containsCode('E', "logFailure", "openat", EACCES)) << log.dump();
         EXPECT_FALSE(stands("gone/b"));
     });
