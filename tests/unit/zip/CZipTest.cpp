@@ -3,6 +3,7 @@
 #include "CapturedLog.h"
 #include "ReturnCodes.h"
 #include "Sandbox.h"
+#include "Sanitizers.h"
 
 #include <ctime>
 #include <dirent.h>
@@ -333,6 +334,9 @@ TEST_F(CZipTest, MoreEntriesThanSixteenBitsCountStillOpen) {
 }
 
 TEST_F(CZipTest, StreamsFilesThroughASmallBuffer) {
+    if (kAddressSanitizer) {
+        GTEST_SKIP() << "the sanitizer keeps memory that was let go, and more beside it";
+    }
     const std::string file = writeFile("bundle/big.log", "");
     ASSERT_EQ(::truncate(file.c_str(), 64 << 20), 0);
     rusage before{};
