@@ -94,10 +94,17 @@ class EndOfTheHelper(HeldJob):
         self.wait_until_gone()
         wait_for(lambda: not self.strangers(), lambda: "end of %s" % self.strangers())
 
-    def testByForceIsCleanedUpByTheNext(self):
-        os.kill(self.helper(), signal.SIGKILL)
+    def testByForceTogetherWithItsWorkerIsCleanedUpByTheNext(self):
+        helper, worker = self.helper(), self.worker()
+        # A worker that outlives its helper clears up by itself, so this one may not have a moment to do so.
+        os.kill(worker, signal.SIGSTOP)
+        os.kill(helper, signal.SIGKILL)
+        os.kill(worker, signal.SIGKILL)
         self.wait_until_gone()
+        wait_for(lambda: worker not in processes(), "end of the worker")
         self.assertEqual(len(self.leavings()), 2)
+        # Nobody is left to end the tool.
+        self.gate.open()
         self.expect_next_job()
         self.assertEqual(self.alice.finals(), [])
 
