@@ -15,6 +15,8 @@ from gi.repository import Atspi, GLib  # noqa: E402  (the version has to be chos
 
 MEROUI = os.environ["MEROUI"]
 POLL_SECONDS = 0.05
+# Longer than the wizard takes presses for those of the page before.
+KEY_SECONDS = 1
 LIMIT_SECONDS = 60
 
 CONFIGURATION = """<?xml version="1.0" encoding="UTF-8"?>
@@ -196,6 +198,25 @@ class WizardTest(unittest.TestCase):
     @staticmethod
     def xdotool(*arguments):
         return subprocess.run(["xdotool", *map(str, arguments)], stdout=subprocess.PIPE, check=True, text=True).stdout
+
+    def press_key(self, key, condition, what):
+        """Presses a key until the condition is true. The wizard drops what comes too soon behind a change, so that a
+        press too many goes nowhere."""
+        pressed = []
+
+        def is_done():
+            if condition():
+                return True
+            if not pressed or time.monotonic() - pressed[-1] > KEY_SECONDS:
+                pressed.append(time.monotonic())
+                self.xdotool("key", key)
+            return False
+
+        self.wait_for(is_done, what)
+
+    def is_shown(self, role, name):
+        shown = self.translated(name)
+        return any(self.role(widget) == role and shown in self.names(widget) for widget in self.widgets())
 
     def open_row(self, name):
         self.act(self.row(name)[1], "expand or contract")

@@ -90,30 +90,24 @@ class TypicalWalk(JobTest):
     def testCanBeDoneWithTheEnterKeyAlone(self):
         self.start()
         self.find("label", "Meroscope (MERO)")
-        window = tool("xdotool", "search", "--sync", "--onlyvisible", "--name", "Varnel Corvane").stdout.split()[0]
-        tool("xdotool", "windowfocus", "--sync", window)
+        self.focus_window()
         for header in ("Bundle Creation Option", "Bundle Encryption Option"):
-            tool("xdotool", "key", "Return")
-            self.find("label", header)
-        tool("xdotool", "key", "Return")
-        self.find("push button", "OK")
-        warning = tool("xdotool", "search", "--sync", "--onlyvisible", "--name", "Warning").stdout.split()[0]
-        tool("xdotool", "windowfocus", "--sync", warning)
-        tool("xdotool", "key", "Return")
+            self.press_key("Return", lambda name=header: self.is_shown("label", name), header)
+        self.press_key("Return", lambda: self.is_shown("push button", "OK"), "warning")
+        self.focus_window("Warning")
+        self.press_key("Return", lambda: not self.is_shown("push button", "OK"), "end of the dialog")
         self.find("label", "Bundle Creation Result")
         self.bundle()
-        tool("xdotool", "windowfocus", "--sync", window)
-        tool("xdotool", "key", "Return")
+        self.focus_window()
+        self.press_key("Return", lambda: self.process.poll() is not None, "end of the program")
         self.wait_for_exit()
 
     def testEscapeClosesTheWarning(self):
         self.walk_to_the_encryption_page()
         self.press("Next")
         self.find("push button", "OK")
-        warning = tool("xdotool", "search", "--sync", "--onlyvisible", "--name", "Warning").stdout.split()[0]
-        tool("xdotool", "windowfocus", "--sync", warning)
-        tool("xdotool", "key", "Escape")
-        self.wait_for(lambda: all(widget.get_name() != "OK" for widget in self.widgets()), "end of the dialog")
+        self.focus_window("Warning")
+        self.press_key("Escape", lambda: not self.is_shown("push button", "OK"), "end of the dialog")
         self.find("label", "Bundle Creation Result")
         self.finish()
 

@@ -40,9 +40,12 @@ CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
         return;
     }
 
+    m_pPressFilter = std::make_unique<PressFilter>();
     setUpWidgets();
     changePage(m_currentPage);
     gtk_widget_show(m_pWindow);
+    // It is on its way to the screen only now.
+    guardPresses();
 }
 
 void CMEROGtkMainWindow::claimStoragePath() {
@@ -96,6 +99,7 @@ void CMEROGtkMainWindow::closeWindow() {
         return;
     }
     g_signal_handlers_disconnect_by_func(m_pWindow, reinterpret_cast<gpointer>(&gtk_main_quit), nullptr);
+    m_pPressFilter.reset();
     // This drops the handlers of all the widgets inside, too.
     gtk_widget_destroy(m_pWindow);
     m_pWindow = nullptr;

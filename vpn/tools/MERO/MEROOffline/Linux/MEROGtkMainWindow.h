@@ -8,6 +8,7 @@
 #include "MEROGtkFileSelDlg.h"
 #include "MEROOffline.h"
 #include "Paths.h"
+#include "PressFilter.h"
 #include "StoragePath.h"
 #include "Thread.h"
 #include "WindowRelay.h"
@@ -105,6 +106,8 @@ private:
     /// Takes the chosen file over and shows its name.
     void setTarget(const std::string& path);
     void showMessageDialog(GtkMessageType type, const std::string& title, const char* text);
+    /// What the window shows has changed: presses meant for what it showed before are not for this.
+    void guardPresses();
 
     void showProgress();
     void showResult();
@@ -119,6 +122,7 @@ private:
     static void onEncryptionToggled(GtkToggleButton* button, gpointer window);
     static void onMaskPasswordToggled(GtkToggleButton* button, gpointer window);
     static gboolean onPasswordKeyPress(GtkWidget* widget, GdkEvent* event, gpointer window);
+    static void onDialogClosed(GtkWidget* dialog, gpointer window);
 
     // Idle handlers, on the GTK main thread. `window` is the CMEROGtkMainWindow, which owns itself and
     // removes the handlers still pending before it goes away. A handler shows what the status record holds
@@ -131,6 +135,8 @@ private:
 
     /// Owned by the UI definition; null when there is no window.
     GtkWidget* m_pWindow = nullptr;
+    /// Null when there is no window.
+    std::unique_ptr<PressFilter> m_pPressFilter;
     uint32_t m_currentPage = 0;
     /// Shared with the run that it is used by, which may outlive this window.
     std::shared_ptr<MEROOffline> m_pOffline;

@@ -51,12 +51,19 @@ void CMEROGtkMainWindow::updateNotebookPage(uint32_t page) {
 
 void CMEROGtkMainWindow::changePage(uint32_t page) {
     updateNotebookPage(page);
+    guardPresses();
     m_currentPage = page;
     if (page >= kHeaders.size()) {
         return;
     }
     setLabelText("labelHeaderTitle", translateText(userText(kHeaders.at(page))));
     setUpPage(static_cast<WizardPage>(page));
+}
+
+void CMEROGtkMainWindow::guardPresses() {
+    if (m_pPressFilter != nullptr) {
+        m_pPressFilter->changePage(m_pWindow);
+    }
 }
 
 void CMEROGtkMainWindow::setUpPage(WizardPage page) {

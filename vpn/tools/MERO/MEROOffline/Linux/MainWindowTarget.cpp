@@ -44,7 +44,15 @@ void CMEROGtkMainWindow::showMessageDialog(GtkMessageType type, const std::strin
     gtk_window_set_title(GTK_WINDOW(dialog), displayText(title).c_str());
     gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
     g_signal_connect_swapped(dialog, "response", G_CALLBACK(gtk_widget_destroy), dialog);
+    g_signal_connect(dialog, "destroy", G_CALLBACK(&onDialogClosed), this);
     gtk_widget_show(dialog);
+    if (m_pPressFilter != nullptr) {
+        m_pPressFilter->changePage(dialog);
+    }
+}
+
+void CMEROGtkMainWindow::onDialogClosed(GtkWidget* /*dialog*/, gpointer window) {
+    runHandler(__func__, [&] { static_cast<CMEROGtkMainWindow*>(window)->guardPresses(); });
 }
 
 void CMEROGtkMainWindow::onBrowseClicked(GtkButton* /*button*/, gpointer window) {

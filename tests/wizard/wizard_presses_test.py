@@ -1,0 +1,94 @@
+"""What clicks and keys of a real pointer and keyboard do to the walk."""
+
+import time
+import unittest
+
+from wizard_program import Atspi, JobTest
+
+# Longer than a keyboard waits before it repeats a key, and than a double click.
+HELD_SECONDS = 2
+# How long nothing has to happen for a test to believe that nothing does.
+QUIET_SECONDS = 1
+# Well within a double click.
+BETWEEN_CLICKS_MS = 60
+HEADERS = ("Meroscope (MERO)", "Bundle Creation Option", "Bundle Encryption Option", "Bundle Creation Progress",
+           "Bundle Creation Result")
+
+
+class Presses(JobTest):
+    def setUp(self):
+        super().setUp()
+        self.start()
+        self.find("label", HEADERS[0])
+        self.focus_window()
+        self.look_at_the_page()
+
+    @staticmethod
+    def look_at_the_page():
+        """As long as it takes until a press can only be meant for it."""
+        time.sleep(QUIET_SECONDS)
+
+    def header(self):
+        return next(name for name in (widget.get_name() for widget in self.widgets()) if name in HEADERS)
+
+    def expect_to_stay_on(self, header):
+        """It is there and goes no further."""
+        self.find("label", header)
+        time.sleep(QUIET_SECONDS)
+        self.assertEqual(self.header(), header)
+
+    def click_twice(self, name):
+        place = Atspi.Component.get_extents(self.find("push button", name), Atspi.CoordType.SCREEN)
+        self.xdotool("mousemove", "--sync", place.x + place.width // 2, place.y + place.height // 2,
+                     "click", "--repeat", 2, "--delay", BETWEEN_CLICKS_MS, 1)
+
+    def hold(self, key):
+        self.xdotool("keydown", key)
+        time.sleep(HELD_SECONDS)
+
+    def walk_to(self, header):
+        while self.header() != header:
+            before = self.header()
+            self.press("Next")
+            self.wait_for(lambda was=before: self.header() != was, "next page")
+
+    def testOfADoubleClickOnNextLeadOnePageOn(self):
+        for header in HEADERS[1:3]:
+            self.click_twice("Next")
+            self.expect_to_stay_on(header)
+
+    def testOfADoubleClickOnBackLeadOnePageBack(self):
+        self.walk_to(HEADERS[2])
+        self.look_at_the_page()
+        self.click_twice("Back")
+        self.expect_to_stay_on(HEADERS[1])
+
+    def testOfAHeldReturnLeadOnePageOn(self):
+        for header in HEADERS[1:3]:
+            self.hold("Return")
+            self.xdotool("keyup", "Return")
+            self.expect_to_stay_on(header)
+
+    def testOfAHeldSpaceLeadOnePageOn(self):
+        self.hold("space")
+        self.xdotool("keyup", "space")
+        self.expect_to_stay_on(HEADERS[1])
+
+    def testOfAHeldReturnLeaveTheWarningAlone(self):
+        self.walk_to(HEADERS[2])
+        self.look_at_the_page()
+        self.xdotool("keydown", "Return")
+        self.find("push button", "OK")
+        self.focus_window("Warning")
+        time.sleep(HELD_SECONDS)
+        self.find("push button", "OK")
+        self.xdotool("keyup", "Return")
+        self.press_key("Return", lambda: all(widget.get_name() != "OK" for widget in self.widgets()), "end of the dialog")
+
+    def testOfAQuickReturnBehindReturnAreForTheFormerPage(self):
+        self.xdotool("key", "--delay", BETWEEN_CLICKS_MS, "Return", "Return", "Return")
+        self.expect_to_stay_on(HEADERS[1])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
