@@ -1,11 +1,10 @@
 #include "WipedString.h"
 
+#include "HeapWatch.h"
+
 #include <array>
-#include <atomic>
-#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <new>
 #include <string>
 #include <string_view>
@@ -15,61 +14,6 @@ namespace {
 
 /// Stands all over the secrets of these tests and nowhere else.
 constexpr std::string_view kSecret = "hunter2!";
-
-std::atomic<bool> g_watching = false;
-std::atomic<int> g_blocksFreed = 0;
-std::atomic<int> g_secretsFreed = 0;
-
-/// Looks at the whole of a block that is about to be freed.
-void inspect(const void* block) {
-    if (block == nullptr || !g_watching) {
-        return;
-    }
-    ++g_blocksFreed;
-    if (::memmem(block, ::malloc_usable_size(const_cast<void*>(block)), // NOLINT(*-const-cast): C's signature
-                 kSecret.data(), kSecret.size()) != nullptr) {
-        ++g_secretsFreed;
-    }
-}
-
-} // namespace
-
-// The heap of this program tells what stands in the blocks that it gets back. The C functions below are what
-// such operators are made of.
-// NOLINTBEGIN(cppcoreguidelines-no-malloc,misc-new-delete-overloads)
-void* operator new(std::size_t size) {
-    if (void* const block = std::malloc(size == 0 ? 1 : size)) {
-        return block;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept {
-    inspect(block);
-    std::free(block);
-}
-void operator delete(void* block, std::size_t /*size*/) noexcept {
-    inspect(block);
-    std::free(block);
-}
-// NOLINTEND(cppcoreguidelines-no-malloc,misc-new-delete-overloads)
-
-namespace {
-
-/// Watches the blocks freed while it lives.
-class HeapWatch {
-public:
-    HeapWatch() {
-        g_blocksFreed = 0;
-        g_secretsFreed = 0;
-        g_watching = true;
-    }
-    ~HeapWatch() { g_watching = false; }
-    HeapWatch(const HeapWatch&) = delete;
-    HeapWatch& operator=(const HeapWatch&) = delete;
-
-    [[nodiscard]] static int blocksFreed() { return g_blocksFreed; }
-    [[nodiscard]] static int secretsFreed() { return g_secretsFreed; }
-};
 
 /// A secret that needs heap storage.
 std::string longSecret() {
@@ -87,7 +31,7 @@ bool showsSecret(const void* object, std::size_t sizeBytes) {
 
 TEST(HeapWatchTest, NoticesASecretThatIsFreed) {
     std::string plain = longSecret();
-    const HeapWatch watch;
+    const HeapWatch watch(kSecret);
     std::string().swap(plain);
     EXPECT_EQ(HeapWatch::secretsFreed(), 1);
 }
@@ -122,7 +66,7 @@ TEST(WipedString, LongSecretIsGoneWhenCleared) {
 
 TEST(WipedString, LongSecretIsGoneWhenDestroyed) {
     const std::string source = longSecret();
-    const HeapWatch watch;
+    const HeapWatch watch(kSecret);
     { const WipedString secret(source); }
     EXPECT_EQ(HeapWatch::blocksFreed(), 1);
     EXPECT_EQ(HeapWatch::secretsFreed(), 0);
@@ -130,7 +74,7 @@ TEST(WipedString, LongSecretIsGoneWhenDestroyed) {
 
 TEST(WipedString, BytesBehindAShortenedSecretAreWipedToo) {
     const std::string source = longSecret();
-    const HeapWatch watch;
+    const HeapWatch watch(kSecret);
     {
         WipedString secret(source);
         secret.clear();
@@ -140,7 +84,7 @@ TEST(WipedString, BytesBehindAShortenedSecretAreWipedToo) {
 }
 
 TEST(WipedString, GrowingLeavesNoSecretBehind) {
-    const HeapWatch watch;
+    const HeapWatch watch(kSecret);
     {
         WipedString secret;
         for (int round = 0; round < 1000; ++round) {
@@ -223,7 +167,7 @@ TEST(WipedString, MoveEmptiesTheSourceAndWipesIt) {
 
 TEST(WipedString, AssignmentWipesTheFormerContent) {
     const std::string source = longSecret();
-    const HeapWatch watch;
+    const HeapWatch watch(kSecret);
     {
         WipedString secret(source);
         secret = std::string_view("short");
@@ -273,7 +217,7 @@ TEST(WipedString, TrimTakesWhiteSpaceOffBothEnds) {
 
 TEST(WipedString, TrimLeavesNoSecretBehind) {
     const std::string source = "  " + longSecret() + "  ";
-    const HeapWatch watch;
+    const HeapWatch watch(kSecret);
     {
         WipedString secret(source);
         secret.trim();
@@ -285,7 +229,7 @@ TEST(WipedString, TrimLeavesNoSecretBehind) {
 TEST(WipedString, PlainStringIsWipedInPlace) {
     {
         std::string text = longSecret();
-        const HeapWatch watch;
+        const HeapWatch watch(kSecret);
         wipe(text);
         EXPECT_TRUE(text.empty());
         std::string().swap(text);
@@ -299,7 +243,7 @@ TEST(WipedString, PlainStringIsWipedInPlace) {
 
 TEST(WipedString, SwapOfOwnersNeverFreesASecret) {
     const std::string source = longSecret();
-    const HeapWatch watch;
+    const HeapWatch watch(kSecret);
     {
         WipedString one(source);
         WipedString two(source);
