@@ -1,6 +1,6 @@
 #include "MsgCatalog.h"
 #include "ReturnCodes.h"
-#include "StoragePath.h"
+#include "UsedLanguage.h"
 #include "UserTexts.h"
 #include "WizardFixture.h"
 #include "WizardLanguage.h"
@@ -55,23 +55,9 @@ std::vector<std::string> clippedTexts(GtkWidget* window) {
 /// The wizard in a language that the build has a catalogue of.
 class Languages : public Wizard, public testing::WithParamInterface<const char*> {
 public:
-    ~Languages() override {
-        m_window.reset();
-        CStoragePath::releaseInstance(m_paths);
-        gtk_widget_set_default_direction(GTK_TEXT_DIR_LTR);
-        useLanguage("c");
-    }
+    ~Languages() override { m_window.reset(); }
 
 protected:
-    Languages() { EXPECT_EQ(CStoragePath::CreateSingletonInstance(m_paths), 0U); }
-
-    static void useLanguage(const std::string& code) {
-        MsgCatalog::setLocalizationPath(WIZARD_PROGRAM_FOLDER);
-        MsgCatalog::clearCatalogName();
-        MsgCatalog::unloadCatalog();
-        MsgCatalog::init("Trellink", "CorvaneDefault", code);
-    }
-
     void expectWholeTexts() const {
         settle();
         GtkWidget* const window = LookUpWidget("windowMain", GTK_TYPE_WINDOW);
@@ -83,11 +69,11 @@ protected:
         EXPECT_LE(gtk_widget_get_allocated_height(window), kScreenHeight);
     }
 
-    CStoragePath* m_paths = nullptr;
+private:
+    const UsedLanguage m_language{GetParam()};
 };
 
 TEST_P(Languages, FitIntoTheirPlacesOnAllPages) {
-    useLanguage(GetParam());
     for (const WizardPage target : {WizardPage::Welcome, WizardPage::BundleType, WizardPage::FileSelection,
                                     WizardPage::Target, WizardPage::Encryption}) {
         m_window.reset();
@@ -103,7 +89,6 @@ TEST_P(Languages, FitIntoTheirPlacesOnAllPages) {
 }
 
 TEST_P(Languages, FitIntoTheirPlacesOnTheLastPages) {
-    useLanguage(GetParam());
     walkTo(WizardPage::Progress);
     for (const char* message : {"Parsing request and configuration XMLs...",
                                 R"(Processing _tr("What the programs of the desktop session print")...)",
@@ -127,7 +112,6 @@ TEST_P(Languages, FitIntoTheirPlacesOnTheLastPages) {
 }
 
 TEST_P(Languages, MirrorTheWindowIfTheyAreWrittenFromTheRight) {
-    useLanguage(GetParam());
     open();
     GtkWidget* const window = LookUpWidget("windowMain", GTK_TYPE_WINDOW);
     ASSERT_NE(window, nullptr);
@@ -136,7 +120,6 @@ TEST_P(Languages, MirrorTheWindowIfTheyAreWrittenFromTheRight) {
 }
 
 TEST_P(Languages, TranslateEveryTextOfTheTable) {
-    useLanguage(GetParam());
     for (const char* text : allUserTexts()) {
         std::string translated;
         MsgCatalog::getMessage(text, translated);
@@ -149,7 +132,6 @@ TEST_P(Languages, TranslateEveryTextOfTheTable) {
 }
 
 TEST_P(Languages, KeepTheNameOfAToolThatRunsForLong) {
-    useLanguage(GetParam());
     const std::string shown =
         shownReport("Still running slow%s, please be patient as this may take a few minutes...");
     EXPECT_NE(shown.find("slow%s"), std::string::npos) << shown;
@@ -157,7 +139,6 @@ TEST_P(Languages, KeepTheNameOfAToolThatRunsForLong) {
 }
 
 TEST_P(Languages, KeepTheCountAndTheListOfABundleThatLacksFiles) {
-    useLanguage(GetParam());
     const std::string shown = shownReport("1234 files could not be packed, see not-packed-2.txt");
     const std::size_t count = shown.find("1234");
     EXPECT_NE(count, std::string::npos) << shown;
