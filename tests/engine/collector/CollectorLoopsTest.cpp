@@ -1,5 +1,6 @@
 #include "CollectorTest.h"
 #include "Progress.h"
+#include "ProgressLock.h"
 #include "ReturnCodes.h"
 
 #include <filesystem>
@@ -55,6 +56,14 @@ TEST_F(CollectorCollect, ReportsEachItemWithThePercentageSoFar) {
     collectWell(group(logItem("a") + logItem("b")));
     EXPECT_THAT(m_listener.reports(),
                 ElementsAre(step(46, "Processing about a..."), step(46, "Processing about b...")));
+}
+
+TEST_F(CollectorCollect, HoldsTheLockOfTheProgressDuringTheReportOfAnItem) {
+    bool locked = false;
+    m_listener.onMessage("Processing about a...", [&locked] { locked = isProgressLocked(); });
+    collectWell(group(logItem("a")));
+    EXPECT_TRUE(locked);
+    EXPECT_FALSE(isProgressLocked());
 }
 
 TEST_F(CollectorCollect, LogsEachItemWithItsThread) {

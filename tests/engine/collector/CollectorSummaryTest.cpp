@@ -14,7 +14,9 @@
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::Ge;
 using ::testing::HasSubstr;
+using ::testing::Le;
 using ::testing::Not;
 using ::testing::StartsWith;
 
@@ -70,8 +72,12 @@ TEST_F(CollectorSummary, TreeHasItsFourParts) {
 
 TEST_F(CollectorSummary, MainInfoTellsTimeSystemUserAndBundle) {
     m_target = "./out.zip";
+    setEnvironment("TZ", "SUMMER-3");
+    ::tzset();
     initialize();
+    const std::time_t before = std::time(nullptr);
     EXPECT_EQ(m_collector->fillInSummaryMainInfo(), 0u);
+    const std::time_t after = std::time(nullptr);
     const std::vector<std::string> lines = entries("Main_Info");
     ASSERT_EQ(lines.size(), 4u);
     std::tm time = {};
@@ -79,6 +85,8 @@ TEST_F(CollectorSummary, MainInfoTellsTimeSystemUserAndBundle) {
     // The zone behind the year is text of its own, which std::get_time doesn't read.
     text >> std::get_time(&time, "Time:=%a %b %d %H:%M:%S %Y ");
     EXPECT_TRUE(text) << lines[0];
+    EXPECT_THAT(std::mktime(&time), AllOf(Ge(before), Le(after)));
+    EXPECT_THAT(lines[0], EndsWith(" SUMMER"));
     EXPECT_EQ(lines[1], "OS:=" + getOSSummaryLine());
     EXPECT_EQ(lines[2], "User Name:=jane");
     EXPECT_EQ(lines[3], "Bundle on client computer:=" + path("out.zip"));
