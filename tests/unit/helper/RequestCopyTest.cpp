@@ -509,6 +509,14 @@ TEST_F(RequestCopyRace, AReaderThatTheCallerStopsIsARefusalAfterTheTimeLimit) {
     EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(kRequestTimeoutMs));
 }
 
+TEST_F(RequestCopyRace, AReaderThatTheCallerStopsHoldsNobodyUpForLong) {
+    const std::string request = usersFile("request.xml", "abc");
+    const ReadGate gate(request, [](pid_t reader) { EXPECT_EQ(::kill(reader, SIGSTOP), 0); });
+    const Clock::time_point start = Clock::now();
+    expectRefused(request, because("the reader gave no answer", ETIMEDOUT));
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(30));
+}
+
 TEST_F(RequestCopyRace, TheReaderEndsWithItsParent) {
     const std::string request = usersFile("request.xml", "abc");
     const pid_t parent = ::fork();

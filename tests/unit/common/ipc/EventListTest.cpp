@@ -225,6 +225,18 @@ TEST_F(EventList, SleepsWhenItIsEmpty) {
     expectSilence();
 }
 
+TEST_F(EventList, WaitsNotMuchLongerThanItsTime) {
+    constexpr uint32_t kTimeMs = 300;
+    constexpr auto kLimit = std::chrono::milliseconds(2500);
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(m_list.WaitOnEvents(kTimeMs), 0U) << "it sleeps when it is empty";
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit);
+    const Event event = makeAlways(1);
+    start = std::chrono::steady_clock::now();
+    EXPECT_EQ(m_list.WaitOnEvents(kTimeMs), EVENT_ERROR_WAIT_TIMEOUT);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit);
+}
+
 TEST_F(EventList, WaitLastsForItsTime) {
     constexpr auto kTime = std::chrono::milliseconds(50);
     const Event event = makeAlways(1);

@@ -79,6 +79,12 @@ TEST(Clock, SleepsAtLeastAsLongAsAsked) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
 }
 
+TEST(Clock, SleepsNotMuchLongerThanAsked) {
+    const auto start = std::chrono::steady_clock::now();
+    sleepMsecs(300);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2500));
+}
+
 TEST(Clock, TakesTheMicrosecondsOfASleepInThirtyTwoBits) {
     const auto start = std::chrono::steady_clock::now();
     sleepMsecs(4294968); // 704 microseconds beyond the wrap
