@@ -1,6 +1,8 @@
 #include "DocumentTest.h"
 #include "Handles.h"
+#include "InChild.h"
 #include "ReturnCodes.h"
+#include "SystemCallFilter.h"
 #include "ZMTSaxParser.h"
 
 #include <arpa/inet.h>
@@ -94,6 +96,27 @@ TEST_F(DocumentSourceTest, AnEmptyFileIsMalformed) {
 TEST_F(DocumentSourceTest, AReadErrorIsLoggedAndFails) {
     EXPECT_EQ(parseFile("/proc/self/mem"), GLOBAL_ERROR_UNEXPECTED);
     EXPECT_TRUE(m_log.containsCode('E', "readFile", "read", EIO)) << m_log.dump();
+}
+
+/// Has every read fail from the end of the root element on; for a process of the test's own.
+class UnreadableTailMgr : public RecordingMgr {
+public:
+    void endElement(const std::string& name) override {
+        RecordingMgr::endElement(name);
+        replaceSystemCall(SYS_read, EIO);
+    }
+};
+
+TEST_F(DocumentSourceTest, AReadErrorBehindAWholeRootFails) {
+    // Far more than is read at a time.
+    const std::string file = writeFile("a.xml", "<a/>" + std::string(1'000'000, '\n'));
+    inChild([&] {
+        UnreadableTailMgr manager;
+        EXPECT_EQ(ZMTSaxParser(&manager).startParser(file, kParseFile), GLOBAL_ERROR_UNEXPECTED);
+        EXPECT_EQ(manager.m_events, kOneElement);
+        EXPECT_TRUE(m_log.containsCode('E', "readFile", "read", EIO)) << m_log.dump();
+    });
+    EXPECT_EQ(parseFile(file), 0U) << "where all of it can be read";
 }
 
 TEST_F(DocumentSourceTest, APathWithANulByteNamesNoFile) {
