@@ -12,11 +12,16 @@
 namespace helperUtil {
 
 uint32_t fileDelete(const std::string& path) {
-    const int error = removeFile(path.c_str());
-    if (error == 0 || error == ENOENT) {
+    int error = 0;
+    return fileDelete(path, error);
+}
+
+uint32_t fileDelete(const std::string& path, int& errorOut) {
+    errorOut = removeFile(path.c_str());
+    if (errorOut == 0 || errorOut == ENOENT) {
         return 0;
     }
-    ZRN_LOG_CODE('E', "unlink_file", error);
+    ZRN_LOG_CODE('E', "unlink_file", errorOut);
     return MEROENGINE_ERROR_UNEXPECTED;
 }
 
