@@ -24,7 +24,8 @@ class CommandLine(ConsoleTest):
         for command in OPTIONS:
             self.assertRegex(output, r"(?m)^  " + command + " ")
         self.assertIn("Run 'merocli COMMAND --help' for the options of a command.", output)
-        self.assertIn("Exit status: 0 done, 1 failed, 2 the command line is wrong.", output)
+        self.assertIn("Exit status: 0 done, 1 failed, 2 the command line is wrong, "
+                      "3 the bundle was written but lacks files.", " ".join(output.split()))
 
     def testHelpOfACommandNamesEveryOptionAndTheExitStatus(self):
         for command, options in OPTIONS.items():

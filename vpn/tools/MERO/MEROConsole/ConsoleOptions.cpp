@@ -19,8 +19,10 @@ struct CommandLine {
     CommandLine() {
         app.set_version_flag("--version", kVersionText, "Print the version and exit");
         app.require_subcommand(0, 1); // none is told in words of our own, after arguments that nobody knows
-        app.footer("Run 'merocli COMMAND --help' for the options of a command.\n"
-                   "Exit status: 0 done, 1 failed, 2 the command line is wrong.");
+        app.footer(
+            "Run 'merocli COMMAND --help' for the options of a command.\n"
+            "Exit status: 0 done, 1 failed, 2 the command line is wrong, 3 the bundle was written but lacks "
+            "files.");
     }
 
     /// Checks and completes the options. Throws UsageError.
