@@ -89,6 +89,7 @@ void ReplacementFile::discard() noexcept {
         // The failure that led here is the one to tell.
         static_cast<void>(::unlinkat(m_folder.get(), m_hiddenName.c_str(), 0));
     }
+    m_listed.drop();
     m_file.reset();
 }
 
@@ -100,10 +101,16 @@ Failure ReplacementFile::create() noexcept {
     if (createNameless()) {
         return {};
     }
+    m_listed.list(m_folder.get(), m_hiddenName.c_str());
     m_file.reset(::openat(m_folder.get(), m_hiddenName.c_str(),
                           O_CREAT | O_EXCL | O_NOFOLLOW | O_RDWR | O_CLOEXEC, kPrivateFileMode));
-    m_isNamed = static_cast<bool>(m_file);
-    return m_file ? Failure{} : failed(Call::CreateFile);
+    if (!m_file) {
+        const Failure failure = failed(Call::CreateFile);
+        m_listed.drop();
+        return failure;
+    }
+    m_isNamed = true;
+    return {};
 }
 
 /// A process that is not dumpable, and one without /proc, could not give the file its name in the end.
@@ -118,10 +125,16 @@ bool ReplacementFile::createNameless() noexcept {
 }
 
 Failure ReplacementFile::giveName() noexcept {
+    if (m_isNamed) {
+        return {};
+    }
     // A link never takes the place of another file, so the file gets its hidden name first.
-    if (!m_isNamed && ::linkat(AT_FDCWD, DescriptorPath(m_file.get()).get(), m_folder.get(),
-                               m_hiddenName.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-        return failed(Call::Link);
+    m_listed.list(m_folder.get(), m_hiddenName.c_str());
+    if (::linkat(AT_FDCWD, DescriptorPath(m_file.get()).get(), m_folder.get(), m_hiddenName.c_str(),
+                 AT_SYMLINK_FOLLOW) != 0) {
+        const Failure failure = failed(Call::Link);
+        m_listed.drop();
+        return failure;
     }
     m_isNamed = true;
     return {};
@@ -142,6 +155,7 @@ Failure ReplacementFile::place() noexcept {
         return failed(Call::Rename);
     }
     m_isNamed = false;
+    m_listed.drop();
     synchronizeFolder(m_folder.get());
     return {};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Handles.h"
+#include "HiddenFiles.h"
 
 #include <string>
 #include <sys/types.h>
@@ -19,8 +20,8 @@
 /// under its final name and what stood there is untouched until then. Its rights are 0600, whatever the
 /// umask. Where the file system and /proc allow it the file has no name before the last step and vanishes
 /// with the process; otherwise it has a hidden one beside its place. What was not put in its place is removed
-/// at the end of the object's life. One thread. Nothing here logs, and once made it takes no memory and makes
-/// plain system calls only, so that a forked child may use it.
+/// at the end of the object's life, and by removeHiddenFiles. One thread. Nothing here logs, and once made it
+/// takes no memory and makes plain system calls only, so that a forked child may use it.
 class ReplacementFile {
 public:
     /// The calls that can fail.
@@ -63,6 +64,8 @@ private:
     FileDescriptor m_file;
     /// A file of the hidden name is there, and ours.
     bool m_isNamed = false;
+    /// Listed for as long as it may be there.
+    HiddenFile m_listed;
 };
 
 /// The system call behind a failure, for a line of the log.

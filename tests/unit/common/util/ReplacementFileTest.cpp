@@ -76,6 +76,25 @@ TEST_F(ReplacementFileTest, GoesWithItsObjectOrBefore) {
     });
 }
 
+TEST_F(ReplacementFileTest, GoesWithTheHiddenFilesUntilItIsInItsPlace) {
+    inChild([this] {
+        needNames();
+        {
+            ReplacementFile file(path("a"), ".hidden");
+            fill(file);
+            ASSERT_FALSE(file.place().happened());
+            writeFile(".hidden", "somebody else's");
+            removeHiddenFiles();
+            EXPECT_THAT(names(), UnorderedElementsAre("a", ".hidden"));
+            fs::remove(path(".hidden"));
+        }
+        ReplacementFile file(path("b"), ".hidden");
+        fill(file);
+        removeHiddenFiles();
+        EXPECT_THAT(names(), UnorderedElementsAre("a"));
+    });
+}
+
 TEST_F(ReplacementFileTest, IsForItsOwnerAloneInAnyFolder) {
     const mode_t former = ::umask(0);
     {

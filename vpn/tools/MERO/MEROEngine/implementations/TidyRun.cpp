@@ -3,6 +3,7 @@
 #include "ChildSetup.h"
 #include "CleanUp.h"
 #include "Descendants.h"
+#include "HiddenFiles.h"
 #include "RunFolder.h"
 #include "StopRequest.h"
 
@@ -54,5 +55,6 @@ uint32_t runTidily(MEROEngine& engine, FolderAfterRun folderAfterRun, std::strin
 void endRunsByForce() noexcept {
     requestStop();
     endAllStarted();
+    removeHiddenFiles();
     runCleanUps();
 }

@@ -1,5 +1,6 @@
 #include "StopSignals.h"
 
+#include "HiddenFiles.h"
 #include "Log.h"
 #include "StopRequest.h"
 
@@ -32,6 +33,8 @@ void handleStopSignal(int signalNumber) noexcept {
         requestStop();
         return;
     }
+    // A bundle is large, and nobody would find it under its hidden name.
+    removeHiddenFiles();
     dieBySignal(signalNumber);
 }
 

@@ -1,0 +1,56 @@
+#include "StopSignals.h"
+
+#include "InChild.h"
+#include "ReplacementFile.h"
+#include "StopRequest.h"
+#include "SystemCallFilter.h"
+
+#include <fcntl.h>
+
+namespace {
+
+class StopSignals : public Sandbox {
+protected:
+    /// Runs a body in a process of its own. @return the signal that it has died by; 0 for none.
+    static int signalOf(const std::function<void()>& body) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            body();
+            ::_exit(0);
+        }
+        int status = 0;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    }
+};
+
+TEST_F(StopSignals, FirstOneIsAWishAndTheSecondTheEnd) {
+    EXPECT_EQ(signalOf([] {
+                  stopOnSignals();
+                  ::raise(SIGHUP);
+                  if (!isStopRequested() || stopSignal() != SIGHUP) {
+                      return;
+                  }
+                  ::raise(SIGTERM);
+              }),
+              SIGTERM);
+}
+
+TEST_F(StopSignals, SecondOneLeavesNoPartOfAFileBehind) {
+    const std::string place = path("bundle.zip");
+    EXPECT_EQ(signalOf([&place] {
+                  replaceSystemCallWith(SYS_openat, EOPNOTSUPP, 2, O_TMPFILE & ~O_DIRECTORY);
+                  stopOnSignals();
+                  ReplacementFile file(place, ".hidden");
+                  if (file.create().happened() || ::access(".hidden", F_OK) != 0) {
+                      return;
+                  }
+                  ::raise(SIGINT);
+                  ::raise(SIGINT);
+              }),
+              SIGINT);
+    EXPECT_FALSE(exists(".hidden"));
+    EXPECT_FALSE(exists("bundle.zip"));
+}
+
+} // namespace
