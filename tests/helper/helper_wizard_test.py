@@ -3,10 +3,11 @@
 import os
 import pwd
 import subprocess
+import threading
 
 import helper_machine
-from helper_machine import ALICE, BASE, read, write
-from helper_world import SECRET, SECRET_FILE, HelperTest
+from helper_machine import ALICE, BASE, children, read, write
+from helper_world import LOG, SECRET, SECRET_FILE, GLib, HelperTest
 
 SOURCES = os.environ["MERO_SOURCE_DIR"]
 WIZARD_FOLDER = os.path.dirname(os.environ["MEROUI"])
@@ -29,6 +30,7 @@ LAUNCHER = read(SOURCES + "/tests/support/with-display.sh")
 SCRIPTS = {"wizard_walk.py": read(SOURCES + "/tests/helper/wizard_walk.py"),
            "wizard_program.py": read(SOURCES + "/tests/wizard/wizard_program.py")}
 WALK_LIMIT_SECONDS = 150
+ASKED = BASE + "/walk/asked"
 
 
 class WizardOfAUser(HelperTest):
@@ -47,7 +49,7 @@ class WizardOfAUser(HelperTest):
         entry = pwd.getpwnam(ALICE)
         variables = {key: value for key, value in os.environ.items() if not key.startswith(("DBUS_", "ZRN_", "XDG_"))}
         variables.update(HOME=entry.pw_dir, USER=ALICE, LOGNAME=ALICE, TMPDIR="/tmp", MEROUI=BASE + "/wizard/meroui",
-                         MERO_HELPER_BUS=self.address, MERO_SECRET_FILE=SECRET_FILE, MERO_SECRET=SECRET)
+                         MERO_HELPER_BUS=self.address, MERO_SECRET_FILE=SECRET_FILE, MERO_SECRET=SECRET, MERO_ASKED=ASKED)
         if "LSAN_OPTIONS" in variables:
             variables["LSAN_OPTIONS"] = "suppressions=%s/lsan.supp:print_suppressions=0" % BASE
         walk = subprocess.run(
@@ -65,6 +67,23 @@ class WizardOfAUser(HelperTest):
     def testCollectsByItselfWithoutPermission(self):
         self.start_polkit_stand_in(allowed=False)
         self.walk("testWithoutPermission")
+
+    def testCancelledDuringTheQuestionEndsItsJob(self):
+        self.start_polkit_stand_in(silent=True)
+
+        def tell():
+            self.wait_for_question()
+            write(ASKED, "")
+
+        teller = threading.Thread(target=tell)
+        teller.start()
+        self.walk("testCancelledDuringTheQuestion")
+        teller.join()
+        # A yes comes too late.
+        self.tell_polkit("SimulateHang", GLib.Variant("(b)", (False,)))
+        self.tell_polkit("ReleaseHangingCalls")
+        self.assertEqual(children(self.helper()), set())
+        self.assertIn("the caller has gone", read(LOG).decode())
 
     def testCollectsByItselfWithoutPolkit(self):
         self.walk("testWithoutPermission")

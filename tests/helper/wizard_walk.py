@@ -3,6 +3,7 @@
 import os
 import stat
 import sys
+import time
 import unittest
 import zipfile
 
@@ -12,6 +13,8 @@ from wizard_program import JobTest
 SECRET_FILE = os.environ["MERO_SECRET_FILE"]
 PARTIAL = ("MERO will only collect partial diagnostic information. For a complete log collection, authenticate as an "
            "administrator.")
+# The window goes at once; nothing is left to wait for.
+END_SECONDS = 3
 COLLECTED_BY_THE_HELPER = "collected/secret/" + os.path.basename(SECRET_FILE)
 
 
@@ -49,6 +52,18 @@ class Walk(JobTest):
             self.assertNotIn(COLLECTED_BY_THE_HELPER, archive.namelist())
         self.finish()
         self.assertIn("Start MERO directly without helper...", self.read_log())
+
+    def testCancelledDuringTheQuestion(self):
+        self.walk_to_the_encryption_page()
+        self.press("Next")
+        self.find("label", "Bundle Creation Progress")
+        self.wait_for(lambda: os.path.exists(os.environ["MERO_ASKED"]), "question")
+        self.find("label", "Bundle Creation Progress")
+        self.press("Cancel")
+        start = time.monotonic()
+        self.wait_for_exit()
+        self.assertLess(time.monotonic() - start, END_SECONDS)
+        self.assertEqual(os.listdir(self.path("home", "Desktop")), [])
 
 
 if __name__ == "__main__":

@@ -93,12 +93,12 @@ using RunningJob = Wizard;
 TEST_F(RunningJob, ThatGetsNoThreadShowsItsFailure) {
     open();
     // What GLib needs for the bus is made by then.
-    m_window->startMERO("first.xml");
+    startMERO("first.xml");
     settle();
     EXPECT_NE(page(), static_cast<int>(WizardPage::Result));
     {
         const NoNewThreads limit;
-        m_window->startMERO("second.xml");
+        startMERO("second.xml");
     }
     settle();
     EXPECT_EQ(page(), static_cast<int>(WizardPage::Result));
@@ -131,9 +131,9 @@ TEST_F(RunningJob, ReportsToTheWindowThatStartedIt) {
 TEST_F(RunningJob, IsLetGoForTheNextOne) {
     HeldJobs held;
     open();
-    m_window->startMERO("first.xml");
+    startMERO("first.xml");
     held.waitForOne();
-    m_window->startMERO("second.xml");
+    startMERO("second.xml");
     ASSERT_EQ(recordedJobs().size(), 2U);
     EXPECT_EQ(recordedJobs().back().requestPath, "second.xml");
     held.release();

@@ -1,3 +1,4 @@
+#include "BackgroundRun.h"
 #include "PrivateBus.h"
 #include "ReturnCodes.h"
 #include "StandInHelper.h"
@@ -75,7 +76,7 @@ TEST_F(HelperJob, TakenByTheHelperDoesNotRunHere) {
 TEST_F(HelperJob, SendsItsRequestFile) {
     startHelper();
     open();
-    m_window->startMERO(path("request.xml"));
+    startMERO(path("request.xml"));
     ASSERT_EQ(m_helper->starts().size(), 1U);
     EXPECT_THAT(m_helper->starts().front(), testing::Contains(Pair("MERORequestDir", path("request.xml"))));
     EXPECT_THAT(recordedJobs(), IsEmpty());
@@ -168,7 +169,7 @@ TEST_F(HelperJob, RefusedByTheHelperRunsHereWithTheSamePassword) {
 TEST_F(HelperJob, RefusedByTheHelperRunsHereWithTheSameRequest) {
     startHelper(Answer::Refused);
     open();
-    m_window->startMERO(path("request.xml"));
+    startMERO(path("request.xml"));
     EXPECT_THAT(m_helper->starts().at(0), testing::Contains(Pair("MERORequestDir", path("request.xml"))));
     expectFallback(path("request.xml"), "");
 }
@@ -259,7 +260,7 @@ TEST_F(HelperJob, CancelledTellsTheHelperNothing) {
 TEST_F(HelperJob, AfterAnotherIsReportedOnce) {
     startHelper();
     walkTo(WizardPage::Progress);
-    m_window->startMERO(path("second.xml"));
+    startMERO(path("second.xml"));
     EXPECT_EQ(m_helper->starts().size(), 2U);
     m_helper->report(0, 100, "end");
     waitUntil([] { return page() == static_cast<int>(WizardPage::Result); });
@@ -274,9 +275,75 @@ TEST_F(HelperJob, ReportedAfterTheWindowsEndGoesNowhere) {
     m_helper->report(0, 100, "late");
     settle();
     open();
-    m_window->startMERO("");
+    startMERO("");
     m_helper->report(MEROOFFLINE_ERROR_PROCESSING, 5, "new window");
     waitForLabel("new window");
+}
+
+/// The helper, or whoever it asks, takes its time.
+class SlowHelper : public HelperJob {
+protected:
+    /// Leaves the encryption page, and returns when the helper was asked.
+    void ask() {
+        walkTo(WizardPage::Encryption);
+        gtk_button_clicked(GTK_BUTTON(LookUpWidget("buttonNext")));
+        waitUntil([this] { return m_helper->starts().size() == 1; });
+        EXPECT_TRUE(m_window->isAskingHelper());
+    }
+};
+
+TEST_F(SlowHelper, LeavesTheProgressPageAlive) {
+    startHelper(Answer::None);
+    ask();
+    EXPECT_EQ(page(), static_cast<int>(WizardPage::Progress));
+    EXPECT_EQ(label("labelHeaderTitle"), "Bundle Creation Progress");
+    bool isPainted = false;
+    g_signal_connect(LookUpWidget("progressBar"), "draw",
+                     G_CALLBACK(+[](GtkWidget* /*bar*/, cairo_t* /*cairo*/, gpointer painted) -> gboolean {
+                         *static_cast<bool*>(painted) = true;
+                         return FALSE;
+                     }),
+                     &isPainted);
+    gtk_widget_queue_draw(LookUpWidget("progressBar"));
+    waitUntil([&] { return isPainted; });
+    EXPECT_TRUE(m_window->isAskingHelper());
+    // Nor has the question come to its end meanwhile.
+    EXPECT_EQ(m_log->count('*', ""), 0) << m_log->dump();
+    EXPECT_EQ(messageDialog(), nullptr);
+    EXPECT_THAT(recordedJobs(), IsEmpty());
+    EXPECT_TRUE(sensitive("buttonCancel"));
+    expectQuits([] { gtk_button_clicked(GTK_BUTTON(LookUpWidget("buttonCancel"))); });
+}
+
+TEST_F(SlowHelper, IsNoLongerAskedOnceTheWindowHasGone) {
+    startHelper(Answer::None);
+    ask();
+    EXPECT_TRUE(BackgroundRun::anyUnderWay());
+    m_window.reset();
+    BackgroundRun::awaitAll();
+    EXPECT_THAT(recordedJobs(), IsEmpty());
+    EXPECT_EQ(m_log->count('*', ""), 0) << m_log->dump();
+}
+
+TEST_F(SlowHelper, HasItsResultShownBehindItsAnswer) {
+    startHelper();
+    m_helper->reportBeforeAnswer(0, 100, "");
+    walkTo(WizardPage::Encryption);
+    click("buttonNext");
+    waitUntil([] { return page() == static_cast<int>(WizardPage::Result); });
+    EXPECT_THAT(m_helper->exits(), ElementsAre(3U));
+}
+
+TEST_F(SlowHelper, WhoseResultOvertakesItsAnswerIsAskedToEnd) {
+    startHelper(Answer::None);
+    ask();
+    m_window->updateStatus(nullptr, 0);
+    settle();
+    EXPECT_EQ(page(), static_cast<int>(WizardPage::Progress));
+    m_helper.reset();
+    awaitHelper();
+    settle();
+    EXPECT_EQ(page(), static_cast<int>(WizardPage::Result));
 }
 
 } // namespace

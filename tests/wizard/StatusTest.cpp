@@ -114,6 +114,7 @@ TEST_F(Status, OfAFinishedRequestStartsTheJob) {
     walkTo(WizardPage::Encryption, false);
     m_window->updateStatus(nullptr, MEROOFFLINE_ERROR_XML_REQUEST_GENERATE_SUCCESS);
     settle();
+    awaitHelper();
     ASSERT_EQ(recordedJobs().size(), 1U);
     EXPECT_EQ(recordedJobs().front().requestPath, "");
 }

@@ -71,7 +71,7 @@ TEST_F(TargetChooser, GivesTheTargetAsItStands) {
     });
     EXPECT_EQ(label("labelFileLocation"), "no ending");
     EXPECT_EQ(tooltip("labelFileLocation"), "no ending");
-    m_window->startMERO("");
+    startMERO("");
     EXPECT_EQ(recordedJobs().at(0).bundlePath, path("elsewhere/no ending"));
 }
 

@@ -32,6 +32,7 @@ void Wizard::SetUpTestSuite() {
 }
 
 Wizard::Wizard() {
+    s_current = this;
     recordedJobs().clear();
     makeFolder("Desktop");
 }
@@ -119,6 +120,16 @@ void Wizard::click(const char* button) {
     ASSERT_NE(widget, nullptr) << button;
     gtk_button_clicked(GTK_BUTTON(widget));
     settle();
+    awaitHelper();
+}
+
+void Wizard::awaitHelper() {
+    waitUntil([] { return s_current->m_window == nullptr || !s_current->m_window->isAskingHelper(); });
+}
+
+void Wizard::startMERO(const std::string& requestPath) {
+    m_window->startMERO(requestPath);
+    awaitHelper();
 }
 
 void Wizard::next() {
@@ -139,6 +150,7 @@ void Wizard::press(const char* id, guint key) {
                          gdk_seat_get_keyboard(gdk_display_get_default_seat(gdk_display_get_default())));
     static_cast<void>(gtk_widget_event(widget, event.get()));
     settle();
+    awaitHelper();
 }
 
 void Wizard::setActive(const char* toggle, bool active) {

@@ -38,10 +38,14 @@ protected:
     /// Runs gtk_main with an action in its first round; fails the test if the action does not end it.
     static void expectQuits(const std::function<void()>& action);
 
+    /// Presses a button and, if that asks the helper for a job, waits for the answer.
     static void click(const char* button);
     /// Presses Next; on the file selection page, waits until the scan has ended.
     static void next();
     static void press(const char* id, guint key);
+    /// Asks for a job and waits for the helper's answer.
+    void startMERO(const std::string& requestPath);
+    static void awaitHelper();
     static void setActive(const char* toggle, bool active);
     static void type(const char* entry, const std::string& text);
     static void setComment(const std::string& text);
@@ -60,4 +64,8 @@ protected:
 
     std::unique_ptr<CapturedLog> m_log = std::make_unique<CapturedLog>();
     std::unique_ptr<CMEROGtkMainWindow> m_window;
+
+private:
+    /// There is one test at a time.
+    static inline const Wizard* s_current = nullptr;
 };

@@ -6,30 +6,48 @@
 #include <algorithm>
 #include <array>
 #include <gio/gio.h>
+#include <mutex>
 #include <span>
 
 namespace {
 
 constexpr const char* kHelperName = "com.varnel.corvane.mero.helper";
 constexpr const char* kHelperPath = "/com/varnel/corvane/mero/helper";
+constexpr const char* kInvokeFailed = "Failed to invoke remote function.";
 
-/// Where progress goes. GTK main thread only.
+/// Guards the two below. A report is handed on under it, so that none is under way once the last client has
+/// gone.
+std::mutex g_receiverLock;
+/// Where progress goes; null while there is no client with a proxy.
 CMEROClientIfc* g_receiver = nullptr;
+/// Clients with a proxy.
+int g_clients = 0;
 
-/// Kept when the clients go, so that the helper sees one caller however many jobs there are. GTK main thread
-/// only.
+std::mutex g_connectionLock;
+/// Kept when the clients go, so that the helper sees one caller however many jobs there are. Guarded by the
+/// lock above.
 GObjectHandle<GDBusConnection> g_connection;
 
 /// @return the connection of all clients, which is replaced once it has been closed, as by a restart of the
 /// bus; null with the error set if there is no bus.
-GDBusConnection* connectToBus(GError** errorOut) {
+GObjectHandle<GDBusConnection> connectToBus(GCancellable* cancellable, GError** errorOut) {
+    const std::lock_guard guard(g_connectionLock);
     if (g_connection != nullptr && g_dbus_connection_is_closed(g_connection.get()) != FALSE) {
         g_connection.reset();
     }
     if (g_connection == nullptr) {
-        g_connection = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, errorOut));
+        g_connection = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, cancellable, errorOut));
     }
-    return g_connection.get();
+    return shareRef(g_connection.get());
+}
+
+/// Logs why a call has failed, unless it was given up.
+/// @param what  the beginning of the line.
+void logFailure(const char* function, uint32_t line, const char* what, GError* error) {
+    const ErrorHandle reason(error);
+    if (g_error_matches(reason.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) == FALSE) {
+        logMessage(function, __FILE__, line, 'E', "%s %s", what, reason->message);
+    }
 }
 
 struct Argument {
@@ -57,26 +75,27 @@ VariantHandle dictionaryOf(std::span<const Argument> arguments) {
 
 } // namespace
 
-CDBusClient::CDBusClient(CMEROClientIfc* client)
-    : m_pLogClient(std::make_unique<CLogClient>(nullptr, "zrn_meroui")) {
+CDBusClient::CDBusClient(CMEROClientIfc* client, GCancellable* cancellable)
+    : m_cancellable(shareRef(cancellable)),
+      m_pLogClient(std::make_unique<CLogClient>(nullptr, "zrn_meroui")) {
     GError* error = nullptr;
-    GDBusConnection* const connection = connectToBus(&error);
+    const GObjectHandle<GDBusConnection> connection = connectToBus(cancellable, &error);
     if (connection == nullptr) {
-        const ErrorHandle reason(error);
-        ZRN_LOG('E', "Failed to connect to DBus. %s", reason->message);
+        logFailure(__func__, __LINE__, "Failed to connect to DBus.", error);
         return;
     }
     // The end of the bus must not be the end of a job that runs in this process.
-    g_dbus_connection_set_exit_on_close(connection, FALSE);
-    m_pProxy = adoptRef(mero_helper_proxy_new_sync(connection, G_DBUS_PROXY_FLAGS_NONE, kHelperName,
-                                                   kHelperPath, nullptr, &error));
+    g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+    m_pProxy = adoptRef(mero_helper_proxy_new_sync(connection.get(), G_DBUS_PROXY_FLAGS_NONE, kHelperName,
+                                                   kHelperPath, cancellable, &error));
     if (m_pProxy == nullptr) {
-        const ErrorHandle reason(error);
-        ZRN_LOG('E', "Failed to create proxy. %s", reason->message);
+        logFailure(__func__, __LINE__, "Failed to create proxy.", error);
         return;
     }
+    const std::lock_guard guard(g_receiverLock);
     g_signal_connect(m_pProxy.get(), "update-progress", G_CALLBACK(&onUpdateProgress), nullptr);
     g_receiver = client;
+    ++g_clients;
 }
 
 CDBusClient::~CDBusClient() {
@@ -84,6 +103,10 @@ CDBusClient::~CDBusClient() {
         // Somebody else may hold the proxy for a moment longer.
         g_signal_handlers_disconnect_by_func(m_pProxy.get(), reinterpret_cast<gpointer>(&onUpdateProgress),
                                              nullptr);
+        const std::lock_guard guard(g_receiverLock);
+        if (--g_clients == 0) {
+            g_receiver = nullptr;
+        }
     }
 }
 
@@ -93,7 +116,10 @@ void CDBusClient::onUpdateProgress(MeroHelper* /*proxy*/, gint64 status, guint p
         static MEROStatusInfo info;
         info.m_progress = progress;
         info.m_message = message;
-        g_receiver->updateStatus(&info, static_cast<uint64_t>(status));
+        const std::lock_guard guard(g_receiverLock);
+        if (g_receiver != nullptr) {
+            g_receiver->updateStatus(&info, static_cast<uint64_t>(status));
+        }
     });
 }
 
@@ -107,10 +133,9 @@ bool CDBusClient::RequestHelperStartMERO(const char* requestPath, const char* co
     if (m_pProxy != nullptr && areText(arguments)) {
         const VariantHandle dictionary = dictionaryOf(arguments);
         GError* error = nullptr;
-        if (mero_helper_call_start_mero_sync(m_pProxy.get(), dictionary.get(), &taken, nullptr, &error) ==
-            FALSE) {
-            const ErrorHandle reason(error);
-            ZRN_LOG('E', "Failed to invoke remote function. %s", reason->message);
+        if (mero_helper_call_start_mero_sync(m_pProxy.get(), dictionary.get(), &taken, m_cancellable.get(),
+                                             &error) == FALSE) {
+            logFailure(__func__, __LINE__, kInvokeFailed, error);
             return false;
         }
     }
@@ -127,8 +152,7 @@ bool CDBusClient::RequestHelperExit(uint32_t delaySeconds) {
     }
     GError* error = nullptr;
     if (mero_helper_call_exit_sync(m_pProxy.get(), delaySeconds, nullptr, &error) == FALSE) {
-        const ErrorHandle reason(error);
-        ZRN_LOG('E', "Failed to invoke remote function. %s", reason->message);
+        logFailure(__func__, __LINE__, kInvokeFailed, error);
         return false;
     }
     return true;

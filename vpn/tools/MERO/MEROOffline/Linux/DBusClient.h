@@ -9,15 +9,18 @@
 #include <memory>
 
 /// The wizard's side of the link to the privileged helper on the system bus: starts a job there, turns its
-/// progress into status calls, and asks it to end. All of it on the GTK main thread, which the calls block
-/// until the helper has answered, for at most GDBus's default limit of 25 seconds each.
+/// progress into status calls, and asks it to end. The calls, and the making of a client, block their thread
+/// until the bus or the helper has answered, for at most GDBus's default limit of 25 seconds each. One thread
+/// at a time; progress comes on the GTK main thread, whichever thread has made the client.
 class CDBusClient {
 public:
     /// Connects to the bus, to which all clients share one connection, kept to the end of the process.
     /// Without a bus or a proxy, which is logged, every request fails.
     /// @param client  gets the progress of jobs from now on, until another client takes its place; not owned,
-    /// must stay as long as signals are delivered.
-    explicit CDBusClient(CMEROClientIfc* client);
+    /// must stay until the last client has gone.
+    /// @param cancellable  ends the making and the start of a job early, without a log line, when it is
+    /// cancelled; null if nothing does.
+    explicit CDBusClient(CMEROClientIfc* client, GCancellable* cancellable = nullptr);
     virtual ~CDBusClient();
     CDBusClient(const CDBusClient&) = delete;
     CDBusClient& operator=(const CDBusClient&) = delete;
@@ -36,6 +39,8 @@ private:
     static void onUpdateProgress(MeroHelper* proxy, gint64 status, guint progress, const gchar* message,
                                  gpointer data);
 
+    /// Null if nothing can cancel.
+    GObjectHandle<GCancellable> m_cancellable;
     /// Null if the bus could not be reached.
     GObjectHandle<MeroHelper> m_pProxy;
     std::unique_ptr<CLogClient> m_pLogClient;

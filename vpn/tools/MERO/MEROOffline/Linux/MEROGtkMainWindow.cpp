@@ -9,7 +9,7 @@
 #include "WizardLanguage.h"
 
 CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
-    : m_status(MEROENGINE_ERROR_NOT_INITIALIZED), m_relay(std::make_shared<WindowRelay>(this, this)) {
+    : m_status(MEROENGINE_ERROR_NOT_INITIALIZED), m_relay(std::make_shared<WindowRelay>(this, this, this)) {
     claimStoragePath();
     loadLocalPolicy();
     // Behind the policy, which may take the default catalogue away, and before the first text.
@@ -79,6 +79,7 @@ CMEROGtkMainWindow::~CMEROGtkMainWindow() {
         setProgressListener(nullptr);
     }
     m_relay->detach();
+    giveUpHelperStart();
     while (g_idle_remove_by_data(this) != FALSE) {
     }
     closeWindow();
@@ -91,6 +92,7 @@ CMEROGtkMainWindow::~CMEROGtkMainWindow() {
     m_pFileSelDlg.reset();
     m_pReqGenerator.reset();
     m_pReqThread.reset();
+    m_pHelperThread.reset();
     m_pDBusClient.reset();
 }
 

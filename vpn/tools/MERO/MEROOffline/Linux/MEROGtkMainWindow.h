@@ -5,6 +5,7 @@
 #include "DBusClient.h"
 #include "GenerateReqXML.h"
 #include "Handles.h"
+#include "HelperStart.h"
 #include "MEROGtkFileSelDlg.h"
 #include "MEROOffline.h"
 #include "Paths.h"
@@ -74,10 +75,12 @@ public:
     [[nodiscard]] bool validateComments();
     /// Starts the job that the choices describe.
     void startBundleJob();
-    /// Asks the helper for the job. If it can't be reached or refuses, runs the job in this process, with the
-    /// user's rights, and warns that it collects less.
+    /// Asks the helper for the job, without waiting for its answer. If it can't be reached or refuses, the
+    /// job then runs in this process, with the user's rights, and a warning says that it collects less.
     /// @param requestPath  request file; empty for a typical bundle.
     void startMERO(const std::string& requestPath);
+    /// Whether the helper's answer is awaited.
+    [[nodiscard]] bool isAskingHelper() const { return m_pHelperStart != nullptr; }
 
     /// The text to show for a key of the message catalogue; the key itself if it has no translation.
     /// @return valid UTF-8, whatever the bytes of the key and of the catalogue.
@@ -109,6 +112,11 @@ private:
     /// What the window shows has changed: presses meant for what it showed before are not for this.
     void guardPresses();
 
+    void giveUpHelperStart();
+    void takeHelperAnswer();
+    /// Warns, and runs the job in this process.
+    void startDirectly(const std::string& requestPath);
+
     void showProgress();
     void showResult();
     [[nodiscard]] std::string successText() const;
@@ -130,6 +138,7 @@ private:
     static gboolean onProgressIdle(gpointer window);
     static gboolean onTreeReadyIdle(gpointer window);
     static gboolean onRequestReadyIdle(gpointer window);
+    static gboolean onHelperAnsweredIdle(gpointer window);
     static gboolean onResultIdle(gpointer window);
     static GSourceFunc idleHandlerFor(uint64_t status);
 
@@ -157,6 +166,11 @@ private:
     StoragePathClaim m_pStoragePath;
     LocalPolicyClaim m_pLocalPolicy;
     std::shared_ptr<WindowRelay> m_relay;
-    /// Behind the relay, to which it reports.
+    /// Behind the relay, to which it reports. Null until the helper has answered.
     std::unique_ptr<CDBusClient> m_pDBusClient;
+    /// Shared with its run; null unless an answer is awaited.
+    std::shared_ptr<HelperStart> m_pHelperStart;
+    std::unique_ptr<Thread> m_pHelperThread;
+    /// A result came before the answer, behind which it is shown.
+    bool m_resultWaits = false;
 };

@@ -1,8 +1,11 @@
 #include "BackgroundRun.h"
+#include "HandlerGuard.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
 #include "ReturnCodes.h"
 #include "UserTexts.h"
+
+#include <utility>
 
 void CMEROGtkMainWindow::startBundleJob() {
     if (m_typicalBundle) {
@@ -18,16 +21,56 @@ void CMEROGtkMainWindow::startBundleJob() {
 
 void CMEROGtkMainWindow::startMERO(const std::string& requestPath) {
     m_pDBusClient.reset();
-    m_pDBusClient = std::make_unique<CDBusClient>(m_relay.get());
-    // What somebody else has put in the request's place is not for the helper either, which could read it.
-    const bool isRequestOwn = requestPath.empty() || m_pReqGenerator == nullptr || m_pReqGenerator->isOwn();
-    if (isRequestOwn && m_pDBusClient->RequestHelperStartMERO(requestPath.c_str(), "", m_bundlePath.c_str(),
-                                                              m_password.c_str())) {
-        return;
+    giveUpHelperStart();
+    m_pHelperStart = std::make_shared<HelperStart>(
+        m_relay,
+        HelperStart::Job{.requestPath = requestPath,
+                         .bundlePath = m_bundlePath,
+                         .password = m_password,
+                         // What somebody else has put in the request's place is not for the helper either,
+                         // which could read it.
+                         .isForTheHelper =
+                             requestPath.empty() || m_pReqGenerator == nullptr || m_pReqGenerator->isOwn()},
+        [relay = m_relay] { relay->post(&onHelperAnsweredIdle); });
+    m_pHelperThread = BackgroundRun::start(m_pHelperStart, m_relay);
+    if (m_pHelperThread == nullptr) {
+        // On this thread the window would be dead for as long as the answer takes.
+        m_pHelperStart.reset();
+        startDirectly(requestPath);
     }
+}
+
+void CMEROGtkMainWindow::giveUpHelperStart() {
+    if (m_pHelperStart != nullptr) {
+        m_pHelperStart->giveUp();
+        m_pHelperStart.reset();
+    }
+    m_resultWaits = false;
+}
+
+gboolean CMEROGtkMainWindow::onHelperAnsweredIdle(gpointer window) {
+    runHandler(__func__, [&] { static_cast<CMEROGtkMainWindow*>(window)->takeHelperAnswer(); });
+    return G_SOURCE_REMOVE;
+}
+
+void CMEROGtkMainWindow::takeHelperAnswer() {
+    if (m_pHelperStart == nullptr || !m_pHelperStart->isAnswered()) {
+        return; // to a question that was given up for another
+    }
+    const std::shared_ptr<HelperStart> start = std::exchange(m_pHelperStart, nullptr);
+    m_pDBusClient = start->takeClient();
+    if (!start->isTaken()) {
+        startDirectly(start->requestPath());
+    }
+    if (std::exchange(m_resultWaits, false)) {
+        showResult();
+    }
+}
+
+void CMEROGtkMainWindow::startDirectly(const std::string& requestPath) {
     showMessageDialog(GTK_MESSAGE_WARNING, translateText(userText(UserText::TitleWarning)),
                       translateText(userText(UserText::PartialCollection)).c_str());
-    ZRN_LOG('I', "Start MERO directly without helper...");
+    logMessage("startMERO", __FILE__, __LINE__, 'I', "Start MERO directly without helper...");
     m_pOffline.reset();
     m_pOfflineThread.reset();
     m_pOffline =

@@ -97,6 +97,10 @@ void CMEROGtkMainWindow::showProgress() {
 }
 
 void CMEROGtkMainWindow::showResult() {
+    if (m_pHelperStart != nullptr) {
+        m_resultWaits = true;
+        return;
+    }
     changePage(static_cast<uint32_t>(WizardPage::Result));
     uint64_t status = 0;
     std::string message;

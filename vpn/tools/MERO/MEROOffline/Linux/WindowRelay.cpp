@@ -27,8 +27,16 @@ void WindowRelay::addModule(const std::string& rootName, const ModuleItem& modul
     }
 }
 
+void WindowRelay::post(GSourceFunc handler) {
+    const std::lock_guard guard(m_lock);
+    if (m_window != nullptr) {
+        g_idle_add(handler, m_window);
+    }
+}
+
 void WindowRelay::detach() {
     const std::lock_guard guard(m_lock);
+    m_window = nullptr;
     m_client = nullptr;
     m_offline = nullptr;
 }

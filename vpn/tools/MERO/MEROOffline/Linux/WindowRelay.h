@@ -4,6 +4,7 @@
 #include "CMEROOfflineIfc.h"
 
 #include <cstdint>
+#include <glib.h>
 #include <list>
 #include <mutex>
 #include <string>
@@ -17,7 +18,9 @@
 class WindowRelay final : public CMEROClientIfc, public CMEROOfflineIfc {
 public:
     /// Both stand for the window. Not owned; they must stay until detach has returned.
-    WindowRelay(CMEROClientIfc* client, CMEROOfflineIfc* offline) : m_client(client), m_offline(offline) {}
+    /// @param window  what its idle handlers get.
+    WindowRelay(CMEROClientIfc* client, CMEROOfflineIfc* offline, gpointer window)
+        : m_client(client), m_offline(offline), m_window(window) {}
 
     void updateStatus(const MEROStatusInfo* info, uint64_t status) override;
     /// Empty once the window has gone.
@@ -27,6 +30,10 @@ public:
     [[nodiscard]] std::list<RootItem>& getModuleTree() override;
     void addModule(const std::string& rootName, const ModuleItem& module) override;
 
+    /// Has a handler run on the GTK main thread, once it is idle, with the window as its data; not once the
+    /// window has gone.
+    void post(GSourceFunc handler);
+
     /// Cuts the window off. When it returns no call is under way in the window.
     void detach();
 
@@ -35,5 +42,6 @@ private:
     /// Guarded by m_lock; null once the window has gone.
     CMEROClientIfc* m_client;
     CMEROOfflineIfc* m_offline;
+    gpointer m_window;
     std::list<RootItem> m_tree;
 };
