@@ -88,6 +88,7 @@ private:
         const fs::path target = l10n / kLanguage / "LC_MESSAGES" / (std::string(kDomain) + ".mo");
         const std::string command =
             "msgfmt -o '" + target.string() + "' '" + (m_folder / "source.po").string() + "'";
+        // NOLINTNEXTLINE(bugprone-command-processor): the paths are this program's own
         if (std::system(command.c_str()) != 0) {
             throw std::runtime_error("msgfmt failed");
         }

@@ -19,6 +19,11 @@ class TreeTest(unittest.TestCase):
         with open(path, "w", encoding="utf-8") as file:
             file.write(text)
 
+    def program(self, name, body):
+        """A shell script among the tree's own programs."""
+        self.write("programs/" + name, "#!/bin/sh\n%s\n" % body)
+        os.chmod(os.path.join(self.folder, "programs", name), 0o755)
+
     def read(self, path):
         with open(os.path.join(self.folder, path), encoding="utf-8") as file:
             return file.read()

@@ -17,12 +17,8 @@ class Bootstrap(tree.TreeTest):
     def setUp(self):
         super().setUp()
         self.packages = self.wanted()
-        self.program("apt-get", 'echo "$@" >>"%s"\n' % os.path.join(self.folder, "called"))
-        self.program("sudo", 'exec "$@"\n')
-
-    def program(self, name, body):
-        self.write("programs/" + name, "#!/bin/sh\n" + body)
-        os.chmod(os.path.join(self.folder, "programs", name), 0o755)
+        self.program("apt-get", 'echo "$@" >>"%s"' % os.path.join(self.folder, "called"))
+        self.program("sudo", 'exec "$@"')
 
     def wanted(self):
         """The packages as the script itself lists them for a system that is not Debian's."""
@@ -34,12 +30,12 @@ class Bootstrap(tree.TreeTest):
         self.assertEqual(done.returncode, 0)
         return [line.strip() for line in done.stderr.splitlines() if line.startswith("  ")]
 
-    def run_with(self, *installed):
+    def run_with(self, *installed, named=()):
         """Runs the script where the database of packages holds these lines. @return what apt-get was called with."""
         self.write("database", "".join(line + "\n" for line in installed))
-        self.program("dpkg-query", 'cat "%s"\n' % os.path.join(self.folder, "database"))
+        self.program("dpkg-query", 'cat "%s"' % os.path.join(self.folder, "database"))
         environment = dict(os.environ, PATH=os.path.join(self.folder, "programs") + ":" + os.environ["PATH"])
-        done = subprocess.run(["bash", BOOTSTRAP], env=environment, capture_output=True, text=True)
+        done = subprocess.run(["bash", BOOTSTRAP, *named], env=environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stderr)
         called = os.path.join(self.folder, "called")
         if not os.path.exists(called):
@@ -64,6 +60,15 @@ class Bootstrap(tree.TreeTest):
     def testMissingPackageIsInstalled(self):
         calls = self.run_with(*self.lines("gettext", "ccache"), "rc  gettext, ", "un  ccache, ")
         self.assertEqual(calls, ["-q update", "-q -y install --no-install-recommends ccache gettext"])
+
+    def testNamedPackageIsInstalledWhereItIsOffered(self):
+        self.program("apt-cache", '[ "$2" = offered-1 ]')
+        calls = self.run_with(*self.lines(), "ii  here-1, ", named=("here-1", "offered-1", "unknown-1"))
+        self.assertEqual(calls, ["-q update", "-q -y install --no-install-recommends offered-1"])
+
+    def testNamedPackageThatNobodyOffersIsPassedOver(self):
+        self.program("apt-cache", "exit 100")
+        self.assertEqual(self.run_with(*self.lines(), named=("unknown-1",)), [])
 
     def testNoRetiredPackageIsAsked(self):
         self.assertNotIn("libboost-system-dev", self.packages)

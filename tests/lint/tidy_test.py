@@ -22,14 +22,15 @@ class Tidy(tree.TreeTest):
         self.write("two.cpp", "int* second() { return nullptr; }\n")
         self.configure()
 
-    def configure(self, *flags):
+    def configure(self, *flags, compiler="c++"):
         self.write("build/compile_commands.json", json.dumps([
-            {"directory": self.folder, "file": name, "command": " ".join(["ccache c++", *flags, "-o", "x.o", "-c", name])}
+            {"directory": self.folder, "file": name, "command": " ".join(["ccache", compiler, *flags, "-o", "x.o", "-c", name])}
             for name in ("one.cpp", "two.cpp")]))
 
     def tidy(self, *files):
         """@return the exit status, how many sources were known to be clean, and all that was said."""
-        environment = dict(os.environ, XDG_CACHE_HOME=os.path.join(self.folder, "cache"))
+        environment = dict(os.environ, XDG_CACHE_HOME=os.path.join(self.folder, "cache"),
+                           PATH=os.path.join(self.folder, "programs") + ":" + os.environ["PATH"])
         done = subprocess.run([sys.executable, "-B", TIDY, "build", *files], cwd=self.folder, env=environment,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         last = done.stdout.splitlines()[-1]
@@ -66,6 +67,14 @@ class Tidy(tree.TreeTest):
         self.configure()
         shutil.copytree(cache, os.path.join(self.folder, "cache"))
         self.assert_known(2)
+
+    def testIsAskedOfTheVersionThatBuilds(self):
+        self.program("clang++-7", 'exec clang++ "$@"')
+        self.program("clang-tidy-7", '[ "$1" = --version ] || { echo "seven was asked"; exit 1; }')
+        self.configure(compiler=os.path.join(self.folder, "programs/clang++-7"))
+        status, _, said = self.tidy("one.cpp")
+        self.assertEqual(status, 1)
+        self.assertIn("seven was asked", said)
 
     def testBreachIsToldEachTime(self):
         self.write("one.h", "inline int* one() { return 0; }\n")

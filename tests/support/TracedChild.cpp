@@ -49,8 +49,11 @@ void beforeOpening(const std::string& name, const std::function<void()>& checks,
     ASSERT_EQ(::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL), 0);
     ASSERT_EQ(::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr), 0);
     while (::waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
-        if (seen < times && isOpening(child, name) && ++seen == times) {
-            act();
+        if (seen < times && isOpening(child, name)) {
+            ++seen;
+            if (seen == times) {
+                act();
+            }
         }
         static_cast<void>(::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr));
     }

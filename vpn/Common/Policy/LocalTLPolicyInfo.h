@@ -76,6 +76,7 @@ public:
 
 private:
     friend class PolicySettings;
+    // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): its releaseInstance alone may delete it
     friend class XmlLocalTLPolMgr;
 
     [[nodiscard]] bool excludes(uint32_t store) const { return (m_excludedCertStores & store) == store; }

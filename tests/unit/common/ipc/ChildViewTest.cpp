@@ -11,12 +11,9 @@
 
 #include <array>
 #include <cerrno>
-#include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-namespace fs = std::filesystem;
 
 namespace {
 
