@@ -15,7 +15,7 @@ HEADERS = ("Meroscope (MERO)", "Bundle Creation Option", "Bundle Encryption Opti
            "Bundle Creation Result")
 
 
-class Presses(JobTest):
+class WalkByHand(JobTest):
     def setUp(self):
         super().setUp()
         self.start()
@@ -39,7 +39,7 @@ class Presses(JobTest):
 
     def click_twice(self, name):
         place = Atspi.Component.get_extents(self.find("push button", name), Atspi.CoordType.SCREEN)
-        self.xdotool("mousemove", "--sync", place.x + place.width // 2, place.y + place.height // 2,
+        self.xdotool("mousemove", place.x + place.width // 2, place.y + place.height // 2,
                      "click", "--repeat", 2, "--delay", BETWEEN_CLICKS_MS, 1)
 
     def hold(self, key):
@@ -52,6 +52,14 @@ class Presses(JobTest):
             self.press("Next")
             self.wait_for(lambda was=before: self.header() != was, "next page")
 
+    def warning_is_gone(self):
+        return not self.is_shown("push button", "OK")
+
+    def has_ended(self):
+        return self.process.poll() is not None
+
+
+class Presses(WalkByHand):
     def testOfADoubleClickOnNextLeadOnePageOn(self):
         for header in HEADERS[1:3]:
             self.click_twice("Next")
@@ -83,11 +91,71 @@ class Presses(JobTest):
         time.sleep(HELD_SECONDS)
         self.find("push button", "OK")
         self.xdotool("keyup", "Return")
-        self.press_key("Return", lambda: all(widget.get_name() != "OK" for widget in self.widgets()), "end of the dialog")
+        self.press_key("Return", self.warning_is_gone, "end of the dialog")
 
     def testOfAQuickReturnBehindReturnAreForTheFormerPage(self):
         self.xdotool("key", "--delay", BETWEEN_CLICKS_MS, "Return", "Return", "Return")
         self.expect_to_stay_on(HEADERS[1])
+
+
+class Keys(WalkByHand):
+    def testEscapeCancels(self):
+        self.xdotool("key", "Escape")
+        self.wait_for_exit()
+
+    def testEscapeCancelsFromThePassword(self):
+        self.walk_to(HEADERS[2])
+        self.press("Enable Bundle Encryption", "check box")
+        Atspi.Component.grab_focus(self.find("password text", "Encryption Password"))
+        self.press_key("Escape", self.has_ended, "end of the program")
+        self.wait_for_exit()
+
+    def testEscapeThatClosesTheWarningDoesNotCancelToo(self):
+        self.walk_to(HEADERS[2])
+        self.press("Next")
+        self.find("push button", "OK")
+        self.focus_window("Warning")
+        self.look_at_the_page()
+        self.xdotool("keydown", "Escape")
+        self.wait_for(self.warning_is_gone, "end of the dialog")
+        self.focus_window()
+        time.sleep(HELD_SECONDS)
+        self.xdotool("keyup", "Escape")
+        self.find("label", HEADERS[4])
+        self.finish()
+
+    def testEscapeLeavesTheResultAsCancelDoes(self):
+        self.walk_to_the_result()
+        self.look_at_the_page()
+        self.xdotool("key", "Escape")
+        self.expect_to_stay_on(HEADERS[4])
+        self.finish()
+
+    def testControlQAndWCloseTheWindowOnAnyPage(self):
+        self.xdotool("key", "ctrl+q")
+        self.wait_for_exit()
+        self.start()
+        self.walk_to_the_result()
+        self.press_key("ctrl+w", self.has_ended, "end of the program")
+        self.wait_for_exit()
+
+    def testEnterOfTheKeypadLeadsOnAsReturnDoes(self):
+        for header in HEADERS[1:3]:
+            self.press_key("KP_Enter", lambda name=header: self.is_shown("label", name), header)
+        self.press_key("KP_Enter", lambda: self.is_shown("push button", "OK"), "warning")
+        self.focus_window("Warning")
+        self.press_key("KP_Enter", self.warning_is_gone, "end of the dialog")
+        self.find("label", HEADERS[4])
+        self.focus_window()
+        self.press_key("KP_Enter", self.has_ended, "end of the program")
+        self.wait_for_exit()
+
+    def walk_to_the_result(self):
+        self.find("label", HEADERS[0])
+        self.walk_to(HEADERS[2])
+        self.start_the_job()
+        self.find("label", HEADERS[4])
+        self.focus_window()
 
 
 if __name__ == "__main__":

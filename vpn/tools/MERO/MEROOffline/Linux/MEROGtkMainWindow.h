@@ -130,6 +130,8 @@ private:
     static void onEncryptionToggled(GtkToggleButton* button, gpointer window);
     static void onMaskPasswordToggled(GtkToggleButton* button, gpointer window);
     static gboolean onPasswordKeyPress(GtkWidget* widget, GdkEvent* event, gpointer window);
+    /// A key of the window that nothing in it has a use for.
+    static gboolean onUnhandledKeyPress(GtkWidget* widget, GdkEvent* event, gpointer data);
     static void onDialogClosed(GtkWidget* dialog, gpointer window);
 
     // Idle handlers, on the GTK main thread. `window` is the CMEROGtkMainWindow, which owns itself and

@@ -61,6 +61,22 @@ void connect(const char* id, const char* signal, GCallback handler, gpointer dat
     }
 }
 
+gboolean onClosingKey(GtkAccelGroup* /*keys*/, GObject* window, guint /*key*/, GdkModifierType /*modifiers*/,
+                      gpointer /*data*/) {
+    gtk_window_close(GTK_WINDOW(window));
+    return TRUE;
+}
+
+/// Ctrl+Q and Ctrl+W, also where the keyboard writes another alphabet.
+void addClosingKeys(GtkWindow* window) {
+    const auto keys = adoptRef(gtk_accel_group_new());
+    for (const guint key : {GDK_KEY_q, GDK_KEY_w}) {
+        gtk_accel_group_connect(keys.get(), key, GDK_CONTROL_MASK, static_cast<GtkAccelFlags>(0),
+                                g_cclosure_new(G_CALLBACK(&onClosingKey), nullptr, nullptr));
+    }
+    gtk_window_add_accel_group(window, keys.get());
+}
+
 } // namespace
 
 void CMEROGtkMainWindow::setUpWidgets() {
@@ -116,4 +132,18 @@ void CMEROGtkMainWindow::connectSignals() {
     connect("checkbuttonMaskPassword", "toggled", G_CALLBACK(&onMaskPasswordToggled), this);
     connect("entryPassword", "key-press-event", G_CALLBACK(&onPasswordKeyPress), this);
     connect("entryConfirmPassword", "key-press-event", G_CALLBACK(&onPasswordKeyPress), this);
+    // Behind whatever has the focus: Escape may end what is just being composed there.
+    g_signal_connect_after(m_pWindow, "key-press-event", G_CALLBACK(&onUnhandledKeyPress), nullptr);
+    addClosingKeys(GTK_WINDOW(m_pWindow));
+}
+
+gboolean CMEROGtkMainWindow::onUnhandledKeyPress(GtkWidget* /*widget*/, GdkEvent* event, gpointer /*data*/) {
+    guint key = 0;
+    GtkWidget* const cancel = LookUpWidget("buttonCancel", GTK_TYPE_BUTTON);
+    if (gdk_event_get_keyval(event, &key) == FALSE || key != GDK_KEY_Escape || cancel == nullptr ||
+        gtk_widget_get_sensitive(cancel) == FALSE) {
+        return GDK_EVENT_PROPAGATE;
+    }
+    gtk_button_clicked(GTK_BUTTON(cancel));
+    return GDK_EVENT_STOP;
 }
