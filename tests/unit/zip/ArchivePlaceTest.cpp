@@ -32,10 +32,9 @@ off64_t g_lostFrom = -1;
 } // namespace
 
 /// Stands in front of the system's call, because a disk that forgets can't be had otherwise.
-extern "C" ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t offset) {
+extern "C" ssize_t pwrite64(int fd, const void* buf, size_t n, off64_t offset) {
     static const auto real = reinterpret_cast<Pwrite>(::dlsym(RTLD_NEXT, "pwrite64"));
-    return g_lostFrom >= 0 && offset >= g_lostFrom ? static_cast<ssize_t>(size)
-                                                   : real(file, bytes, size, offset);
+    return g_lostFrom >= 0 && offset >= g_lostFrom ? static_cast<ssize_t>(n) : real(fd, buf, n, offset);
 }
 
 namespace {

@@ -38,15 +38,15 @@ std::function<void()> g_beforePread;
 
 /// Stands in front of the system's call, because no file system that can be had here leaves the kinds of its
 /// files open or fails in the midst of a folder.
-extern "C" dirent* readdir(DIR* folder) {
+extern "C" dirent* readdir(DIR* dirp) {
     static const auto real = reinterpret_cast<Readdir>(::dlsym(RTLD_NEXT, "readdir"));
-    dirent* entry = real(folder);
+    dirent* entry = real(dirp);
     return g_afterReaddir ? g_afterReaddir(entry) : entry;
 }
 
 /// Fails once, which no file does that can be had here, and lets something happen between the opening of a
 /// file and its reading.
-extern "C" ssize_t pread(int file, void* block, size_t sizeBytes, off_t offset) {
+extern "C" ssize_t pread(int fd, void* buf, size_t nbytes, off_t offset) {
     static const auto real = reinterpret_cast<Pread>(::dlsym(RTLD_NEXT, "pread"));
     if (const std::function<void()> change = std::exchange(g_beforePread, nullptr)) {
         change();
@@ -55,7 +55,7 @@ extern "C" ssize_t pread(int file, void* block, size_t sizeBytes, off_t offset) 
         errno = error;
         return -1;
     }
-    return real(file, block, sizeBytes, offset);
+    return real(fd, buf, nbytes, offset);
 }
 
 namespace {
@@ -63,7 +63,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 constexpr const char* kHead = "What could not be packed into this archive, or not whole:\n\n";
 constexpr const char* kPassword = "correct horse 42";
