@@ -65,11 +65,11 @@ class WizardTest(unittest.TestCase):
             file.write(content)
         return path
 
-    def start(self):
-        """Starts the program and waits for its window."""
+    def start(self, *tracer):
+        """Starts the program, below a tracer that runs it as its own process if one is given."""
         self.log = open(self.path("log"), "w+", encoding="utf-8")
         self.addCleanup(self.log.close)
-        self.process = subprocess.Popen([self.program], env=self.environment, cwd=self.folder,
+        self.process = subprocess.Popen([*tracer, self.program], env=self.environment, cwd=self.folder,
                                         stdin=subprocess.DEVNULL, stdout=self.log, stderr=subprocess.STDOUT)
         self.addCleanup(self.end)
 

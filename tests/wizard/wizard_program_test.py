@@ -4,7 +4,6 @@ import glob
 import os
 import re
 import shutil
-import signal
 import stat
 import subprocess
 import time
@@ -17,21 +16,6 @@ PASSWORD = "pass w\u00f6rd"
 SUCCESS = 0
 UNKNOWN_ERROR = ("An unknown error occurred while creating the MERO bundle, possibly due to restricted file "
                  "permissions.  Please try again later.")
-# The window goes at once; the job has three seconds to end, and what is then done by force three more.
-END_SECONDS = 8
-# A tool that is hard to end, with a child in a session of its own.
-DEAF_TOOL = """#!/bin/sh
-trap '' INT TERM HUP
-echo $$ >>"%s"
-if [ "$1" != child ]; then
-    setsid "$0" child >/dev/null 2>&1 &
-fi
-while :; do sleep 1; done
-"""
-CONFIGURATION_OF_A_TOOL = """<configure><title>Tool</title><fileGroup directoryName="%s"><title>Tool</title>
-<file id="tool"><default>true</default><description>The tool</description><mero><os opsys="linux"><use_extern_action>
-<action><args>%s</args><stdout/></action></use_extern_action></os></mero></file></fileGroup></configure>"""
-SLOW_FILE_BYTES = 3 * 1024 * 1024 * 1024
 
 
 def tool(*command):
@@ -311,68 +295,6 @@ class FailedWalk(JobTest):
         self.assertEqual(self.result(),
                          "An internal error occurred while creating the MERO bundle.  Please try again later.")
         self.finish()
-
-
-class EndOfTheProgramDuringAJob(JobTest):
-    """A file with a hole of gigabytes keeps the job busy for as long as the test looks at it."""
-
-    def setUp(self):
-        super().setUp()
-        with open(self.sample, "wb") as file:
-            file.truncate(SLOW_FILE_BYTES)
-
-    def run_job(self):
-        self.walk_to_the_encryption_page()
-        self.start_the_job()
-        steps = {"Processing The sample...", "Zipping the bundle, please wait..."}
-        self.wait_for(lambda: any(widget.get_name() in steps for widget in self.widgets()), "job under way")
-
-    def testByCancelIsSoon(self):
-        self.run_job()
-        start = time.monotonic()
-        self.press("Cancel")
-        self.wait_for_exit()
-        self.assertLess(time.monotonic() - start, END_SECONDS)
-        self.assertEqual(os.listdir(self.path("home", "Desktop")), [])
-        self.assertEqual(glob.glob("/tmp/MERO_Temp_Bundle*/" + self.group), [])
-        self.assertNotIn("Sanitizer", self.read_log())
-
-
-class EndOfTheProgramDuringATool(JobTest):
-    """The tool ignores signals, and so does what it has started."""
-
-    def setUp(self):
-        super().setUp()
-        self.pids = self.path("pids")
-        tool = self.write("deaf", DEAF_TOOL % self.pids)
-        os.chmod(tool, 0o755)
-        self.write("programs/xml/config/sample.xml", CONFIGURATION_OF_A_TOOL % (self.group, tool))
-        self.walk_to_the_encryption_page()
-        self.start_the_job()
-        self.wait_for(self.tool_pids, "tool under way")
-
-    def tool_pids(self):
-        if not os.path.exists(self.pids):
-            return None
-        with open(self.pids, encoding="ascii") as file:
-            lines = file.read().splitlines()
-        return [int(line) for line in lines] if len(lines) == 2 else None
-
-    def expect_end(self):
-        start = time.monotonic()
-        self.wait_for_exit()
-        self.assertLess(time.monotonic() - start, END_SECONDS)
-        self.assertEqual([pid for pid in self.tool_pids() if os.path.exists("/proc/%d" % pid)], [])
-        self.assertEqual(glob.glob("/tmp/MERO_Temp_Bundle*/" + self.group), [])
-        self.assertEqual(os.listdir(self.path("home", "Desktop")), [])
-
-    def testByCancelLeavesNothing(self):
-        self.press("Cancel")
-        self.expect_end()
-
-    def testByALogoutLeavesNothing(self):
-        self.process.send_signal(signal.SIGTERM)
-        self.expect_end()
 
 
 class BrokenUIFile(WizardTest):
