@@ -163,23 +163,10 @@ class FailedJob(JobTest):
                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000)))
 
 
-# Buries a file so deep below the job's folder that no entry of an archive has room for its name.
-BURY = """#!/usr/bin/env python3
-import glob, os
-os.chdir(glob.glob("/tmp/MERO_Temp_Bundle*/%s")[0])
-for _ in range(260):
-    os.mkdir("n" * 255)
-    os.chdir("n" * 255)
-with open("buried.log", "w") as file:
-    file.write("too deep")
-"""
-
-
 class IncompleteBundle(JobTest):
     def setUp(self):
         super().setUp()
-        tool = self.write("bury", BURY % self.group)
-        os.chmod(tool, 0o755)
+        tool = "%s/tests/support/bury.py %s" % (SOURCE, self.group)
         config = self.path("install/xml/config/sample.xml")
         with open(config) as file:
             text = file.read()

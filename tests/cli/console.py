@@ -5,6 +5,7 @@ import os
 import shutil
 import subprocess
 import tempfile
+import time
 import unittest
 import zipfile
 from xml.sax.saxutils import escape, quoteattr
@@ -34,6 +35,7 @@ ITEM = """<file id="{id}">
 </file>"""
 
 
+WAIT_SECONDS = 60
 HINT_OF_THE_PROGRAM = "Run 'merocli --help' for the commands.\n"
 
 # Without these an attribute's line ends and tabs would be blanks.
@@ -59,6 +61,16 @@ def group(root, title, *items, folder=None):
 
 def configuration(*groups):
     return '<?xml version="1.0" encoding="UTF-8"?><configure><title>Test</title>%s</configure>' % "".join(groups)
+
+
+def wait_until(condition):
+    """The first true result of the condition."""
+    end = time.monotonic() + WAIT_SECONDS
+    while not (result := condition()):
+        if time.monotonic() > end:
+            raise AssertionError("waited in vain")
+        time.sleep(0.01)
+    return result
 
 
 class ConsoleTest(unittest.TestCase):

@@ -9,11 +9,10 @@ import time
 import unittest
 from xml.sax.saxutils import escape
 
-from console import JobTest, configuration, group, item
+from console import WAIT_SECONDS, JobTest, configuration, group, item, wait_until
 
 # What a run may take to end its tools and to remove its files.
 END_SECONDS = 20
-WAIT_SECONDS = 60
 HUGE_BYTES = 1 << 40
 # Long enough to be seen while it is packed.
 PACKED_BYTES = 600 << 20
@@ -29,16 +28,6 @@ setsid "$0" child >/dev/null 2>&1 &
 echo $$ >>"{pids}"
 while :; do sleep 1; done
 """
-
-
-def wait_until(condition):
-    """The first true result of the condition."""
-    end = time.monotonic() + WAIT_SECONDS
-    while not (result := condition()):
-        if time.monotonic() > end:
-            raise AssertionError("waited in vain")
-        time.sleep(0.01)
-    return result
 
 
 def is_running(pid):

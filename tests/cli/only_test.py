@@ -9,16 +9,14 @@ import shutil
 import stat
 import subprocess
 import tempfile
-import time
 import unittest
 import zipfile
 
-from console import MEROCLI, ConsoleTest, JobTest, configuration, group, item
+from console import MEROCLI, WAIT_SECONDS, ConsoleTest, JobTest, configuration, group, item, wait_until
 
 REQUESTS = "/tmp/merocli_request_*"
 COMMENT_HEAD = b"Comments from Varnel Corvane user:\n"
 PIPE_BYTES = 4096
-WAIT_SECONDS = 60
 # The rights to mount something over /tmp for one process; not every machine gives them.
 OWN_MOUNTS = ["unshare", "--map-root-user", "--mount"]
 
@@ -26,16 +24,6 @@ OWN_MOUNTS = ["unshare", "--map-root-user", "--mount"]
 def may_mount():
     done = subprocess.run([*OWN_MOUNTS, "mount", "-t", "tmpfs", "none", "/tmp"], capture_output=True)
     return done.returncode == 0
-
-
-def wait_until(condition):
-    """The first true result of the condition."""
-    end = time.monotonic() + WAIT_SECONDS
-    while not (result := condition()):
-        if time.monotonic() > end:
-            raise AssertionError("waited in vain")
-        time.sleep(0.01)
-    return result
 
 
 class HeldRun:

@@ -12,16 +12,7 @@ from helper_machine import ALICE, BASE, ROOT_HOME, USERS, children, command_line
 from helper_world import BUNDLE, LOG, PROCESSING, SECRET, SECRET_FILE, SUCCESS, CallerTest
 
 INCOMPLETE = 0xFEB00016
-# Buries a file so deep below the job's folder that no entry of an archive has room for its name.
-BURY = """#!/usr/bin/python3
-import glob, os
-os.chdir(glob.glob("/tmp/MERO_Temp_Bundle*/%s")[0])
-for _ in range(260):
-    os.mkdir("n" * 255)
-    os.chdir("n" * 255)
-with open("buried.log", "w") as file:
-    file.write("too deep")
-"""
+BURY = os.path.join(os.environ["MERO_SOURCE_DIR"], "tests/support/bury.py")
 PASSWORD = "Pass-w\u00f6rd-4711"
 
 
@@ -61,8 +52,8 @@ class Bundle(CallerTest):
         self.assertEqual(stat.S_IMODE(os.stat(BUNDLE).st_mode), 0o600)
 
     def testIsHandedOverWithItsOutcomeWhenItLacksFiles(self):
-        write("/opt/bury", BURY % GROUP, 0o755)
-        self.configure(file_item("secret", SECRET_FILE), tool_item("deep", "/opt/bury"))
+        write("/opt/bury", read(BURY), 0o755)
+        self.configure(file_item("secret", SECRET_FILE), tool_item("deep", "/opt/bury " + GROUP))
         self.assertEqual(self.collect(self.alice), INCOMPLETE)
         self.assertEqual(self.content("secret/secret.log"), SECRET)
         with zipfile.ZipFile(BUNDLE) as archive:
