@@ -132,6 +132,9 @@ TEST_F(ChildViewOf, ACommandNeedsNoFolderThatIsMissing) {
 
 TEST_F(ChildViewOf, AProcessLeavesItsOwnAsItIs) {
     whereHidden([this] {
+        // As on a system whose mounts are shared with all that are made from them.
+        ASSERT_TRUE(makeMountsPrivate());
+        ASSERT_EQ(::mount(nullptr, "/", nullptr, MS_REC | MS_SHARED, nullptr), 0);
         EXPECT_EQ(outputOf("ls -A hidden"), "");
         EXPECT_EQ(readFile("hidden/file"), "in it");
     });

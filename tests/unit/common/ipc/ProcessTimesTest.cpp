@@ -1,4 +1,6 @@
+#include "InChild.h"
 #include "ProcessTest.h"
+#include "StopRequest.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
@@ -42,6 +44,16 @@ TEST_F(ProcessTimes, ChildThatIgnoresItsEndIsKilledSoon) {
     const auto start = Clock::now();
     EXPECT_EQ(CProcessApi::terminateProcess(deaf), 0U);
     EXPECT_LT(Clock::now() - start, seconds(25));
+}
+
+TEST_F(ProcessTimes, ChildThatIgnoresItsEndIsKilledSoonerAfterAStopRequest) {
+    inChild([this] {
+        const pid_t deaf = startChildUntil("ready", {"ignore-sigterm", path("ready")});
+        requestStop();
+        const auto start = Clock::now();
+        EXPECT_EQ(CProcessApi::terminateProcess(deaf), 0U);
+        EXPECT_LT(Clock::now() - start, seconds(4));
+    });
 }
 
 } // namespace
