@@ -11,19 +11,28 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+/// Runs a body in a process of its own, which it may end as it likes; one that comes to its end exits with 0.
+/// @return the status of waitpid.
+inline int statusInChild(const std::function<void()>& body) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        body();
+        ::_exit(0);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return status;
+}
+
 /// Runs checks in a process of their own, for what changes a whole process. Expectations that fail there are
 /// printed and fail the test here.
 inline void inChild(const std::function<void()>& checks) {
     std::fflush(nullptr);
-    const pid_t child = ::fork();
-    ASSERT_NE(child, -1);
-    if (child == 0) {
+    const int status = statusInChild([&checks] {
         checks();
         std::fflush(nullptr);
         ::_exit(::testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    });
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child's status " << status;
 }
 

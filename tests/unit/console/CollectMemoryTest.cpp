@@ -10,6 +10,9 @@ constexpr const char* kSecret = "correct horse battery staple";
 
 /// Whole runs of the console front, as it does them for `merocli collect --password-file`.
 class CollectMemory : public EngineRun {
+public:
+    ~CollectMemory() override { g_consoleMode = false; }
+
 protected:
     CollectMemory() {
         writeThreeItems();
@@ -17,8 +20,6 @@ protected:
         m_options.targetPath = m_target;
         m_options.passwordFile = writeFile("password", "correct horse battery staple\n");
     }
-    ~CollectMemory() override { g_consoleMode = false; }
-
     void expectWiped() {
         {
             const HeapWatch watch(kSecret);

@@ -11,15 +11,9 @@ namespace {
 
 class StopSignals : public Sandbox {
 protected:
-    /// Runs a body in a process of its own. @return the signal that it has died by; 0 for none.
+    /// The signal that the process of a body has died by; 0 for none.
     static int signalOf(const std::function<void()>& body) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            body();
-            ::_exit(0);
-        }
-        int status = 0;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        const int status = statusInChild(body);
         return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     }
 };

@@ -5,7 +5,9 @@
 #include "SpaceUse.h"
 #include "WorkerWorld.h"
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -144,6 +146,20 @@ TEST_F(SpaceWatch, EndsAJobWhoseToolsFillTheFileSystem) {
     inWorld([this] {
         configure(printingItem(6));
         static_cast<void>(runTooLarge({.keptFreeBytes = 4 * kMebibyte}, kTooLittle));
+    });
+}
+
+// What has gone since the last look may go once more before the next.
+TEST_F(SpaceWatch, EndsAJobThatTakesMoreAtOnceThanIsLeftThen) {
+    inWorld([] {
+        mountSmall("/srv/small", "size=100m");
+        std::promise<void> breached;
+        ::SpaceWatch watch({.keptFreeBytes = 20 * kMebibyte, .keptFreePercent = 0}, {"/srv/small"},
+                           [&breached] { breached.set_value(); });
+        ASSERT_TRUE(watch.start());
+        ASSERT_EQ(::mount("small", "/srv/small", "tmpfs", MS_REMOUNT, "size=50m"), 0);
+        ASSERT_EQ(breached.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+        EXPECT_STREQ(watch.breach(), kTooLittle);
     });
 }
 
