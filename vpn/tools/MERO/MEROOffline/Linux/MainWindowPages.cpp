@@ -77,10 +77,12 @@ void CMEROGtkMainWindow::setUpPage(WizardPage page) {
     case WizardPage::Progress:
         setSensitive("buttonBack", false);
         setSensitive("buttonNext", false);
+        setSpinning("spinnerProgress", true);
         break;
     case WizardPage::Result:
         setSensitive("buttonBack", false);
         setSensitive("buttonCancel", false);
+        setSpinning("spinnerProgress", false);
         setSensitive("buttonNext", true);
         setLabelText("labelButtonNext", translateText(userText(UserText::ButtonFinish)));
         break;

@@ -10,7 +10,9 @@ GObjectHandle<GtkBuilder> g_builder;
 // The theme's own red and orange can't be read in both its light and its dark form; mixed with the colour of
 // text they can.
 constexpr char kStyle[] = ".mero-failure { color: mix(@theme_fg_color, #e01b24, 0.6); }"
-                          ".mero-success { color: mix(@theme_fg_color, #26a269, 0.7); }";
+                          ".mero-success { color: mix(@theme_fg_color, #26a269, 0.7); }"
+                          // Themes draw the share in a grey that can't be read on their own background.
+                          ".mero-progress > text { color: @theme_fg_color; }";
 
 } // namespace
 
@@ -84,6 +86,12 @@ void setIcon(const char* id, const char* iconName, const char* styleClass) {
         gtk_style_context_remove_class(style, kStyleFailure);
         gtk_style_context_add_class(style, styleClass);
         g_object_set(image, "icon-name", iconName, nullptr);
+    }
+}
+
+void setSpinning(const char* id, bool spinning) {
+    if (GtkWidget* spinner = LookUpWidget(id, GTK_TYPE_SPINNER)) {
+        g_object_set(spinner, "active", spinning ? TRUE : FALSE, nullptr);
     }
 }
 

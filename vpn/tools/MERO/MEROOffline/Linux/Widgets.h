@@ -36,6 +36,8 @@ void setVisible(const char* id, bool visible);
 /// Shows an icon of the theme in a GtkImage.
 /// @param styleClass  class of the wizard's style that colours it.
 void setIcon(const char* id, const char* iconName, const char* styleClass);
+/// Has a GtkSpinner turn or stand.
+void setSpinning(const char* id, bool spinning);
 /// Shows or hides what is typed into a GtkEntry.
 void setEntryVisibility(const char* id, bool visible);
 

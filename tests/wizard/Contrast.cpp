@@ -1,0 +1,89 @@
+#include "Contrast.h"
+
+#include "Handles.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace {
+
+using Surface = std::unique_ptr<cairo_surface_t, Releaser<&cairo_surface_destroy>>;
+using Cairo = std::unique_ptr<cairo_t, Releaser<&cairo_destroy>>;
+
+/// Red, green and blue, a byte each.
+using Colour = uint32_t;
+
+double linear(uint32_t byte) {
+    const double value = byte / 255.0;
+    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+}
+
+double luminance(Colour colour) {
+    return 0.2126 * linear(colour >> 16U & 0xFFU) + 0.7152 * linear(colour >> 8U & 0xFFU) +
+           0.0722 * linear(colour & 0xFFU);
+}
+
+double contrast(Colour one, Colour other) {
+    const double first = luminance(one);
+    const double second = luminance(other);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+}
+
+/// How many pixels each colour has in a part of a picture.
+std::map<Colour, int> coloursIn(cairo_surface_t* picture, const GdkRectangle& part) {
+    cairo_surface_flush(picture);
+    const unsigned char* const data = cairo_image_surface_get_data(picture);
+    const int stride = cairo_image_surface_get_stride(picture);
+    std::map<Colour, int> colours;
+    for (int row = part.y; row < part.y + part.height; ++row) {
+        const auto* const pixels = reinterpret_cast<const uint32_t*>(data + row * stride);
+        for (int column = part.x; column < part.x + part.width; ++column) {
+            ++colours[pixels[column] & 0xFFFFFFU];
+        }
+    }
+    return colours;
+}
+
+} // namespace
+
+std::string nameOf(const Look& look) {
+    return std::string(look.theme) + (look.isDark ? ", dark" : "") + (look.isBehind ? ", behind" : "");
+}
+
+void putOn(GtkWidget* window, const Look& look) {
+    g_object_set(gtk_settings_get_default(), "gtk-theme-name", look.theme,
+                 "gtk-application-prefer-dark-theme", look.isDark ? TRUE : FALSE, "gtk-enable-animations",
+                 FALSE, nullptr);
+    if (look.isBehind) {
+        gtk_widget_set_state_flags(window, GTK_STATE_FLAG_BACKDROP, FALSE);
+    } else {
+        gtk_widget_unset_state_flags(window, GTK_STATE_FLAG_BACKDROP);
+    }
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+    }
+}
+
+double contrastOf(GtkWidget* window, GtkWidget* widget, const GdkRectangle* part) {
+    const Surface picture(cairo_image_surface_create(
+        CAIRO_FORMAT_RGB24, gtk_widget_get_allocated_width(window), gtk_widget_get_allocated_height(window)));
+    {
+        const Cairo cairo(cairo_create(picture.get()));
+        gtk_widget_draw(window, cairo.get());
+    }
+    GdkRectangle place = part != nullptr ? *part
+                                         : GdkRectangle{0, 0, gtk_widget_get_allocated_width(widget),
+                                                        gtk_widget_get_allocated_height(widget)};
+    gtk_widget_translate_coordinates(widget, window, place.x, place.y, &place.x, &place.y);
+    const std::map<Colour, int> colours = coloursIn(picture.get(), place);
+    const auto ground =
+        std::max_element(colours.begin(), colours.end(),
+                         [](const auto& one, const auto& other) { return one.second < other.second; });
+    double most = 1;
+    for (const auto& [colour, count] : colours) {
+        most = std::max(most, contrast(colour, ground->first));
+    }
+    return most;
+}

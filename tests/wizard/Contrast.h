@@ -1,0 +1,34 @@
+#pragma once
+
+#include <gtk/gtk.h>
+#include <string>
+
+/// A look that GTK itself brings.
+struct Look {
+    const char* theme;
+    bool isDark;
+    /// Whether the window looks as one without the focus does.
+    bool isBehind;
+};
+
+/// For tests that go through them all.
+inline constexpr Look kLooks[] = {
+    {"Adwaita", false, false},
+    {"Adwaita", false, true},
+    {"Adwaita", true, false},
+    {"Adwaita", true, true},
+    {"HighContrast", false, false},
+    {"HighContrast", false, true},
+    {"HighContrastInverse", false, false},
+    {"HighContrastInverse", false, true},
+};
+
+[[nodiscard]] std::string nameOf(const Look& look);
+
+/// Shows a window in a look.
+void putOn(GtkWidget* window, const Look& look);
+
+/// Draws a window and measures what stands in a part of a widget in it.
+/// @param part  in the widget's own coordinates; null for the whole widget.
+/// @return the contrast of the colour that stands out most against the one that covers most, from 1 to 21.
+[[nodiscard]] double contrastOf(GtkWidget* window, GtkWidget* widget, const GdkRectangle* part = nullptr);

@@ -1,0 +1,50 @@
+#include "Contrast.h"
+#include "ReturnCodes.h"
+#include "WizardFixture.h"
+
+namespace {
+
+constexpr double kLegible = 4.5;
+/// What the bar itself takes below its text.
+constexpr int kBarHeight = 10;
+
+class ProgressPage : public Wizard {
+protected:
+    static bool isSpinning() {
+        gboolean active = FALSE;
+        g_object_get(LookUpWidget("spinnerProgress", GTK_TYPE_SPINNER), "active", &active, nullptr);
+        return active != FALSE;
+    }
+};
+
+TEST_F(ProgressPage, HasASpinnerThatTurnsWhileTheJobRuns) {
+    walkTo(WizardPage::Encryption);
+    EXPECT_FALSE(isSpinning());
+    click("buttonNext");
+    EXPECT_TRUE(isSpinning());
+    EXPECT_TRUE(gtk_widget_get_mapped(LookUpWidget("spinnerProgress")));
+    m_window->updateStatus(nullptr, MEROOFFLINE_ERROR_PROCESSING);
+    settle();
+    EXPECT_TRUE(isSpinning());
+    m_window->updateStatus(nullptr, 0);
+    settle();
+    EXPECT_FALSE(isSpinning());
+}
+
+TEST_F(ProgressPage, HasAShareThatCanBeReadInEveryLook) {
+    walkTo(WizardPage::Progress);
+    GtkWidget* const window = LookUpWidget("windowMain");
+    GtkWidget* const bar = LookUpWidget("progressBar");
+    const MEROStatusInfo info{.m_progress = 58, .m_message = "Processing Network..."};
+    m_window->updateStatus(&info, MEROOFFLINE_ERROR_PROCESSING);
+    settle();
+    for (const Look& look : kLooks) {
+        putOn(window, look);
+        const GdkRectangle text{0, 0, gtk_widget_get_allocated_width(bar),
+                                gtk_widget_get_allocated_height(bar) - kBarHeight};
+        ASSERT_GT(text.height, 0);
+        EXPECT_GE(contrastOf(window, bar, &text), kLegible) << nameOf(look);
+    }
+}
+
+} // namespace
