@@ -1,9 +1,9 @@
 #include "BackgroundRun.h"
 #include "NoNewThreads.h"
 #include "ReturnCodes.h"
+#include "SelectionPage.h"
 #include "SelectionPicture.h"
 #include "SelectionWalk.h"
-#include "WizardFixture.h"
 
 #include <algorithm>
 #include <thread>
@@ -26,82 +26,9 @@ GtkWidget* gtk_tree_view_new() {
 namespace {
 
 using TreePathHandle = std::unique_ptr<GtkTreePath, Releaser<&gtk_tree_path_free>>;
-using RendererList = std::unique_ptr<GList, Releaser<&g_list_free>>;
-
-GtkTreeView* treeView() {
-    GtkWidget* page = LookUpWidget("scrolledwindowFileSelDlg", GTK_TYPE_BIN);
-    GtkWidget* child = page == nullptr ? nullptr : gtk_bin_get_child(GTK_BIN(page));
-    return GTK_IS_TREE_VIEW(child) ? GTK_TREE_VIEW(child) : nullptr;
-}
-
-GtkTreeModel* model() {
-    return gtk_tree_view_get_model(treeView());
-}
-
-GtkTreeViewColumn* column() {
-    return gtk_tree_view_get_column(treeView(), 0);
-}
-
-/// The renderer at this place of the column; null if there is none.
-GtkCellRenderer* renderer(guint place) {
-    const RendererList all(gtk_cell_layout_get_cells(GTK_CELL_LAYOUT(column())));
-    return static_cast<GtkCellRenderer*>(g_list_nth_data(all.get(), place));
-}
-
-std::vector<ReferenceRow> rowsBelow(GtkTreeIter* parent) {
-    std::vector<ReferenceRow> rows;
-    GtkTreeIter iterator{};
-    for (gboolean more = gtk_tree_model_iter_children(model(), &iterator, parent); more != FALSE;
-         more = gtk_tree_model_iter_next(model(), &iterator)) {
-        gboolean checked = FALSE;
-        char* text = nullptr;
-        gtk_tree_model_get(model(), &iterator, 0, &checked, 1, &text, -1);
-        rows.push_back({TextHandle(text).get(), checked != FALSE, rowsBelow(&iterator)});
-    }
-    return rows;
-}
-
-std::string shown() {
-    return pictureOf(rowsBelow(nullptr));
-}
-
-std::string pathText(const std::vector<int>& place) {
-    std::string text;
-    for (const int position : place) {
-        text.append(text.empty() ? "" : ":").append(std::to_string(position));
-    }
-    return text;
-}
-
-/// Lets the check box renderer report a toggle while it shows `old`.
-void emitToggled(const std::string& path, bool old) {
-    g_object_set(renderer(0), "active", old ? TRUE : FALSE, nullptr);
-    g_signal_emit_by_name(renderer(0), "toggled", path.c_str());
-}
-
-/// A click on the check box of a row, which must exist.
-void toggle(const std::vector<int>& place) {
-    emitToggled(pathText(place), rowAt(rowsBelow(nullptr), place).checked);
-}
 
 void pressButton(const char* button) {
     gtk_button_clicked(GTK_BUTTON(LookUpWidget(button, GTK_TYPE_BUTTON)));
-}
-
-struct Arrival {
-    std::string rootName;
-    ModuleItem module;
-};
-
-/// The modules of a tree, root by root.
-std::vector<Arrival> arrivalsOf(const std::list<RootItem>& records) {
-    std::vector<Arrival> arrivals;
-    for (const RootItem& root : records) {
-        for (const ModuleItem& module : root.m_modules) {
-            arrivals.push_back({root.m_name, module});
-        }
-    }
-    return arrivals;
 }
 
 /// The page of an open window. To store is to press Next; Back leads here again.
@@ -120,31 +47,11 @@ private:
     CMEROGtkMainWindow& m_window;
 };
 
-class FileSelection : public Wizard {
+class FileSelection : public SelectionPage {
 public:
     ~FileSelection() override { g_failTreeView = false; }
 
 protected:
-    /// Opens the window as if its scan had found these, and goes to the page.
-    void show(const std::vector<Arrival>& arrivals) {
-        open();
-        for (const Arrival& arrival : arrivals) {
-            m_window->addModule(arrival.rootName, arrival.module);
-        }
-        goToPage();
-    }
-
-    void show(std::string_view picture) { show(arrivalsOf(recordsOf(picture))); }
-
-    /// From the first page of an open window; waits until the scan has ended.
-    static void goToPage() {
-        setActive("radiobuttonBundleCustom", true);
-        next();
-        next();
-        ASSERT_EQ(page(), 5);
-        ASSERT_NE(treeView(), nullptr);
-    }
-
     /// From the first page of an open window, without a look at what the scan reports.
     static void goToScanningPage() {
         setActive("radiobuttonBundleCustom", true);

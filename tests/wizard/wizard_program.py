@@ -178,7 +178,9 @@ class WizardTest(unittest.TestCase):
         return self.find("tree table", "Select the files to be collected.")
 
     def is_checked(self, name):
-        return self.row(name)[0].get_state_set().contains(Atspi.StateType.CHECKED)
+        """Whether the row is checked, be it in part."""
+        states = self.row(name)[0].get_state_set()
+        return states.contains(Atspi.StateType.CHECKED) or states.contains(Atspi.StateType.INDETERMINATE)
 
     def toggle(self, name):
         before = self.is_checked(name)

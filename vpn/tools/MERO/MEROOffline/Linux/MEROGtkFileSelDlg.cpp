@@ -1,43 +1,27 @@
 #include "MEROGtkFileSelDlg.h"
 
 #include "BackgroundRun.h"
+#include "CheckBoxRenderer.h"
+#include "GtkHandles.h"
 #include "HandlerGuard.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
 #include "MsgCatalog.h"
+#include "SelectionKeys.h"
 #include "TrText.h"
 #include "UserTexts.h"
 #include "Widgets.h"
 
-#include <set>
-#include <span>
-#include <vector>
-
 namespace {
 
-using PathHandle = std::unique_ptr<GtkTreePath, Releaser<&gtk_tree_path_free>>;
-using EventHandle = std::unique_ptr<GdkEvent, Releaser<&gdk_event_free>>;
-
-/// Pixels that a line needs which may hold any of the shown texts: their scripts may come from fonts of
-/// different heights.
-int heightOfTexts(GtkWidget* view, const SelectionIndex& index) {
-    std::set<gunichar> characters;
-    for (std::size_t row = 0; row < index.rows().size(); ++row) {
-        const std::string text = displayText(index.textOf(row));
-        for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
-            const gunichar character = g_utf8_get_char(at);
-            if (g_unichar_isprint(character) != FALSE) {
-                characters.insert(character);
-            }
-        }
+/// The view's first "size-allocate": only now it can be told which rows are in sight.
+void onFirstSize(GtkWidget* view, GdkRectangle* /*place*/, gpointer /*data*/) {
+    GtkTreePath* path = nullptr;
+    gtk_tree_view_get_cursor(GTK_TREE_VIEW(view), &path, nullptr);
+    if (const PathHandle cursor{path}) {
+        gtk_tree_view_scroll_to_cell(GTK_TREE_VIEW(view), cursor.get(), nullptr, FALSE, 0, 0);
     }
-    const std::vector<gunichar> all(characters.begin(), characters.end());
-    const TextHandle line(
-        g_ucs4_to_utf8(all.data(), static_cast<glong>(all.size()), nullptr, nullptr, nullptr));
-    const auto layout = adoptRef(gtk_widget_create_pango_layout(view, line.get()));
-    int height = 0;
-    pango_layout_get_pixel_size(layout.get(), nullptr, &height);
-    return height;
+    g_signal_handlers_disconnect_by_func(view, reinterpret_cast<gpointer>(&onFirstSize), nullptr);
 }
 
 /// The text that rows and records belong together by, with the bytes that it has: two texts that only look
@@ -95,6 +79,7 @@ void CMEROGtkFileSelDlg::populate() {
         m_rules.emplace(*m_index, *m_store);
         makeColumn();
         gtk_tree_view_set_model(GTK_TREE_VIEW(m_pTreeView.get()), m_store->model());
+        goToFirstChecked();
         showView();
     }
     setSensitive("buttonBack", true);
@@ -103,27 +88,13 @@ void CMEROGtkFileSelDlg::populate() {
 
 void CMEROGtkFileSelDlg::makeColumn() {
     GtkTreeView* view = GTK_TREE_VIEW(m_pTreeView.get());
-    GtkTreeViewColumn* column = gtk_tree_view_column_new();
-    // Rows of one height need not be measured again when a click changes thousands of them.
-    gtk_tree_view_column_set_sizing(column, GTK_TREE_VIEW_COLUMN_FIXED);
-    gtk_tree_view_append_column(view, column);
-    gtk_tree_view_set_fixed_height_mode(view, TRUE);
-
-    m_pToggleRenderer = shareRef(gtk_cell_renderer_toggle_new());
+    m_pToggleRenderer = makeCheckBoxRenderer();
     m_toggledHandler =
         g_signal_connect(m_pToggleRenderer.get(), "toggled", G_CALLBACK(&onCheckToggled), this);
-    gtk_tree_view_column_pack_start(column, m_pToggleRenderer.get(), FALSE);
-    gtk_tree_view_column_add_attribute(column, m_pToggleRenderer.get(), "active",
-                                       SelectionStore::kCheckColumn);
-
+    m_column.emplace(view, m_pToggleRenderer.get(), *m_index, *m_store);
     // A click on the text moves the keyboard's place to it, where the space bar activates the row.
     g_signal_connect(view, "row-activated", G_CALLBACK(&onRowActivated), this);
-
-    GtkCellRenderer* text = gtk_cell_renderer_text_new();
-    g_object_set(text, "ellipsize", PANGO_ELLIPSIZE_END, "single-paragraph-mode", TRUE, nullptr);
-    gtk_cell_renderer_set_fixed_size(text, -1, heightOfTexts(m_pTreeView.get(), *m_index));
-    gtk_tree_view_column_pack_start(column, text, FALSE);
-    gtk_tree_view_column_add_attribute(column, text, "text", SelectionStore::kTextColumn);
+    addSelectionKeys(view, SelectionStore::kTextColumn);
 }
 
 void CMEROGtkFileSelDlg::showView() {
@@ -139,20 +110,23 @@ void CMEROGtkFileSelDlg::showView() {
     gtk_widget_grab_focus(m_pTreeView.get());
 }
 
-std::optional<std::size_t> CMEROGtkFileSelDlg::rowAt(GtkTreePath* path) const {
-    if (!m_index || path == nullptr) {
-        return std::nullopt;
+void CMEROGtkFileSelDlg::goToFirstChecked() {
+    for (std::size_t root = 0; root < m_index->rootCount(); ++root) {
+        if (m_store->isChecked(root)) {
+            const PathHandle path(gtk_tree_path_new_from_indices(static_cast<int>(root), -1));
+            GtkTreeView* view = GTK_TREE_VIEW(m_pTreeView.get());
+            gtk_tree_view_set_cursor(view, path.get(), nullptr, FALSE);
+            g_signal_connect(view, "size-allocate", G_CALLBACK(&onFirstSize), nullptr);
+            return;
+        }
     }
-    int depth = 0;
-    const int* positions = gtk_tree_path_get_indices_with_depth(path, &depth);
-    return m_index->rowAt(std::span(positions, static_cast<std::size_t>(depth)));
 }
 
 void CMEROGtkFileSelDlg::onCheckToggled(GtkCellRendererToggle* renderer, char* path, gpointer dlg) {
     runHandler(__func__, [&] {
         auto& self = *static_cast<CMEROGtkFileSelDlg*>(dlg);
         const PathHandle place(gtk_tree_path_new_from_string(path));
-        if (const std::optional<std::size_t> row = self.rowAt(place.get())) {
+        if (const std::optional<std::size_t> row = self.m_store->rowAt(place.get())) {
             self.m_rules->toggle(*row, gtk_cell_renderer_toggle_get_active(renderer) != FALSE);
         }
     });
@@ -167,7 +141,7 @@ void CMEROGtkFileSelDlg::onRowActivated(GtkTreeView* /*view*/, GtkTreePath* path
             return;
         }
         auto& self = *static_cast<CMEROGtkFileSelDlg*>(dlg);
-        if (const std::optional<std::size_t> row = self.rowAt(path)) {
+        if (const std::optional<std::size_t> row = self.m_store->rowAt(path)) {
             self.m_rules->toggle(*row, self.m_store->isChecked(*row));
         }
     });

@@ -3,6 +3,7 @@
 #include "GlibHandles.h"
 #include "ModuleTree.h"
 #include "ParseConfigXML.h"
+#include "SelectionColumn.h"
 #include "SelectionIndex.h"
 #include "SelectionRules.h"
 #include "SelectionStore.h"
@@ -48,7 +49,9 @@ public:
 private:
     void makeColumn();
     void showView();
-    [[nodiscard]] std::optional<std::size_t> rowAt(GtkTreePath* path) const;
+    /// Puts the keyboard's place on the first root that is checked, if there is one. Before the view is
+    /// shown: one that has no size yet would scroll too far.
+    void goToFirstChecked();
     /// The toggle renderer's "toggled". `dlg` is the CMEROGtkFileSelDlg, which disconnects it before it goes.
     static void onCheckToggled(GtkCellRendererToggle* renderer, char* path, gpointer dlg);
     /// The view's "row-activated": a row that is activated by a key or a screen reader is toggled. `dlg` as
@@ -67,5 +70,6 @@ private:
     // Made by populate, each of them on those before it.
     std::optional<SelectionIndex> m_index;
     std::optional<SelectionStore> m_store;
+    std::optional<SelectionColumn> m_column;
     std::optional<SelectionRules> m_rules;
 };

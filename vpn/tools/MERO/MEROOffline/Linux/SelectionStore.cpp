@@ -1,9 +1,13 @@
 #include "SelectionStore.h"
 
+#include "GtkHandles.h"
 #include "Widgets.h"
 
+#include <span>
+
 SelectionStore::SelectionStore(const SelectionIndex& index)
-    : m_store(adoptRef(gtk_tree_store_new(2, G_TYPE_BOOLEAN, G_TYPE_STRING))) {
+    : m_index(index), m_mixed(index),
+      m_store(adoptRef(gtk_tree_store_new(2, G_TYPE_BOOLEAN, G_TYPE_STRING))) {
     m_iterators.resize(index.rows().size());
     for (std::size_t row = 0; row < m_iterators.size(); ++row) {
         const std::optional<std::size_t> parent = index.row(row).parent;
@@ -11,6 +15,15 @@ SelectionStore::SelectionStore(const SelectionIndex& index)
             m_store.get(), &m_iterators[row], parent ? &m_iterators[*parent] : nullptr, -1, kCheckColumn,
             index.isStored(row) ? TRUE : FALSE, kTextColumn, displayText(index.textOf(row)).c_str(), -1);
     }
+}
+
+std::optional<std::size_t> SelectionStore::rowAt(GtkTreePath* path) const {
+    if (path == nullptr) {
+        return std::nullopt;
+    }
+    int depth = 0;
+    const int* positions = gtk_tree_path_get_indices_with_depth(path, &depth);
+    return m_index.rowAt(std::span(positions, static_cast<std::size_t>(depth)));
 }
 
 bool SelectionStore::isChecked(std::size_t row) const {
@@ -22,7 +35,14 @@ bool SelectionStore::isChecked(std::size_t row) const {
 
 void SelectionStore::setChecked(std::size_t row, bool checked) {
     // A row that is set is drawn and measured anew, so one that stays as it is had better be left alone.
-    if (checked != isChecked(row)) {
-        gtk_tree_store_set(m_store.get(), &m_iterators[row], kCheckColumn, checked ? TRUE : FALSE, -1);
+    if (checked == isChecked(row)) {
+        return;
+    }
+    const std::vector<std::size_t> changed = m_mixed.setChecked(row, checked);
+    gtk_tree_store_set(m_store.get(), &m_iterators[row], kCheckColumn, checked ? TRUE : FALSE, -1);
+    for (const std::size_t above : changed) {
+        GtkTreeIter iterator = m_iterators[above];
+        const PathHandle path(gtk_tree_model_get_path(model(), &iterator));
+        gtk_tree_model_row_changed(model(), path.get(), &iterator);
     }
 }
