@@ -30,7 +30,7 @@ void mountSmall(const std::string& folder, const char* options) {
 
 TEST(SpaceLimits, AreWideUnlessTheyAreChosen) {
     const SpaceLimits limits;
-    EXPECT_EQ(limits.mostBytes, 10 * 1024 * kMebibyte);
+    EXPECT_EQ(limits.mostBytes, uint64_t{10} * 1024 * kMebibyte);
     EXPECT_EQ(limits.keptFreeBytes, 200 * kMebibyte);
     EXPECT_EQ(limits.keptFreePercent, 5U);
 }

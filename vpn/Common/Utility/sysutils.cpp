@@ -24,6 +24,7 @@ std::string formatTime(const char* format, const std::tm& localTime) {
 std::string asctimeText(const std::tm& localTime) {
     // The size that asctime_r asks for; it gives null for a year that doesn't fit.
     std::array<char, 26> buffer{};
+    // NOLINTNEXTLINE(bugprone-unsafe-functions): strftime's names follow the locale
     const char* const text = ::asctime_r(&localTime, buffer.data());
     return text == nullptr ? std::string() : std::string(text);
 }
