@@ -1,10 +1,13 @@
 """The shipped configuration set: what each file must hold, what none may collect, and a real run with all of it."""
 
 import fnmatch
+import gettext
 import glob
+import io
 import os
 import re
 import shutil
+import subprocess
 import unittest
 import xml.etree.ElementTree as ElementTree
 import zipfile
@@ -13,7 +16,9 @@ from console import MEROCLI, JobTest
 
 FOLDER = os.path.join(os.environ["MERO_SOURCE_DIR"], "data/xml/config")
 LEGACY = "Legacy - Varnel Trellink Nolvane"
-TRANSLATED = re.compile(r'\A_tr\("[^"]+"\)\Z')
+TRANSLATED = re.compile(r'\A_tr\("([^"]+)"\)\Z')
+# The digit gives the branch its place and is not shown.
+ROOT = re.compile(r'\A[1-9]_tr\("([^"]+)"\)\Z')
 
 # Files that no bundle may hold, asked for or not.
 SECRET = (
@@ -133,10 +138,42 @@ class ConfigurationSet(unittest.TestCase):
         for name, group in self.groups():
             self.assertRegex(group.findtext("title"), TRANSLATED, name)
             if group.get("treeRootName") != LEGACY:
-                self.assertRegex(group.get("treeRootName"), TRANSLATED, name)
+                self.assertRegex(group.get("treeRootName"), ROOT, name)
         for place, _, item in self.items():
             self.assertRegex(item.findtext("gui/label"), TRANSLATED, place)
             self.assertRegex(item.findtext("description"), TRANSLATED, place)
+
+    def levels(self):
+        """(root, module, items) as they are named in the wizard, in the order of its roots."""
+        for _, group in sorted(self.groups(), key=lambda found: found[1].get("treeRootName").encode()):
+            root = ROOT.sub(r"\1", group.get("treeRootName"))
+            labels = [TRANSLATED.match(item.findtext("gui/label"))[1] for item in group.findall("file")]
+            yield root, TRANSLATED.match(group.findtext("title"))[1], labels
+
+    def testRootsAreFewAndTheSuiteIsTheFirst(self):
+        roots = list(dict.fromkeys(root for root, _, _ in self.levels()))
+        self.assertEqual(roots, ["Varnel Corvane", "System", "Network", LEGACY])
+        first = [item.findtext("default") for _, group, item in self.items()
+                 if group.get("treeRootName").endswith('_tr("Varnel Corvane")')]
+        self.assertIn("true", first)
+
+    def testNoLevelRepeatsTheOneAboveItInAnyLanguage(self):
+        source = os.environ["MERO_SOURCE_DIR"]
+        with open(os.path.join(source, "po/LINGUAS"), encoding="utf-8") as file:
+            languages = [line.strip() for line in file if line.strip() and not line.startswith("#")]
+        self.assertEqual(len(languages), 8)
+        catalogues = [gettext.NullTranslations()]
+        for language in languages:
+            made = subprocess.run(["msgfmt", "-o", "-", os.path.join(source, "po", language + ".po")],
+                                  stdout=subprocess.PIPE, check=True)
+            catalogues.append(gettext.GNUTranslations(io.BytesIO(made.stdout)))
+        for catalogue in catalogues:
+            shown = catalogue.gettext
+            modules = [shown(module) for _, module, _ in self.levels()]
+            self.assertEqual(sorted(modules), sorted(set(modules)))
+            for root, module, labels in self.levels():
+                self.assertNotEqual(shown(root), shown(module))
+                self.assertNotIn(shown(module), [shown(label) for label in labels])
 
     def testPlainDescriptionStandsFirstAndIsTheSameText(self):
         for place, _, item in self.items():
