@@ -1,4 +1,5 @@
 #include "BuildVersion.h"
+#include "CommentView.h"
 #include "MEROGtkMainWindow.h"
 #include "Names.h"
 #include "UserTexts.h"
@@ -86,6 +87,9 @@ void CMEROGtkMainWindow::setUpWidgets() {
     showTargetName(m_bundlePath.find('/') == std::string::npos
                        ? "MEROBundle.zip"
                        : helperUtil::stringAfterLast(m_bundlePath, "/"));
+    if (GtkWidget* comment = LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW)) {
+        keepCommentQuick(GTK_TEXT_VIEW(comment));
+    }
     connectSignals();
 }
 

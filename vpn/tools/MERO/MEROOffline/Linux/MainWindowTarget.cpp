@@ -1,3 +1,4 @@
+#include "CommentView.h"
 #include "GlibHandles.h"
 #include "HandlerGuard.h"
 #include "MEROGtkMainWindow.h"
@@ -21,10 +22,7 @@ bool CMEROGtkMainWindow::validateComments() {
     if (buffer == nullptr) {
         return true;
     }
-    GtkTextIter start;
-    GtkTextIter end;
-    gtk_text_buffer_get_bounds(buffer, &start, &end);
-    const TextHandle text(gtk_text_buffer_get_text(buffer, &start, &end, FALSE));
+    const TextHandle text(wholeText(buffer));
     std::string comment(text.get());
     if (comment.size() <= kMaximumCommentBytes) {
         m_comments = std::move(comment);

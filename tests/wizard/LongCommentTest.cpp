@@ -1,0 +1,90 @@
+#include "WizardFixture.h"
+
+#include <algorithm>
+#include <ctime>
+#include <gmock/gmock.h>
+
+namespace {
+
+/// In which the window has to answer. Time of the processor, of which other tests may take some too.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double kAnswerSeconds = 4;
+#else
+constexpr double kAnswerSeconds = 0.2;
+#endif
+
+double processorSeconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+class LongComment : public Wizard {
+protected:
+    static GtkTextBuffer* buffer() {
+        return gtk_text_view_get_buffer(GTK_TEXT_VIEW(LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW)));
+    }
+    /// As from the clipboard. @return the longest time in which the window did not answer.
+    static double paste(const std::string& text) {
+        double start = processorSeconds();
+        gtk_text_buffer_insert_at_cursor(buffer(), text.data(), static_cast<gint>(text.size()));
+        double longest = processorSeconds() - start;
+        do {
+            start = processorSeconds();
+            g_main_context_iteration(nullptr, FALSE);
+            longest = std::max(longest, processorSeconds() - start);
+        } while (g_main_context_pending(nullptr) != FALSE);
+        return longest;
+    }
+    static std::string shown() {
+        GtkTextIter start;
+        GtkTextIter end;
+        gtk_text_buffer_get_bounds(buffer(), &start, &end);
+        return TextHandle(gtk_text_buffer_get_text(buffer(), &start, &end, FALSE)).get();
+    }
+    static void removeFrom(int character) {
+        GtkTextIter start;
+        GtkTextIter end;
+        gtk_text_buffer_get_bounds(buffer(), &start, &end);
+        gtk_text_iter_set_offset(&start, character);
+        gtk_text_buffer_delete(buffer(), &start, &end);
+    }
+};
+
+TEST_F(LongComment, OfAHundredThousandCharactersWithoutABlankLeavesTheWindowQuick) {
+    walkTo(WizardPage::Target, false);
+    EXPECT_LT(paste(std::string(100000, 'x')), kAnswerSeconds);
+    EXPECT_LT(paste("y"), kAnswerSeconds);
+}
+
+TEST_F(LongComment, OfAMegabyteLeavesTheWindowQuick) {
+    walkTo(WizardPage::Target, false);
+    EXPECT_LT(paste(std::string(1U << 20U, 'x')), kAnswerSeconds);
+    removeFrom(0);
+    std::string words;
+    while (words.size() < 1U << 20U) {
+        words += "some words ";
+    }
+    EXPECT_LT(paste(words), kAnswerSeconds);
+}
+
+TEST_F(LongComment, ThatIsMuchTooLongIsCountedWhole) {
+    walkTo(WizardPage::Target, false);
+    static_cast<void>(paste(std::string(100000, 'x') + "\nlast"));
+    EXPECT_LT(shown().size(), 10000U);
+    EXPECT_THAT(shown(), testing::EndsWith("\nlast"));
+    EXPECT_FALSE(m_window->validateComments());
+    EXPECT_THAT(dialogText(), testing::HasSubstr(" 100005 characters long"));
+}
+
+TEST_F(LongComment, ThatIsShortenedIsShownWholeAgain) {
+    walkTo(WizardPage::Target, false);
+    static_cast<void>(paste(std::string(100000, 'x')));
+    removeFrom(4000);
+    EXPECT_EQ(shown(), std::string(4000, 'x'));
+    removeFrom(2048);
+    EXPECT_TRUE(m_window->validateComments());
+    EXPECT_EQ(m_window->getComments(), std::string(2048, 'x'));
+}
+
+} // namespace
