@@ -3,6 +3,9 @@
 #include <gtk/gtk.h>
 #include <string>
 
+/// What text needs to be read by everybody.
+inline constexpr double kLegibleContrast = 4.5;
+
 /// A look that GTK itself brings.
 struct Look {
     const char* theme;

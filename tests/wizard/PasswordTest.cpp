@@ -1,3 +1,4 @@
+#include "Contrast.h"
 #include "WizardFixture.h"
 
 namespace {
@@ -200,6 +201,19 @@ TEST_F(Password, KeysStillReachTheEntry) {
     gtk_widget_grab_focus(LookUpWidget("entryPassword"));
     press("entryPassword", GDK_KEY_q);
     EXPECT_STREQ(gtk_entry_get_text(GTK_ENTRY(LookUpWidget("entryPassword"))), "q");
+}
+
+TEST_F(Password, MismatchCanBeReadInEveryLook) {
+    enable();
+    fill("abc", "abd");
+    click("buttonNext");
+    expectStayed();
+    GtkWidget* const window = LookUpWidget("windowMain");
+    for (const Look& look : kLooks) {
+        putOn(window, look);
+        EXPECT_GE(contrastOf(window, LookUpWidget("labelPasswordNotMatch")), kLegibleContrast)
+            << nameOf(look);
+    }
 }
 
 TEST_F(Password, NeverReachesTheLog) {

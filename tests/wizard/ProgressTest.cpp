@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr double kLegible = 4.5;
 /// What the bar itself takes below its text.
 constexpr int kBarHeight = 10;
 
@@ -43,7 +42,7 @@ TEST_F(ProgressPage, HasAShareThatCanBeReadInEveryLook) {
         const GdkRectangle text{0, 0, gtk_widget_get_allocated_width(bar),
                                 gtk_widget_get_allocated_height(bar) - kBarHeight};
         ASSERT_GT(text.height, 0);
-        EXPECT_GE(contrastOf(window, bar, &text), kLegible) << nameOf(look);
+        EXPECT_GE(contrastOf(window, bar, &text), kLegibleContrast) << nameOf(look);
     }
 }
 

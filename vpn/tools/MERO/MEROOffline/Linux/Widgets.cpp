@@ -9,7 +9,7 @@ GObjectHandle<GtkBuilder> g_builder;
 
 // The theme's own red and orange can't be read in both its light and its dark form; mixed with the colour of
 // text they can.
-constexpr char kStyle[] = ".mero-failure { color: mix(@theme_fg_color, #e01b24, 0.6); }"
+constexpr char kStyle[] = ".mero-failure { color: mix(@theme_fg_color, #e01b24, 0.45); }"
                           ".mero-success { color: mix(@theme_fg_color, #26a269, 0.7); }"
                           // Themes draw the share in a grey that can't be read on their own background.
                           ".mero-progress > text { color: @theme_fg_color; }";
