@@ -32,7 +32,8 @@ void boundParagraph(GtkTextBuffer* buffer, const GtkTextIter& place) {
 bool hasLongParagraph(std::string_view text) {
     while (text.size() > static_cast<std::size_t>(kShownCharacters)) {
         const std::size_t end = text.find('\n');
-        if (end == std::string_view::npos || end > static_cast<std::size_t>(kShownCharacters)) {
+        // Also where there is none.
+        if (end > static_cast<std::size_t>(kShownCharacters)) {
             return true;
         }
         text.remove_prefix(end + 1);

@@ -95,7 +95,7 @@ void PressFilter::onEvent(GdkEvent* event, gpointer self) {
     }
 }
 
-bool PressFilter::drops(const GdkEvent& event) {
+bool PressFilter::drops(GdkEvent& event) {
     switch (event.type) {
     case GDK_KEY_PRESS:
         return dropsKey(event.key);
@@ -106,8 +106,7 @@ bool PressFilter::drops(const GdkEvent& event) {
     case GDK_2BUTTON_PRESS:
     case GDK_3BUTTON_PRESS:
     case GDK_TOUCH_BEGIN:
-        return !m_guard.admitsPress(nowMs(), doubleClickMs()) &&
-               leadsOn(gtk_get_event_widget(const_cast<GdkEvent*>(&event)));
+        return !m_guard.admitsPress(nowMs(), doubleClickMs()) && leadsOn(gtk_get_event_widget(&event));
     default:
         return false;
     }

@@ -22,7 +22,7 @@ public:
     void changePage(GtkWidget* window);
 
 private:
-    [[nodiscard]] bool drops(const GdkEvent& event);
+    [[nodiscard]] bool drops(GdkEvent& event);
     [[nodiscard]] bool dropsKey(const GdkEventKey& key);
     void stopWaitingForPaint();
 
