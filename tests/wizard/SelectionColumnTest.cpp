@@ -63,18 +63,17 @@ protected:
         });
     }
 
-    static void forEachRow(const std::function<void(GtkTreePath*, const std::string&)>& action) {
+    static void forEachRow(std::function<void(GtkTreePath*, const std::string&)> action) {
         gtk_tree_model_foreach(
             model(),
             [](GtkTreeModel* rows, GtkTreePath* path, GtkTreeIter* row, gpointer data) -> gboolean {
                 char* text = nullptr;
                 gtk_tree_model_get(rows, row, 1, &text, -1);
                 const TextHandle held(text);
-                (*static_cast<const std::function<void(GtkTreePath*, const std::string&)>*>(data))(path,
-                                                                                                   text);
+                (*static_cast<std::function<void(GtkTreePath*, const std::string&)>*>(data))(path, text);
                 return FALSE;
             },
-            const_cast<std::function<void(GtkTreePath*, const std::string&)>*>(&action));
+            &action);
     }
 
     /// Whether a tooltip is shown for the row, when it is asked for by key.

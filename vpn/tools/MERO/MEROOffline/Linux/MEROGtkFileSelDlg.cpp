@@ -21,7 +21,8 @@ void onFirstSize(GtkWidget* view, GdkRectangle* /*place*/, gpointer /*data*/) {
     if (const PathHandle cursor{path}) {
         gtk_tree_view_scroll_to_cell(GTK_TREE_VIEW(view), cursor.get(), nullptr, FALSE, 0, 0);
     }
-    g_signal_handlers_disconnect_by_func(view, reinterpret_cast<gpointer>(&onFirstSize), nullptr);
+    g_signal_handlers_disconnect_matched(view, G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
+                                         reinterpret_cast<gpointer>(&onFirstSize), nullptr);
 }
 
 /// The text that rows and records belong together by, with the bytes that it has: two texts that only look
@@ -74,24 +75,24 @@ void CMEROGtkFileSelDlg::populate() {
     }
     if (!m_rules) {
         sortRoots(m_roots);
-        m_index.emplace(m_roots, &shownText);
-        m_store.emplace(*m_index);
-        m_rules.emplace(*m_index, *m_store);
-        makeColumn();
-        gtk_tree_view_set_model(GTK_TREE_VIEW(m_pTreeView.get()), m_store->model());
-        goToFirstChecked();
+        SelectionIndex& index = m_index.emplace(m_roots, &shownText);
+        SelectionStore& store = m_store.emplace(index);
+        m_rules.emplace(index, store);
+        makeColumn(index, store);
+        gtk_tree_view_set_model(GTK_TREE_VIEW(m_pTreeView.get()), store.model());
+        goToFirstChecked(index, store);
         showView();
     }
     setSensitive("buttonBack", true);
     setSensitive("buttonNext", true);
 }
 
-void CMEROGtkFileSelDlg::makeColumn() {
+void CMEROGtkFileSelDlg::makeColumn(const SelectionIndex& index, const SelectionStore& store) {
     GtkTreeView* view = GTK_TREE_VIEW(m_pTreeView.get());
     m_pToggleRenderer = makeCheckBoxRenderer();
     m_toggledHandler =
         g_signal_connect(m_pToggleRenderer.get(), "toggled", G_CALLBACK(&onCheckToggled), this);
-    m_column.emplace(view, m_pToggleRenderer.get(), *m_index, *m_store);
+    m_column.emplace(view, m_pToggleRenderer.get(), index, store);
     // A click on the text moves the keyboard's place to it, where the space bar activates the row.
     g_signal_connect(view, "row-activated", G_CALLBACK(&onRowActivated), this);
     addSelectionKeys(view, SelectionStore::kTextColumn);
@@ -110,9 +111,9 @@ void CMEROGtkFileSelDlg::showView() {
     gtk_widget_grab_focus(m_pTreeView.get());
 }
 
-void CMEROGtkFileSelDlg::goToFirstChecked() {
-    for (std::size_t root = 0; root < m_index->rootCount(); ++root) {
-        if (m_store->isChecked(root)) {
+void CMEROGtkFileSelDlg::goToFirstChecked(const SelectionIndex& index, const SelectionStore& store) {
+    for (std::size_t root = 0; root < index.rootCount(); ++root) {
+        if (store.isChecked(root)) {
             const PathHandle path(gtk_tree_path_new_from_indices(static_cast<int>(root), -1));
             GtkTreeView* view = GTK_TREE_VIEW(m_pTreeView.get());
             gtk_tree_view_set_cursor(view, path.get(), nullptr, FALSE);

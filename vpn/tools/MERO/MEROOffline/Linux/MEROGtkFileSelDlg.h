@@ -47,11 +47,11 @@ public:
     void SaveTreeViewToList();
 
 private:
-    void makeColumn();
+    void makeColumn(const SelectionIndex& index, const SelectionStore& store);
     void showView();
     /// Puts the keyboard's place on the first root that is checked, if there is one. Before the view is
     /// shown: one that has no size yet would scroll too far.
-    void goToFirstChecked();
+    void goToFirstChecked(const SelectionIndex& index, const SelectionStore& store);
     /// The toggle renderer's "toggled". `dlg` is the CMEROGtkFileSelDlg, which disconnects it before it goes.
     static void onCheckToggled(GtkCellRendererToggle* renderer, char* path, gpointer dlg);
     /// The view's "row-activated": a row that is activated by a key or a screen reader is toggled. `dlg` as
