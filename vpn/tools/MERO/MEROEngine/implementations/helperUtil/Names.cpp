@@ -94,8 +94,9 @@ std::string withZipExtension(const std::string& path) {
 }
 
 uint32_t getRandomNumber() {
-    std::srand(static_cast<unsigned int>(std::time(nullptr)));
-    // NOLINTNEXTLINE(misc-predictable-rand): the number only tells folder names apart, it keeps no secret.
+    // The number only tells folder names apart, it keeps no secret.
+    std::srand(static_cast<unsigned int>(std::time(nullptr))); // NOLINT(bugprone-random-generator-seed)
+    // NOLINTNEXTLINE(misc-predictable-rand)
     return static_cast<uint32_t>(std::rand() % 100000);
 }
 

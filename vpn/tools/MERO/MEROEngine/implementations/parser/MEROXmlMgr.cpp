@@ -18,7 +18,7 @@ void MEROXmlMgr::endElement(const std::string& /*name*/) {
 
 void MEROXmlMgr::setElementValue(const std::string& value) {
     if (!m_stack.empty() && !value.empty()) {
-        m_stack.top()->appendValue(value.c_str());
+        m_stack.top()->appendValue(value);
     }
 }
 

@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <string>
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -105,7 +107,9 @@ bool keepDescriptors() {
     std::error_code error;
     for (fs::directory_iterator entry(kOwnDescriptors, error), end; !error && entry != end;
          entry.increment(error)) {
-        const int descriptor = std::atoi(entry->path().filename().c_str());
+        const std::string name = entry->path().filename();
+        int descriptor = -1;
+        std::from_chars(name.data(), name.data() + name.size(), descriptor);
         if (descriptor > STDERR_FILENO && ::fcntl(descriptor, F_SETFD, FD_CLOEXEC) != 0) {
             return fails('E', "fcntl", errno);
         }
