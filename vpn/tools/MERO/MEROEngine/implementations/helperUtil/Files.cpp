@@ -12,16 +12,11 @@
 namespace helperUtil {
 
 uint32_t fileDelete(const std::string& path) {
-    int error = 0;
-    return fileDelete(path, error);
-}
-
-uint32_t fileDelete(const std::string& path, int& errorOut) {
-    errorOut = removeFile(path.c_str());
-    if (errorOut == 0 || errorOut == ENOENT) {
+    const int error = removeFile(path.c_str());
+    if (error == 0 || error == ENOENT) {
         return 0;
     }
-    ZRN_LOG_CODE('E', "unlink_file", errorOut);
+    ZRN_LOG_CODE('E', "unlink_file", error);
     return MEROENGINE_ERROR_UNEXPECTED;
 }
 

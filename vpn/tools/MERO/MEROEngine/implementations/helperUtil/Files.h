@@ -62,8 +62,6 @@ using OmissionSink = std::function<void(const std::string& path, const std::stri
 [[nodiscard]] std::string copyFailureReason(uint32_t code, const std::string& errorText);
 /// @return 0, also for a missing file, or MEROENGINE_ERROR_UNEXPECTED.
 [[nodiscard]] uint32_t fileDelete(const std::string& path);
-/// The same. @param errorOut  0, or the errno of the call.
-[[nodiscard]] uint32_t fileDelete(const std::string& path, int& errorOut);
 /// Makes a folder with mode 0777 less the umask.
 /// @return MEROENGINE_ERROR_ACCESS_DENIED when refused for lack of rights, else 0, so also for a folder that
 /// exists and for a missing parent.
