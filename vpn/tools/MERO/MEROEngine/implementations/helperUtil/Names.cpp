@@ -94,9 +94,9 @@ std::string withZipExtension(const std::string& path) {
 }
 
 uint32_t getRandomNumber() {
-    // The number only tells folder names apart, it keeps no secret.
-    std::srand(static_cast<unsigned int>(std::time(nullptr))); // NOLINT(bugprone-random-generator-seed)
-    // NOLINTNEXTLINE(misc-predictable-rand)
+    // NOLINTNEXTLINE(bugprone-random-generator-seed): as below
+    std::srand(static_cast<unsigned int>(std::time(nullptr)));
+    // NOLINTNEXTLINE(misc-predictable-rand): the number only tells folder names apart, it keeps no secret.
     return static_cast<uint32_t>(std::rand() % 100000);
 }
 
