@@ -6,3 +6,10 @@ inline constexpr bool kAddressSanitizer = true;
 #else
 inline constexpr bool kAddressSanitizer = false;
 #endif
+
+/// Whether the thread sanitizer is at work: it maps memory of its own for each thread.
+#ifdef __SANITIZE_THREAD__
+inline constexpr bool kThreadSanitizer = true;
+#else
+inline constexpr bool kThreadSanitizer = false;
+#endif

@@ -10,6 +10,12 @@ using testing::IsEmpty;
 /// What a screen reader is told of the check boxes.
 class CheckBoxRenderer : public SelectionPage {
 protected:
+    ~CheckBoxRenderer() override {
+        for (const auto& checkBox : m_heard) {
+            g_signal_handlers_disconnect_by_data(checkBox.get(), &m_changes);
+        }
+    }
+
     /// The check box of a row, counted over all that can be seen.
     static GObjectHandle<AtkObject> checkBox(int row) {
         AtkObject* view = gtk_widget_get_accessible(GTK_WIDGET(treeView()));
@@ -26,6 +32,7 @@ protected:
 
     /// Notes each change of a state, as "checked 1", from now on.
     void listen(AtkObject* checkBox) {
+        m_heard.push_back(shareRef(checkBox));
         g_signal_connect(
             checkBox, "state-change",
             G_CALLBACK(+[](AtkObject* /*object*/, const char* state, gboolean set, gpointer changes) {
@@ -39,6 +46,8 @@ protected:
     std::vector<std::string> changes() { return std::exchange(m_changes, {}); }
 
 private:
+    /// Kept, because rows that go with their window tell of it.
+    std::vector<GObjectHandle<AtkObject>> m_heard;
     std::vector<std::string> m_changes;
 };
 
