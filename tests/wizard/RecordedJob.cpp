@@ -54,7 +54,7 @@ MEROOffline::MEROOffline(CMEROClientIfc* client, const std::string& requestPath,
     : m_requestPath(requestPath), m_configDir(configDir), m_bundlePath(bundlePath), m_password(password),
       m_clearLogs(clearLogs) {
     setProgressListener(client);
-    recordedJobs().push_back({requestPath, configDir, bundlePath, std::string(password), clearLogs});
+    recordedJobs().push_back({requestPath, configDir, bundlePath, std::string(password), m_clearLogs});
 }
 
 void MEROOffline::run() {
