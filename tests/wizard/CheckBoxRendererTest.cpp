@@ -9,13 +9,14 @@ using testing::IsEmpty;
 
 /// What a screen reader is told of the check boxes.
 class CheckBoxRenderer : public SelectionPage {
-protected:
+public:
     ~CheckBoxRenderer() override {
         for (const auto& checkBox : m_heard) {
             g_signal_handlers_disconnect_by_data(checkBox.get(), &m_changes);
         }
     }
 
+protected:
     /// The check box of a row, counted over all that can be seen.
     static GObjectHandle<AtkObject> checkBox(int row) {
         AtkObject* view = gtk_widget_get_accessible(GTK_WIDGET(treeView()));

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -36,7 +37,7 @@ double contrast(Colour one, Colour other) {
 std::map<Colour, int> coloursIn(cairo_surface_t* picture, const GdkRectangle& part) {
     cairo_surface_flush(picture);
     const unsigned char* const data = cairo_image_surface_get_data(picture);
-    const int stride = cairo_image_surface_get_stride(picture);
+    const std::ptrdiff_t stride = cairo_image_surface_get_stride(picture);
     std::map<Colour, int> colours;
     for (int row = part.y; row < part.y + part.height; ++row) {
         const auto* const pixels = reinterpret_cast<const uint32_t*>(data + row * stride);
