@@ -1,3 +1,4 @@
+#include "Sanitizers.h"
 #include "WizardFixture.h"
 
 #include <algorithm>
@@ -7,11 +8,7 @@
 namespace {
 
 /// In which the window has to answer. Time of the processor, of which other tests may take some too.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double kAnswerSeconds = 4;
-#else
-constexpr double kAnswerSeconds = 0.2;
-#endif
+constexpr double kAnswerSeconds = kAddressSanitizer || kThreadSanitizer ? 4 : 0.2;
 
 double processorSeconds() {
     timespec now{};
