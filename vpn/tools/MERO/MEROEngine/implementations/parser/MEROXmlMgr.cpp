@@ -18,7 +18,8 @@ void MEROXmlMgr::endElement(const std::string& /*name*/) {
 
 void MEROXmlMgr::setElementValue(const std::string& value) {
     if (!m_stack.empty() && !value.empty()) {
-        m_stack.top()->appendValue(value);
+        // Texts of the tree end at a NUL, as they do for all who read them as C strings.
+        m_stack.top()->appendValue(value.substr(0, value.find('\0')));
     }
 }
 
