@@ -1,27 +1,19 @@
 #include "RequestCopy.h"
 
-#include "ChildEnd.h"
-#include "ChildSetup.h"
+#include "CallerProcess.h"
 #include "Handles.h"
 #include "JobArguments.h"
 #include "Log.h"
-#include "OutputPipe.h"
 #include "ReaderPlace.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
-#include <poll.h>
 #include <span>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <system_error>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -30,16 +22,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long the end of a killed child is waited for.
-constexpr std::chrono::milliseconds kEndLimit(500);
-constexpr int kFirstOwnDescriptor = STDERR_FILENO + 1;
-
 /// What the reading may fail at.
 enum class Step : uint32_t {
     None,
     Path,
     Place,
-    SetUp,
     Open,
     Look,
     Kind,
@@ -58,8 +45,6 @@ const char* textOf(Step step) {
         return "not an absolute path";
     case Step::Place:
         return "readers of the user's, or of too many users, are still held up";
-    case Step::SetUp:
-        return "the reader's setup failed";
     case Step::Open:
         return "open failed";
     case Step::Look:
@@ -96,27 +81,8 @@ struct Report {
 /// Bytes of the file, one more than it may have.
 using Buffer = std::vector<char>;
 
-int millisecondsUntil(Clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
-}
-
-// Up to readAndReport: what the reader does between fork and its end. Another thread may have held any lock
-// at the fork, so all of it is async-signal-safe and allocates nothing. The file's descriptor is no handle:
-// the reader's end closes it.
-
 Report failure(Step step, int error) noexcept {
     return {.failed = step, .error = error};
-}
-
-/// In this order: the caller's rights, the child's setup (behind the user, whose change would undo part of
-/// it), no look into this memory for other processes of that user. Then everything goes that our rights have
-/// opened, the current folder too: through /proc/self a path could start there, behind folders that are
-/// closed to the caller.
-bool setUpReader(const UserIdentity& caller, int pipe, pid_t parent) noexcept {
-    const ChildSetup setup{.output = pipe, .discardOutput = true, .endWithCaller = true};
-    return becomeUser(caller) && prepareChild(setup, parent) && ::prctl(PR_SET_DUMPABLE, 0) == 0 &&
-           ::close_range(kFirstOwnDescriptor, ~0U, 0) == 0 && ::chdir("/") == 0;
 }
 
 Step refusalOf(const struct stat& status, uid_t owner) noexcept {
@@ -158,129 +124,25 @@ Report readRequest(const char* path, uid_t owner, std::span<char> buffer) noexce
     return refusal == Step::None ? readFile(file, buffer) : failure(refusal, 0);
 }
 
-/// @return 0 or an errno. For descriptors that block.
-int writeAll(int descriptor, const void* bytes, std::size_t sizeBytes) noexcept {
-    const char* next = static_cast<const char*>(bytes);
-    while (sizeBytes > 0) {
-        const ssize_t length = ::write(descriptor, next, sizeBytes);
-        if (length < 0 && errno != EINTR) {
-            return errno;
-        }
-        if (length > 0) {
-            next += length;
-            sizeBytes -= static_cast<std::size_t>(length);
-        }
-    }
-    return 0;
-}
-
-[[noreturn]] void readAndReport(const UserIdentity& caller, const char* path, int pipe, pid_t parent,
-                                std::span<char> buffer) noexcept {
-    if (!setUpReader(caller, pipe, parent)) {
-        // Standard output may not be the pipe yet.
-        const Report report = failure(Step::SetUp, errno);
-        static_cast<void>(
-            writeAll(pipe, &report, sizeof report)); // one that is closed by now is an answer too
-        ::_exit(1);
-    }
-    const Report report = readRequest(path, caller.user, buffer);
-    if (writeAll(STDOUT_FILENO, &report, sizeof report) == 0) {
-        static_cast<void>(writeAll(STDOUT_FILENO, buffer.data(), report.sizeBytes)); // the parent counts them
-    }
-    ::_exit(0);
-}
-
-void reapReader(pid_t reader) noexcept {
-    int status = 0;
-    static_cast<void>(reapChild(reader, status, 0)); // fails only if the system has reaped it already
-}
-
-/// A killed process goes on waiting for a file system of the caller's own until that one answers. We don't.
-/// It has its place until then, and for good if there is no thread to wait for it.
-void reapLater(pid_t reader, uid_t placeOf) noexcept {
-    ZRN_LOG('W', "Reader %d of a request file doesn't end yet", reader);
-    try {
-        std::thread([reader, placeOf] {
-            const ReaderPlace place(placeOf);
-            reapReader(reader);
-        }).detach();
-    } catch (const std::system_error& error) {
-        ZRN_LOG_CODE('E', "std::thread", error.code().value());
-    }
-}
-
-/// The process that reads the file, and the pipe from it. Ended and reaped at the latest by the destructor.
-class Reader {
+/// Tells a report and then the bytes of the file, if nothing has failed.
+class Reading final : public CallerWork {
 public:
-    explicit Reader(ReaderPlace place) : m_place(std::move(place)) {}
-    ~Reader() { end(); }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
+    Reading(const std::string& path, uid_t owner, std::span<char> buffer)
+        : m_path(path.c_str()), m_owner(owner), m_buffer(buffer) {}
 
-    // Each gives 0 or an errno.
-    [[nodiscard]] int start(const UserIdentity& caller, const char* path, std::span<char> buffer);
-    [[nodiscard]] int receive(void* bytes, std::size_t sizeBytes, Clock::time_point deadline) const;
+    void run() const noexcept override {
+        const Report report = readRequest(m_path, m_owner, m_buffer);
+        if (writeWhole(STDOUT_FILENO, &report, sizeof report) == 0) {
+            // The parent counts them.
+            static_cast<void>(writeWhole(STDOUT_FILENO, m_buffer.data(), report.sizeBytes));
+        }
+    }
 
 private:
-    void end() noexcept;
-
-    pid_t m_pid = -1;
-    FileDescriptor m_output;
-    ReaderPlace m_place;
+    const char* m_path;
+    uid_t m_owner;
+    std::span<char> m_buffer;
 };
-
-int Reader::start(const UserIdentity& caller, const char* path, std::span<char> buffer) {
-    FileDescriptor input;
-    if (const int error = openOutputPipe(m_output, input); error != 0) {
-        return error;
-    }
-    const pid_t parent = ::getpid();
-    m_pid = forkChild();
-    if (m_pid == 0) {
-        readAndReport(caller, path, input.get(), parent, buffer);
-    }
-    return m_pid < 0 ? errno : 0;
-}
-
-int Reader::receive(void* bytes, std::size_t sizeBytes, Clock::time_point deadline) const {
-    char* next = static_cast<char*>(bytes);
-    while (sizeBytes > 0) {
-        pollfd watched{m_output.get(), POLLIN, 0};
-        const int ready = ::poll(&watched, 1, millisecondsUntil(deadline));
-        if (ready == 0) {
-            return ETIMEDOUT;
-        }
-        const ssize_t length = ready < 0 ? -1 : ::read(m_output.get(), next, sizeBytes);
-        if (length == 0) {
-            return EPIPE; // it has gone too early
-        }
-        if (length < 0 && errno != EINTR && errno != EAGAIN) {
-            return errno;
-        }
-        if (length > 0) {
-            next += length;
-            sizeBytes -= static_cast<std::size_t>(length);
-        }
-    }
-    return 0;
-}
-
-void Reader::end() noexcept {
-    m_output.reset();
-    if (m_pid <= 0) {
-        return;
-    }
-    // Even one that has answered, as the caller may have stopped it.
-    if (getChildState(m_pid, false) != ChildState::NotOurs) {
-        static_cast<void>(::kill(m_pid, SIGKILL));
-    }
-    if (endsWithin(m_pid, kEndLimit)) {
-        reapReader(m_pid);
-    } else {
-        reapLater(m_pid, m_place.release());
-    }
-    m_pid = -1;
-}
 
 /// Gives the file's bytes to the caller of this, in the buffer.
 Report receiveRequest(const UserIdentity& caller, const std::string& path, Buffer& buffer) {
@@ -289,8 +151,9 @@ Report receiveRequest(const UserIdentity& caller, const std::string& path, Buffe
         return failure(Step::Place, 0);
     }
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kRequestTimeoutMs);
-    Reader reader(*std::move(place));
-    if (const int error = reader.start(caller, path.c_str(), buffer); error != 0) {
+    const Reading reading(path, caller.user, buffer);
+    CallerProcess reader(*std::move(place));
+    if (const int error = reader.start(caller, reading, deadline); error != 0) {
         return failure(Step::Start, error);
     }
     Report report;
@@ -316,7 +179,7 @@ Report copyWithReport(const UserIdentity& caller, const std::string& path, int t
     if (report.failed != Step::None) {
         return report;
     }
-    const int error = writeAll(target, buffer.data(), report.sizeBytes);
+    const int error = writeWhole(target, buffer.data(), report.sizeBytes);
     return error == 0 ? report : failure(Step::Write, error);
 }
 

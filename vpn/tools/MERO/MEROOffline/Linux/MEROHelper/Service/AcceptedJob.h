@@ -13,4 +13,6 @@ struct AcceptedJob {
     JobFolder folder;
     /// The copy of the request, in the folder; empty: the usual items.
     std::string requestCopy;
+    /// No bundle can come to the target: the job ends before it begins.
+    bool isTargetRefused = false;
 };

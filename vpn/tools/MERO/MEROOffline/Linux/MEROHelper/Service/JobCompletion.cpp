@@ -26,21 +26,28 @@ uint32_t publishArchive(const AcceptedJob& job) {
         ZRN_LOG_CODE_TEXT('E', "openRegularFile", error, "The archive of a successful job is not there");
         return MEROENGINE_ERROR_WRITE_FAILURE;
     }
-    return publishBundle(job.caller, archive.get(), helperUtil::withZipExtension(job.arguments.bundlePath));
+    return publishBundle(job.caller, archive.get(), bundleTarget(job.arguments));
 }
 
 } // namespace
 
+std::string bundleTarget(const JobArguments& arguments) {
+    return helperUtil::withZipExtension(arguments.bundlePath);
+}
+
 ProgressRecord failedJob(uint32_t code) {
     return {.status = code, .progress = 0, .message = kEncounteredError};
+}
+
+ProgressRecord unwrittenBundle() {
+    return {.status = MEROENGINE_ERROR_WRITE_FAILURE, .progress = 0, .message = kNotZipped};
 }
 
 ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome) {
     ProgressRecord result = outcome;
     endDescendants(kEndLimit);
     if (isBundleMade(outcome.status) && publishArchive(job) != 0) {
-        result = failedJob(MEROENGINE_ERROR_WRITE_FAILURE);
-        result.message = kNotZipped;
+        result = unwrittenBundle();
     }
     // Each of them logs what it has to leave.
     removeWorkingFolders();

@@ -8,8 +8,14 @@
 /// Name of the archive in the job's folder.
 inline constexpr const char* kArchiveName = "bundle.zip";
 
+/// Where the bundle of a job goes: what the caller has named, with the extension of an archive.
+[[nodiscard]] std::string bundleTarget(const JobArguments& arguments);
+
 /// The outcome of a job that has failed for a reason which the engine does not tell.
 [[nodiscard]] ProgressRecord failedJob(uint32_t code);
+
+/// The outcome of a job whose bundle can't come to its target.
+[[nodiscard]] ProgressRecord unwrittenBundle();
 
 /// What is left to do when the worker has ended: ends what it may have left running, hands the bundle of a
 /// job that made one to the caller, and removes all else that is left of the job. May take as long as

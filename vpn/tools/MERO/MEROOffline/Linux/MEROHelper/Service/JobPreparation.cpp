@@ -2,9 +2,11 @@
 
 #include "Handles.h"
 #include "InstalledFiles.h"
+#include "JobCompletion.h"
 #include "Log.h"
 #include "PasswordEntry.h"
 #include "RequestCopy.h"
+#include "TargetCheck.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -38,6 +40,13 @@ bool makeRequestCopy(AcceptedJob& job) {
     return copyRequest(job.caller, job.arguments.requestPath, copy.get());
 }
 
+/// @return false if nobody can look at it, which is no reason to go on without.
+bool lookAtTarget(AcceptedJob& job) {
+    const TargetState state = checkTarget(job.caller, bundleTarget(job.arguments));
+    job.isTargetRefused = state == TargetState::Refused;
+    return state != TargetState::Unseen;
+}
+
 } // namespace
 
 std::string installationFolder() {
@@ -64,7 +73,7 @@ std::optional<AcceptedJob> prepareJob(JobArguments arguments, uid_t caller) {
         return std::nullopt;
     }
     AcceptedJob job{std::move(arguments), *std::move(identity), *std::move(folder), {}};
-    if (!makeRequestCopy(job)) {
+    if (!makeRequestCopy(job) || !lookAtTarget(job)) {
         return std::nullopt;
     }
     return job;

@@ -10,7 +10,7 @@
 [[nodiscard]] std::string installationFolder();
 
 /// Does what a job needs before anybody is asked for an authorisation: looks the caller up, makes sure that
-/// what root will obey is root's, makes the job's folder and copies the request with the caller's own rights.
-/// May take as long as copyRequest does. Any thread.
+/// what root will obey is root's, makes the job's folder, and with the caller's own rights copies the request
+/// and looks at the target. May take as long as copyRequest and checkTarget do. Any thread.
 /// @return nothing, logged, if any of it fails.
 [[nodiscard]] std::optional<AcceptedJob> prepareJob(JobArguments arguments, uid_t caller);

@@ -46,6 +46,10 @@ WorkOrder RunningJob::orderOf(const SpaceLimits& limits) const {
 }
 
 bool RunningJob::start(int lock, const ServiceSettings& settings) {
+    if (m_job.isTargetRefused) {
+        finish(unwrittenBundle());
+        return true;
+    }
     m_worker = WorkerProcess::start(orderOf(settings.spaceLimits), lock);
     m_job.arguments.bundlePassword.clear();
     if (!m_worker) {

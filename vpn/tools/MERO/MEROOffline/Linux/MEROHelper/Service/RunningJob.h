@@ -29,6 +29,7 @@ public:
     RunningJob(const RunningJob&) = delete;
     RunningJob& operator=(const RunningJob&) = delete;
 
+    /// One whose target was refused only ends.
     /// @param lock  kept open by the worker, so that it is held as long as anything of the job runs.
     /// @return false, logged, if there is no worker: then there will be no end either.
     [[nodiscard]] bool start(int lock, const ServiceSettings& settings);

@@ -46,7 +46,8 @@ void StartCall::onPrepared(std::optional<AcceptedJob> job) {
         end();
     } else if (!job) {
         refuse("the job can't be prepared");
-    } else if (job->caller.user == 0) {
+    } else if (job->caller.user == 0 || job->isTargetRefused) {
+        // Nobody is asked for a password for what will not be done.
         answer(std::move(job));
     } else {
         ask(*std::move(job));

@@ -1,0 +1,124 @@
+#include "TargetCheck.h"
+
+#include "CapturedLog.h"
+#include "InChild.h"
+#include "PrivateMounts.h"
+#include "Processes.h"
+#include "ReaderPlace.h"
+#include "Sandbox.h"
+#include "StuckFileSystem.h"
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr uid_t kUser = 65534;
+constexpr gid_t kUserGroup = 65534;
+
+UserIdentity ordinaryUser() {
+    return {.user = kUser, .group = kUserGroup, .groups = {kUserGroup}, .name = "somebody", .home = "/"};
+}
+
+/// The private folder is open to all.
+class TargetCheck : public Sandbox {
+protected:
+    void SetUp() override {
+        if (!runsAsRoot()) {
+            GTEST_SKIP() << "becoming another user needs root's rights";
+        }
+        ASSERT_EQ(::chmod(path().c_str(), 0755), 0);
+    }
+
+    static void expectFine(const std::string& target) {
+        const CapturedLog log;
+        EXPECT_EQ(checkTarget(ordinaryUser(), target), TargetState::Fine);
+        EXPECT_TRUE(log.lines().empty()) << log.dump();
+        EXPECT_FALSE(hasChildren());
+    }
+
+    static void expectRefused(const std::string& target, int reason) {
+        const CapturedLog log;
+        EXPECT_EQ(checkTarget(ordinaryUser(), target), TargetState::Refused);
+        EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+        EXPECT_TRUE(log.contains('W', "Return Code: " + std::to_string(reason) + " ")) << log.dump();
+        EXPECT_FALSE(hasChildren());
+    }
+};
+
+TEST_F(TargetCheck, TakesWhatABundleCanReplace) {
+    expectFine(path("missing.zip"));
+    expectFine(path("missing/a.zip"));
+    expectFine(writeFile("there.zip", "x"));
+    fs::create_symlink(path("nowhere"), path("link.zip"));
+    expectFine(path("link.zip"));
+}
+
+TEST_F(TargetCheck, RefusesWhatItCanNot) {
+    expectRefused(makeFolder("folder.zip"), EISDIR);
+    ASSERT_EQ(::mkfifo(path("pipe.zip").c_str(), 0600), 0);
+    expectRefused(path("pipe.zip"), ENXIO);
+    expectRefused("/dev/null", ENXIO);
+    fs::create_symlink(path("pipe.zip"), path("link.zip"));
+    expectRefused(path("link.zip"), ENXIO);
+    const FileDescriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(static_cast<char*>(address.sun_path), "socket.zip");
+    ASSERT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    expectRefused(path("socket.zip"), ENXIO);
+}
+
+TEST_F(TargetCheck, TellsNothingOfWhatTheCallerCanNotSee) {
+    const std::string folder = makeFolder("closed");
+    ASSERT_EQ(::chmod(folder.c_str(), 0700), 0);
+    ASSERT_EQ(::mkfifo(path("closed/pipe.zip").c_str(), 0666), 0);
+    expectFine(path("closed/pipe.zip"));
+}
+
+TEST_F(TargetCheck, SeesNothingWhileTheUsersReadersAreHeldUp) {
+    std::vector<std::optional<ReaderPlace>> places;
+    for (std::size_t place = 0; place < kMostReadersOfUser; ++place) {
+        places.push_back(ReaderPlace::take(kUser));
+    }
+    const CapturedLog log;
+    EXPECT_EQ(checkTarget(ordinaryUser(), path("a.zip")), TargetState::Unseen);
+    EXPECT_TRUE(log.contains('W', "Nobody can look at the target")) << log.dump();
+    places.pop_back();
+    expectFine(path("a.zip"));
+}
+
+TEST_F(TargetCheck, LeavesAFileSystemThatNeverAnswersToThePublishing) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0 || !allowsMounts()) {
+        GTEST_SKIP() << "this environment allows no file systems that a program answers for";
+    }
+    const std::string folder = makeFolder("stuck");
+    inChild([&] {
+        ASSERT_TRUE(makeMountsPrivate()) << "errno " << errno;
+        StuckFileSystem stuck(folder);
+        std::thread server([&stuck] { EXPECT_TRUE(stuck.takeQuestion()); });
+        const CapturedLog log;
+        const Clock::time_point start = Clock::now();
+        EXPECT_EQ(checkTarget(ordinaryUser(), folder + "/a.zip"), TargetState::Fine);
+        EXPECT_LT(Clock::now() - start, std::chrono::seconds(30));
+        server.join();
+        EXPECT_TRUE(log.contains('W', "can't be told")) << log.dump();
+        stuck.abandon();
+        EXPECT_TRUE(eventually([] { return !hasChildren(); }));
+    });
+}
+
+} // namespace

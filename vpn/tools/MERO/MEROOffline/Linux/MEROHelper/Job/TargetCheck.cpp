@@ -1,0 +1,62 @@
+#include "TargetCheck.h"
+
+#include "CallerProcess.h"
+#include "JobArguments.h"
+#include "Log.h"
+#include "ReaderPlace.h"
+#include "ReplacementFile.h"
+
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <optional>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+/// Tells what refusalOfTarget gives.
+class Look final : public CallerWork {
+public:
+    explicit Look(const std::string& path) : m_path(path.c_str()) {}
+
+    void run() const noexcept override {
+        const int refusal = refusalOfTarget(AT_FDCWD, m_path);
+        // Without it the target counts as fine.
+        static_cast<void>(writeWhole(STDOUT_FILENO, &refusal, sizeof refusal));
+    }
+
+private:
+    const char* m_path;
+};
+
+TargetState unseen(int error) {
+    ZRN_LOG_CODE_TEXT('W', "checkTarget", error, "Nobody can look at the target");
+    return TargetState::Unseen;
+}
+
+} // namespace
+
+TargetState checkTarget(const UserIdentity& caller, const std::string& path) {
+    std::optional<ReaderPlace> place = ReaderPlace::take(caller.user);
+    if (!place) {
+        return unseen(EUSERS);
+    }
+    const auto deadline = CallerProcess::Clock::now() + std::chrono::milliseconds(kTargetTimeoutMs);
+    const Look look(path);
+    CallerProcess process(*std::move(place));
+    if (const int error = process.start(caller, look, deadline); error != 0) {
+        return unseen(error);
+    }
+    int refusal = 0;
+    if (const int error = process.receive(&refusal, sizeof refusal, deadline); error != 0) {
+        ZRN_LOG_CODE_TEXT('W', "checkTarget", error, "What stands at the target can't be told");
+        return TargetState::Fine;
+    }
+    if (refusal != 0) {
+        ZRN_LOG_CODE_TEXT('W', "refusalOfTarget", refusal, "\"%s\" of user %u can't be replaced by a bundle",
+                          shortForLog(path).c_str(), caller.user);
+        return TargetState::Refused;
+    }
+    return TargetState::Fine;
+}
