@@ -181,6 +181,10 @@ TRACE_OF_TWO = """11 poll([{fd=3<pipe:[7]>}], 1, -1 <unfinished ...>
 11 <... poll resumed>) = -1 EINTR (Interrupted system call) (INJECTED)
 11 close(5</tmp/c>) = 0
 """
+CLOSES = """close(4</tmp/file>) = 0
+close(5<pipe:[1]>) = 0
+close(6<socket:[2]>) = 0
+"""
 
 
 class FaultPlaces(unittest.TestCase):
@@ -202,6 +206,11 @@ class FaultPlaces(unittest.TestCase):
         self.assertEqual([call.arguments for call in fault_places.injected(TRACE)],
                          ['AT_FDCWD</>, "/tmp/a (b) = c", O_RDONLY)'])
         self.assertEqual([call.name for call in fault_places.injected(TRACE_OF_TWO)], ["poll"])
+
+    def testCloseOfWhatIsNoFileCanNotFail(self):
+        closes = {call.arguments: fault_places.can_happen(call) for call in fault_places.calls(CLOSES)}
+        self.assertEqual(closes, {"4</tmp/file>)": True, "5<pipe:[1]>)": False, "6<socket:[2]>)": False})
+        self.assertTrue(all(map(fault_places.can_happen, fault_places.calls("read(5<pipe:[1]>, 0) = 0\n"))))
 
     def testInterruptedWaitsHaveToBeRepeated(self):
         calls = {(call.name, call.arguments[0]): call for call in fault_places.calls(TRACE + TRACE_OF_TWO)}
