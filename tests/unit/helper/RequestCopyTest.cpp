@@ -4,11 +4,10 @@
 #include "Handles.h"
 #include "InChild.h"
 #include "PrivateMounts.h"
-#include "Processes.h"
 #include "ReaderPlace.h"
 #include "ReadGate.h"
-#include "Sandbox.h"
 #include "StuckFileSystem.h"
+#include "UsersSandbox.h"
 
 #include <array>
 #include <cerrno>
@@ -37,15 +36,9 @@ namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using Clock = std::chrono::steady_clock;
 
-constexpr uid_t kUser = 65534;
 constexpr uid_t kOtherUser = 4712;
-constexpr gid_t kUserGroup = 65534;
 constexpr gid_t kExtraGroup = 4711;
 constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
-
-UserIdentity ordinaryUser(std::vector<gid_t> groups = {kUserGroup}) {
-    return {.user = kUser, .group = kUserGroup, .groups = std::move(groups), .name = "somebody", .home = "/"};
-}
 
 UserIdentity root() {
     return {.user = 0, .group = 0, .groups = {0}, .name = "root", .home = "/"};
@@ -61,14 +54,14 @@ std::string contentOf(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The private folder is open to all, and the files of requests are an ordinary user's.
-class RequestCopy : public Sandbox {
+/// The files of requests are an ordinary user's.
+class RequestCopy : public UsersSandbox {
 protected:
     void SetUp() override {
-        if (!runsAsRoot()) {
-            GTEST_SKIP() << "becoming another user needs root's rights";
+        UsersSandbox::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        ASSERT_EQ(::chmod(path().c_str(), 0755), 0);
         m_target.reset(::open(path("target").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         ASSERT_TRUE(m_target);
     }

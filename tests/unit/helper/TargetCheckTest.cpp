@@ -3,10 +3,9 @@
 #include "CapturedLog.h"
 #include "InChild.h"
 #include "PrivateMounts.h"
-#include "Processes.h"
 #include "ReaderPlace.h"
-#include "Sandbox.h"
 #include "StuckFileSystem.h"
+#include "UsersSandbox.h"
 
 #include <chrono>
 #include <cstring>
@@ -26,23 +25,8 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-constexpr uid_t kUser = 65534;
-constexpr gid_t kUserGroup = 65534;
-
-UserIdentity ordinaryUser() {
-    return {.user = kUser, .group = kUserGroup, .groups = {kUserGroup}, .name = "somebody", .home = "/"};
-}
-
-/// The private folder is open to all.
-class TargetCheck : public Sandbox {
+class TargetCheck : public UsersSandbox {
 protected:
-    void SetUp() override {
-        if (!runsAsRoot()) {
-            GTEST_SKIP() << "becoming another user needs root's rights";
-        }
-        ASSERT_EQ(::chmod(path().c_str(), 0755), 0);
-    }
-
     static void expectFine(const std::string& target) {
         const CapturedLog log;
         EXPECT_EQ(checkTarget(ordinaryUser(), target), TargetState::Fine);
