@@ -1,21 +1,9 @@
 #include "Contrast.h"
 
-#include "Handles.h"
-
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <map>
-#include <memory>
 
 namespace {
-
-using Surface = std::unique_ptr<cairo_surface_t, Releaser<&cairo_surface_destroy>>;
-using Cairo = std::unique_ptr<cairo_t, Releaser<&cairo_destroy>>;
-
-/// Red, green and blue, a byte each.
-using Colour = uint32_t;
 
 double linear(uint32_t byte) {
     const double value = byte / 255.0;
@@ -31,21 +19,6 @@ double contrast(Colour one, Colour other) {
     const double first = luminance(one);
     const double second = luminance(other);
     return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
-}
-
-/// How many pixels each colour has in a part of a picture.
-std::map<Colour, int> coloursIn(cairo_surface_t* picture, const GdkRectangle& part) {
-    cairo_surface_flush(picture);
-    const unsigned char* const data = cairo_image_surface_get_data(picture);
-    const std::ptrdiff_t stride = cairo_image_surface_get_stride(picture);
-    std::map<Colour, int> colours;
-    for (int row = part.y; row < part.y + part.height; ++row) {
-        const auto* const pixels = reinterpret_cast<const uint32_t*>(data + row * stride);
-        for (int column = part.x; column < part.x + part.width; ++column) {
-            ++colours[pixels[column] & 0xFFFFFFU];
-        }
-    }
-    return colours;
 }
 
 } // namespace
@@ -68,17 +41,18 @@ void putOn(GtkWidget* window, const Look& look) {
 }
 
 double contrastOf(GtkWidget* window, GtkWidget* widget, const GdkRectangle* part) {
-    const Surface picture(cairo_image_surface_create(
-        CAIRO_FORMAT_RGB24, gtk_widget_get_allocated_width(window), gtk_widget_get_allocated_height(window)));
-    {
-        const Cairo cairo(cairo_create(picture.get()));
-        gtk_widget_draw(window, cairo.get());
-    }
+    return contrastIn(Drawing(window), window, widget, part);
+}
+
+double contrastIn(const Drawing& drawing, GtkWidget* window, GtkWidget* widget, const GdkRectangle* part) {
     GdkRectangle place = part != nullptr ? *part
                                          : GdkRectangle{0, 0, gtk_widget_get_allocated_width(widget),
                                                         gtk_widget_get_allocated_height(widget)};
     gtk_widget_translate_coordinates(widget, window, place.x, place.y, &place.x, &place.y);
-    const std::map<Colour, int> colours = coloursIn(picture.get(), place);
+    const std::map<Colour, int> colours = drawing.coloursIn(place);
+    if (colours.empty()) {
+        return 1;
+    }
     const auto ground =
         std::max_element(colours.begin(), colours.end(),
                          [](const auto& one, const auto& other) { return one.second < other.second; });

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "WindowDrawing.h"
+
 #include <gtk/gtk.h>
 #include <string>
 
@@ -35,3 +37,6 @@ void putOn(GtkWidget* window, const Look& look);
 /// @param part  in the widget's own coordinates; null for the whole widget.
 /// @return the contrast of the colour that stands out most against the one that covers most, from 1 to 21.
 [[nodiscard]] double contrastOf(GtkWidget* window, GtkWidget* widget, const GdkRectangle* part = nullptr);
+/// Likewise, of a window that has been drawn.
+[[nodiscard]] double contrastIn(const Drawing& drawing, GtkWidget* window, GtkWidget* widget,
+                                const GdkRectangle* part = nullptr);

@@ -1,5 +1,6 @@
 #include "MsgCatalog.h"
 #include "ReturnCodes.h"
+#include "ShownTexts.h"
 #include "UsedLanguage.h"
 #include "UserTexts.h"
 #include "WizardFixture.h"
@@ -7,7 +8,6 @@
 
 #include <gmock/gmock.h>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -19,36 +19,6 @@ constexpr int kScreenHeight = 768;
 
 /// A password long enough to be refused by its repetition.
 constexpr const char* kPassword = "password";
-
-void addLabels(GtkWidget* widget, gpointer labels) {
-    if (gtk_widget_get_mapped(widget) == FALSE) {
-        return;
-    }
-    if (GTK_IS_LABEL(widget)) {
-        static_cast<std::vector<GtkLabel*>*>(labels)->push_back(GTK_LABEL(widget));
-    } else if (GTK_IS_CONTAINER(widget)) {
-        gtk_container_forall(GTK_CONTAINER(widget), &addLabels, labels);
-    }
-}
-
-/// The texts of the window that don't fit into their places.
-std::vector<std::string> clippedTexts(GtkWidget* window) {
-    std::vector<GtkLabel*> labels;
-    addLabels(window, &labels);
-    std::vector<std::string> clipped;
-    for (GtkLabel* label : labels) {
-        PangoLayout* const layout = gtk_label_get_layout(label);
-        int width = 0;
-        int height = 0;
-        pango_layout_get_pixel_size(layout, &width, &height);
-        GtkWidget* const widget = GTK_WIDGET(label);
-        if (pango_layout_is_ellipsized(layout) != FALSE || width > gtk_widget_get_allocated_width(widget) ||
-            height > gtk_widget_get_allocated_height(widget)) {
-            clipped.emplace_back(gtk_label_get_text(label));
-        }
-    }
-    return clipped;
-}
 
 } // namespace
 
@@ -63,8 +33,8 @@ protected:
         GtkWidget* const window = LookUpWidget("windowMain", GTK_TYPE_WINDOW);
         ASSERT_NE(window, nullptr);
         // What has just been shown gets its place with the next frame.
-        waitUntil([window] { return clippedTexts(window).empty(); });
-        EXPECT_THAT(clippedTexts(window), IsEmpty()) << "page " << page();
+        waitUntil([window] { return cutTexts(window).empty(); });
+        EXPECT_THAT(cutTexts(window), IsEmpty()) << "page " << page();
         EXPECT_LE(gtk_widget_get_allocated_width(window), kScreenWidth);
         EXPECT_LE(gtk_widget_get_allocated_height(window), kScreenHeight);
     }

@@ -12,7 +12,14 @@ GObjectHandle<GtkBuilder> g_builder;
 constexpr char kStyle[] = ".mero-failure { color: mix(@theme_fg_color, #e01b24, 0.45); }"
                           ".mero-success { color: mix(@theme_fg_color, #26a269, 0.7); }"
                           // Themes draw the share in a grey that can't be read on their own background.
-                          ".mero-progress > text { color: @theme_fg_color; }";
+                          ".mero-progress > text { color: @theme_fg_color; }"
+                          // Nor can white be read on what themes take for the main button and for selections.
+                          ".mero-main:not(:disabled) { background-image: none;"
+                          " background-color: shade(@theme_selected_bg_color, 0.82); }"
+                          ".mero-main:hover:not(:active) {"
+                          " background-color: shade(@theme_selected_bg_color, 0.86); }"
+                          "treeview:selected, entry selection, text selection, label selection {"
+                          " background-color: shade(@theme_selected_bg_color, 0.82); }";
 
 } // namespace
 
