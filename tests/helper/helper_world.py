@@ -198,6 +198,8 @@ class HelperTest(unittest.TestCase):
     program = "MEROHELPER"
     # More of the helper's environment.
     environment = {}
+    # Command and arguments that start it.
+    launcher = ()
 
     def setUp(self):
         make_machine()
@@ -240,7 +242,7 @@ class HelperTest(unittest.TestCase):
     def start_bus(self):
         write(BASE + "/bus.conf", BUS_CONFIGURATION.format(base=BASE, polkit=POLKIT))
         write("%s/services/%s.service" % (BASE, NAME),
-              "[D-BUS Service]\nName=%s\nExec=%s/merohelper\nUser=root\n" % (NAME, BASE))
+              "[D-BUS Service]\nName=%s\nExec=%s\nUser=root\n" % (NAME, " ".join((*self.launcher, BASE + "/merohelper"))))
         variables = {key: value for key, value in os.environ.items() if not key.startswith(("DBUS_", "ZRN_", "MERO_"))}
         variables.update(self.environment, ZRN_LOGGING_OUTPUT="STDOUT", DBUS_SYSTEM_BUS_ADDRESS=self.address)
         if "LSAN_OPTIONS" in variables:
@@ -347,9 +349,11 @@ class HelperTest(unittest.TestCase):
         return left
 
     def strangers(self):
-        """Processes that are neither the test's nor the helper, as text."""
+        """Processes that are neither the test's nor the helper with what has started it, as text."""
         helper = {self.helper()} if self.is_on_bus(NAME) else set()
-        return ["%d: %s" % (process, command_line(process)) for process in set(processes()) - self.known - helper]
+        others = {process: command_line(process) for process in set(processes()) - self.known - helper}
+        return ["%d: %s" % other for other in others.items()
+                if not self.launcher or not other[1].startswith(self.launcher[0])]
 
     def expect_nothing_left(self):
         wait_for(lambda: not self.leavings() and not self.strangers(),

@@ -1,6 +1,7 @@
 #include "PasswordSource.h"
 
 #include "HeapWatch.h"
+#include "LeaseHolder.h"
 #include "Sandbox.h"
 
 namespace {
@@ -35,6 +36,18 @@ TEST_F(PasswordSource, LeavesNoPartOfATextThatIsRefused) {
         EXPECT_EQ(reason.find(kSecret), std::string::npos);
     }
     EXPECT_EQ(HeapWatch::secretsFreed(), 0);
+}
+
+TEST_F(PasswordSource, WaitsForWhoHoldsALeaseOnTheFile) {
+    const std::string file = writeFile("password", "a word\n");
+    const LeaseHolder holder(file);
+    if (!holder.isHeld()) {
+        GTEST_SKIP() << "this file system knows no leases";
+    }
+    WipedString password;
+    std::string reason;
+    EXPECT_TRUE(readPassword(file, password, reason)) << reason;
+    EXPECT_EQ(password.view(), "a word");
 }
 
 } // namespace

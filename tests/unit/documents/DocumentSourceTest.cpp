@@ -1,6 +1,7 @@
 #include "DocumentTest.h"
 #include "Handles.h"
 #include "InChild.h"
+#include "LeaseHolder.h"
 #include "ReturnCodes.h"
 #include "SystemCallFilter.h"
 #include "ZMTSaxParser.h"
@@ -83,7 +84,17 @@ TEST_F(DocumentSourceTest, ASocketIsRefused) {
     const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
     ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     expectNoContext(path("x.xml"));
-    EXPECT_TRUE(m_log.containsCode('E', "openFile", "open", ENXIO)) << m_log.dump();
+    EXPECT_TRUE(logged('E', "openFile", "Not a regular file: " + path("x.xml"))) << m_log.dump();
+}
+
+TEST_F(DocumentSourceTest, AFileIsWaitedForWhileSomebodyHoldsALeaseOnIt) {
+    const std::string file = writeFile("x.xml", "<a/>");
+    const LeaseHolder holder(file);
+    if (!holder.isHeld()) {
+        GTEST_SKIP() << "this file system knows no leases";
+    }
+    EXPECT_EQ(parseFile(file), 0U) << m_log.dump();
+    EXPECT_EQ(m_manager.m_events, kOneElement);
 }
 
 TEST_F(DocumentSourceTest, AnEmptyFileIsMalformed) {

@@ -1,6 +1,7 @@
 #include "Files.h"
 
 #include "FileTest.h"
+#include "LeaseHolder.h"
 
 #include <cerrno>
 #include <csignal>
@@ -214,6 +215,17 @@ TEST_P(FileTruncate, WaitsForNoReaderOfAPipeInPlaceOfTheScratchFile) {
     ASSERT_EQ(::mkfifo("temp_out.txt", 0600), 0);
     EXPECT_EQ(truncate(4, "a.log"), 0xFEB0000Du);
     EXPECT_EQ(readFile("a.log"), "0123456789");
+}
+
+TEST_P(FileTruncate, WaitsForWhoHoldsALeaseOnAnOldScratchFile) {
+    writeFile("a.log", "0123456789");
+    const LeaseHolder holder(writeFile("temp_out.txt", "old"));
+    if (!holder.isHeld()) {
+        GTEST_SKIP() << "this file system knows no leases";
+    }
+    EXPECT_EQ(truncate(4, "a.log"), 0U) << log.dump();
+    EXPECT_EQ(readFile("a.log").size(), readFile("temp_out.txt").size());
+    EXPECT_NE(readFile("a.log"), "0123456789");
 }
 
 TEST_P(FileTruncate, RefusesItsOwnScratchFile) {

@@ -8,6 +8,7 @@
 #include "Processes.h"
 #include "Sandbox.h"
 #include "StuckFileSystem.h"
+#include "SystemCallFilter.h"
 #include "TracedChild.h"
 
 #include <cerrno>
@@ -137,6 +138,19 @@ TEST_F(WorkingFolders, OneThatARunHoldsIsLeftAlone) {
     expectLeftAlone(folder + "/inner/file");
     EXPECT_FALSE(stands(ended));
     run.reset();
+    EXPECT_TRUE(removeWorkingFolders());
+    EXPECT_FALSE(stands(folder));
+}
+
+TEST_F(WorkingFolders, OneThatCantBeLockedIsAFailureAndStays) {
+    const std::string folder = makeWorkingFolder();
+    inChild([&] {
+        replaceSystemCall(SYS_flock, ENOLCK);
+        const CapturedLog log;
+        EXPECT_FALSE(removeWorkingFolders());
+        EXPECT_TRUE(log.containsCode('E', "fail", "flock", ENOLCK)) << log.dump();
+    });
+    EXPECT_TRUE(stands(folder + "/inner/file"));
     EXPECT_TRUE(removeWorkingFolders());
     EXPECT_FALSE(stands(folder));
 }

@@ -3,6 +3,7 @@
 #include "CapturedLog.h"
 #include "Handles.h"
 #include "InChild.h"
+#include "LeaseHolder.h"
 #include "PrivateMounts.h"
 #include "ReaderPlace.h"
 #include "ReadGate.h"
@@ -197,6 +198,29 @@ TEST_F(RequestCopy, RefusesAPipeWithoutWaiting) {
     expectRefused(path("pipe"), "no regular file");
 }
 
+TEST_F(RequestCopy, WaitsForWhoHoldsALease) {
+    const std::string request = usersFile("request.xml", "abc");
+    const LeaseHolder holder(request);
+    if (!holder.isHeld()) {
+        GTEST_SKIP() << "this file system knows no leases";
+    }
+    const CapturedLog log;
+    EXPECT_TRUE(copyRequest(ordinaryUser(), request, target())) << log.dump();
+    EXPECT_EQ(copied(), "abc");
+}
+
+TEST_F(RequestCopy, WaitsNoLongerForALeaseThanForAnythingElse) {
+    const std::string request = usersFile("request.xml", "abc");
+    const LeaseHolder holder(request, false);
+    if (!holder.isHeld()) {
+        GTEST_SKIP() << "this file system knows no leases";
+    }
+    const CapturedLog log;
+    EXPECT_FALSE(copyRequest(ordinaryUser(), request, target()));
+    EXPECT_TRUE(log.contains('W', because("the reader gave no answer", ETIMEDOUT))) << log.dump();
+    EXPECT_FALSE(log.contains('W', "doesn't end yet")) << log.dump();
+}
+
 TEST_F(RequestCopy, RefusesADevice) {
     expectRefused("/dev/null", "no regular file");
     expectRefused("/dev/zero", "no regular file", root());
@@ -209,7 +233,7 @@ TEST_F(RequestCopy, RefusesASocket) {
     std::strcpy(static_cast<char*>(address.sun_path), "socket");
     ASSERT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(::chown("socket", kUser, kUserGroup), 0);
-    expectRefused(path("socket"), because("open failed", ENXIO));
+    expectRefused(path("socket"), "no regular file");
 }
 
 TEST_F(RequestCopy, RefusesAFolder) {

@@ -1,16 +1,17 @@
 #include "RegularFile.h"
 
+#include "DescriptorPath.h"
 #include "StopRequest.h"
 
 #include <cerrno>
 #include <fcntl.h>
-#include <string>
 #include <sys/stat.h>
+#include <utility>
 
 namespace {
 
 /// @return 0 for a regular file, else the errno that says why it is none.
-int refusalOf(mode_t mode) {
+int refusalOf(mode_t mode) noexcept {
     switch (mode & S_IFMT) {
     case S_IFREG:
         return 0;
@@ -23,14 +24,14 @@ int refusalOf(mode_t mode) {
     }
 }
 
-int statusOf(int folder, const char* path, int flags, struct stat& statusOut) {
+int statusOf(int folder, const char* path, int flags, struct stat& statusOut) noexcept {
     const int linkFlag = (flags & O_NOFOLLOW) != 0 ? AT_SYMLINK_NOFOLLOW : 0;
     return ::fstatat(folder, path, &statusOut, linkFlag) == 0 ? 0 : errno;
 }
 
 /// Waits for the holder of a lease to let go of the file, which the kernel sees to in its time. What is
 /// waited for is the very file that was looked at, which can't have become a pipe meanwhile.
-int openLeasedFile(int folder, const char* path, int flags, FileDescriptor& fileOut) {
+int openLeasedFile(int folder, const char* path, int flags, FileDescriptor& fileOut) noexcept {
     const FileDescriptor place(::openat(folder, path, O_PATH | (flags & O_NOFOLLOW) | O_CLOEXEC));
     struct stat status = {};
     if (!place || ::fstat(place.get(), &status) != 0) {
@@ -39,11 +40,10 @@ int openLeasedFile(int folder, const char* path, int flags, FileDescriptor& file
     if (const int refusal = refusalOf(status.st_mode); refusal != 0) {
         return refusal;
     }
-    const std::string self = "/proc/self/fd/" + std::to_string(place.get());
     const int again = (flags & ~(O_NOFOLLOW | O_NONBLOCK | O_CREAT | O_EXCL)) | O_NOCTTY | O_CLOEXEC;
     int file = -1;
     do {
-        file = ::open(self.c_str(), again);
+        file = ::open(DescriptorPath(place.get()).get(), again);
     } while (file < 0 && errno == EINTR && !isStopRequested());
     if (file < 0) {
         return errno;
@@ -54,11 +54,12 @@ int openLeasedFile(int folder, const char* path, int flags, FileDescriptor& file
 
 } // namespace
 
-int openRegularFile(const char* path, int flags, FileDescriptor& fileOut, mode_t mode) {
+int openRegularFile(const char* path, int flags, FileDescriptor& fileOut, mode_t mode) noexcept {
     return openRegularFileAt(AT_FDCWD, path, flags, fileOut, mode);
 }
 
-int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& fileOut, mode_t mode) {
+int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& fileOut,
+                      mode_t mode) noexcept {
     struct stat status = {};
     // Opening alone already has effects on a pipe or a device, so the kind is looked at before as well.
     const int missing = statusOf(folder, path, flags, status);
@@ -82,7 +83,7 @@ int openRegularFileAt(int folder, const char* path, int flags, FileDescriptor& f
     return 0;
 }
 
-int openOwnRegularFile(const char* path, int flags, FileDescriptor& fileOut) {
+int openOwnRegularFile(const char* path, int flags, FileDescriptor& fileOut) noexcept {
     FileDescriptor file;
     if (const int error = openRegularFile(path, flags | O_NOFOLLOW, file); error != 0) {
         return error;

@@ -1,10 +1,10 @@
 #include "ReplacementFile.h"
 
+#include "DescriptorPath.h"
 #include "RegularFile.h"
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <exception>
 #include <fcntl.h>
 #include <random>
@@ -17,18 +17,6 @@ namespace {
 
 using Failure = ReplacementFile::Failure;
 using Call = ReplacementFile::Call;
-
-/// The way by which a file without a name is reached, for the one call that gives it one.
-class DescriptorPath {
-public:
-    explicit DescriptorPath(int file) noexcept {
-        static_cast<void>(std::snprintf(m_path.data(), m_path.size(), "/proc/self/fd/%d", file));
-    }
-    [[nodiscard]] const char* get() const noexcept { return m_path.data(); }
-
-private:
-    std::array<char, 32> m_path{}; // a prefix of 14 and a number of at most 11
-};
 
 Failure failed(Call call) noexcept {
     return {.call = call, .error = errno};

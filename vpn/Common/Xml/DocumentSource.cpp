@@ -1,13 +1,13 @@
 #include "DocumentSource.h"
 
 #include "Log.h"
+#include "RegularFile.h"
 #include "XmlHandles.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <fcntl.h>
 #include <mutex>
-#include <sys/stat.h>
 #include <system_error>
 
 namespace {
@@ -81,22 +81,12 @@ FileDescriptor DocumentSource::openFile() const {
         ZRN_LOG('E', "A path with a NUL byte in it names no file: %s", m_pPath->c_str());
         return {};
     }
-    // O_NONBLOCK lets the open of a FIFO return at once; what was opened is looked at afterwards.
-    FileDescriptor file(::open(m_pPath->c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!file) {
-        const int error = errno;
-        logFailedCall(__func__, "open", error, *m_pPath);
-        return {};
-    }
-    struct stat status = {};
-    if (::fstat(file.get(), &status) != 0) {
-        const int error = errno;
-        logFailedCall(__func__, "fstat", error, *m_pPath);
-        return {};
-    }
-    if (!S_ISREG(status.st_mode)) {
+    FileDescriptor file;
+    const int error = openRegularFile(m_pPath->c_str(), O_RDONLY, file);
+    if (error == EISDIR || error == EINVAL) {
         ZRN_LOG('E', "Not a regular file: %s", m_pPath->c_str());
-        return {};
+    } else if (error != 0) {
+        logFailedCall(__func__, "open", error, *m_pPath);
     }
     return file;
 }

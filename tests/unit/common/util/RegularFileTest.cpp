@@ -1,15 +1,13 @@
 #include "RegularFile.h"
 
+#include "LeaseHolder.h"
 #include "Sandbox.h"
 
-#include <array>
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
@@ -40,52 +38,6 @@ TEST_F(RegularFile, RefusesEveryOtherKind) {
     EXPECT_EQ(open("/dev/null"), EINVAL);
     EXPECT_EQ(open("none"), ENOENT);
 }
-
-/// A process that holds a write lease on a file, and lets go of it when the kernel asks for it.
-class LeaseHolder {
-public:
-    explicit LeaseHolder(const std::string& path) {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-        const FileDescriptor reader(ends[0]);
-        FileDescriptor writer(ends[1]);
-        m_pid = ::fork();
-        if (m_pid == 0) {
-            hold(path, writer.get());
-        }
-        writer.reset();
-        char answer = '-';
-        m_isHeld = ::read(reader.get(), &answer, 1) == 1 && answer == '+';
-    }
-    ~LeaseHolder() {
-        ::kill(m_pid, SIGKILL);
-        ::waitpid(m_pid, nullptr, 0);
-    }
-    LeaseHolder(const LeaseHolder&) = delete;
-    LeaseHolder& operator=(const LeaseHolder&) = delete;
-    /// False where the file system knows no leases.
-    [[nodiscard]] bool isHeld() const { return m_isHeld; }
-
-private:
-    [[noreturn]] static void hold(const std::string& path, int answerTo) {
-        sigset_t asked;
-        ::sigemptyset(&asked);
-        ::sigaddset(&asked, SIGIO);
-        ::sigprocmask(SIG_BLOCK, &asked, nullptr);
-        const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-        const bool held = ::fcntl(file, F_SETLEASE, F_WRLCK) == 0;
-        static_cast<void>(::write(answerTo, held ? "+" : "-", 1) == 1);
-        int signal = 0;
-        ::sigwait(&asked, &signal);
-        ::fcntl(file, F_SETLEASE, F_UNLCK);
-        for (;;) {
-            ::pause();
-        }
-    }
-
-    pid_t m_pid = -1;
-    bool m_isHeld = false;
-};
 
 TEST_F(RegularFile, IsWaitedForWhileSomebodyHoldsALeaseOnIt) {
     writeFile("a", "content");

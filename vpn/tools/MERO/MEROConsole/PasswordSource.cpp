@@ -2,6 +2,7 @@
 
 #include "Handles.h"
 #include "Log.h"
+#include "RegularFile.h"
 #include "TerminalEcho.h"
 
 #include <array>
@@ -103,6 +104,17 @@ bool readFrom(int fd, const std::string& name, WipedString& passwordOut, std::st
     return takePassword({buffer.bytes.data(), static_cast<std::size_t>(count)}, name, passwordOut, reasonOut);
 }
 
+/// A pipe that nobody has opened yet is waited for where a stop request is seen, and not here.
+/// @return 0 or an errno.
+int openSource(const std::string& source, FileDescriptor& fileOut) {
+    fileOut.reset(open(source.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!fileOut && errno == EWOULDBLOCK) {
+        // A file on which somebody holds a lease.
+        return openRegularFile(source.c_str(), O_RDONLY, fileOut);
+    }
+    return fileOut && fcntl(fileOut.get(), F_SETFL, 0) == 0 ? 0 : errno;
+}
+
 } // namespace
 
 bool readPassword(const std::string& source, WipedString& passwordOut, std::string& reasonOut) {
@@ -110,10 +122,8 @@ bool readPassword(const std::string& source, WipedString& passwordOut, std::stri
         return readFrom(STDIN_FILENO, "standard input", passwordOut, reasonOut);
     }
     const std::string name = "'" + source + "'";
-    // A pipe that nobody has opened yet is waited for where a stop request is seen.
-    const FileDescriptor file(open(source.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    if (!file || fcntl(file.get(), F_SETFL, 0) != 0) {
-        const int error = errno;
+    FileDescriptor file;
+    if (const int error = openSource(source, file); error != 0) {
         ZRN_LOG_CODE_TEXT('E', "open", error, "File: %s\nError: %s", source.c_str(), std::strerror(error));
         reasonOut = "can't open " + name + ": " + std::strerror(error) +
                     "; name a file whose first line is the password";

@@ -1,5 +1,6 @@
 #include "WorkingFolder.h"
 
+#include "FileLock.h"
 #include "Files.h"
 #include "Log.h"
 #include "Names.h"
@@ -9,7 +10,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <optional>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -56,9 +56,8 @@ LockResult lockFolder(const std::string& path, FileDescriptor& lockOut) {
     if (!isOurFolder(status)) {
         return LockResult::NotOurs;
     }
-    int lockError = 0;
-    if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
-        lockError = errno;
+    const int lockError = lockAlone(folder.get());
+    if (lockError != 0) {
         ZRN_LOG_CODE(lockError == EWOULDBLOCK ? 'I' : 'W', "flock", lockError);
         if (lockError == EWOULDBLOCK) {
             return LockResult::InUse;

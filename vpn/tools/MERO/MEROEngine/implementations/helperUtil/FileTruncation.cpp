@@ -51,10 +51,8 @@ CopyOutcome keepLastBytes(int32_t keepBytes, int input, int output) {
 
 /// Opens the scratch file and empties it, unless it is the input itself, or no regular file.
 bool openScratch(int input, FileDescriptor& scratchOut) {
-    FileDescriptor scratch(
-        ::open(kScratchName, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666));
-    struct stat status = {};
-    if (!scratch || ::fstat(scratch.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+    FileDescriptor scratch;
+    if (openRegularFile(kScratchName, O_WRONLY | O_CREAT | O_NOFOLLOW, scratch, 0666) != 0 ||
         folderIdOf(scratch.get()) == folderIdOf(input) || ::ftruncate(scratch.get(), 0) != 0) {
         return false;
     }

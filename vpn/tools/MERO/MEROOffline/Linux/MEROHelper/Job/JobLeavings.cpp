@@ -1,5 +1,6 @@
 #include "JobLeavings.h"
 
+#include "FileLock.h"
 #include "FolderAccess.h"
 #include "FolderRemoval.h"
 #include "Handles.h"
@@ -11,7 +12,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/file.h>
 #include <vector>
 
 namespace {
@@ -70,10 +70,12 @@ private:
         if (!lockOut) {
             return Claim::Failed;
         }
-        if (::flock(lockOut.get(), LOCK_EX | LOCK_NB) == 0) {
+        const int error = lockAlone(lockOut.get());
+        if (error == 0) {
             return Claim::Claimed;
         }
-        return errno == EWOULDBLOCK ? Claim::LeftAlone : fail("flock", errno);
+        // Where there are no locks nobody can tell whether a run still uses it.
+        return error == EWOULDBLOCK ? Claim::LeftAlone : fail("flock", error);
     }
 
     /// Whether the name still is that folder's.

@@ -5,6 +5,7 @@
 #include "JobArguments.h"
 #include "Log.h"
 #include "ReaderPlace.h"
+#include "RegularFile.h"
 
 #include <cerrno>
 #include <chrono>
@@ -86,9 +87,6 @@ Report failure(Step step, int error) noexcept {
 }
 
 Step refusalOf(const struct stat& status, uid_t owner) noexcept {
-    if (!S_ISREG(status.st_mode)) {
-        return Step::Kind;
-    }
     if (status.st_uid != owner) {
         return Step::Owner;
     }
@@ -112,16 +110,16 @@ Report readFile(int file, std::span<char> buffer) noexcept {
 }
 
 Report readRequest(const char* path, uid_t owner, std::span<char> buffer) noexcept {
-    const int file = ::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0) {
-        return failure(Step::Open, errno);
+    FileDescriptor file;
+    if (const int error = openRegularFile(path, O_RDONLY | O_NOFOLLOW, file); error != 0) {
+        return error == EISDIR || error == EINVAL ? failure(Step::Kind, 0) : failure(Step::Open, error);
     }
     struct stat status {};
-    if (::fstat(file, &status) != 0) {
+    if (::fstat(file.get(), &status) != 0) {
         return failure(Step::Look, errno);
     }
     const Step refusal = refusalOf(status, owner);
-    return refusal == Step::None ? readFile(file, buffer) : failure(refusal, 0);
+    return refusal == Step::None ? readFile(file.get(), buffer) : failure(refusal, 0);
 }
 
 /// Tells a report and then the bytes of the file, if nothing has failed.

@@ -43,8 +43,8 @@ GObjectHandle<GDBusConnection> connectToBus() {
 }
 
 bool serve(const ServiceSettings& settings) {
-    const FileDescriptor lock = prepareServiceProcess() ? lockHelper() : FileDescriptor();
-    if (!lock || !removeFormerLeavings()) {
+    FileDescriptor lock;
+    if (!prepareServiceProcess() || !lockHelper(lock) || !prepareJobsFolder(static_cast<bool>(lock))) {
         return false;
     }
     auto connection = connectToBus();

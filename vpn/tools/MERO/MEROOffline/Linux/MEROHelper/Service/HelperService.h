@@ -21,7 +21,7 @@ public:
     struct Environment {
         /// The system bus.
         GObjectHandle<GDBusConnection> connection;
-        /// Descriptor of the lock of the one running helper, the caller's.
+        /// Descriptor of the lock of the one running helper, the caller's; -1 where there is none.
         int lock = -1;
         ServiceSettings settings;
         /// Called once when the service has ended and the main loop may.

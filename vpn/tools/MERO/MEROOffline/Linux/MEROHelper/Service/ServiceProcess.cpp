@@ -1,6 +1,7 @@
 #include "ServiceProcess.h"
 
 #include "Descendants.h"
+#include "FileLock.h"
 #include "JobLeavings.h"
 #include "Log.h"
 #include "PrivateFolders.h"
@@ -11,19 +12,22 @@
 #include <csignal>
 #include <fcntl.h>
 #include <malloc.h>
-#include <string>
-#include <sys/file.h>
+#include <string_view>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 /// A former helper that is being killed needs a moment for its end, and for that of its worker.
 constexpr std::chrono::seconds kLockLimit{5};
 constexpr std::chrono::milliseconds kLockPoll{20};
+
+constexpr const char* kLockPath = "/run/merohelper/lock";
+static_assert(std::string_view(kLockPath).starts_with(kRuntimeFolder));
 
 /// Large messages are to leave this process's memory when they are done with. By default the C library raises
 /// the limit with the first of them.
@@ -45,15 +49,18 @@ bool forbidDumps() {
 /// @return 0 or the errno of the lock's last refusal.
 int waitForLock(int file) {
     const auto deadline = std::chrono::steady_clock::now() + kLockLimit;
-    while (::flock(file, LOCK_EX | LOCK_NB) != 0) {
-        const int error = errno;
-        if ((error != EWOULDBLOCK && error != EINTR) || std::chrono::steady_clock::now() >= deadline) {
-            return error;
-        }
+    int error = lockAlone(file);
+    while (error == EWOULDBLOCK && std::chrono::steady_clock::now() < deadline) {
         // flock has no limit of time of its own.
         std::this_thread::sleep_for(kLockPoll);
+        error = lockAlone(file);
     }
-    return 0;
+    return error;
+}
+
+bool failsAtLock(const char* call, int error) {
+    ZRN_LOG_CODE_TEXT('E', call, error, "The lock %s can't be had", kLockPath);
+    return false;
 }
 
 } // namespace
@@ -71,30 +78,35 @@ bool prepareServiceProcess() {
     return forbidDumps() && adoptDescendants();
 }
 
-FileDescriptor lockHelper() {
+bool lockHelper(FileDescriptor& lockOut) {
     const FileDescriptor folder = openPrivateFolder(kRuntimeFolder);
-    FileDescriptor lock;
     if (!folder) {
-        return lock;
+        return false;
     }
-    const std::string path = std::string(kRuntimeFolder) + "/lock";
-    int error = openRegularFile(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, lock);
+    FileDescriptor lock;
+    if (const int error = openRegularFile(kLockPath, O_RDWR | O_CREAT | O_NOFOLLOW, lock); error != 0) {
+        return failsAtLock("openRegularFile", error);
+    }
+    const int error = waitForLock(lock.get());
+    if (error == EWOULDBLOCK) {
+        return failsAtLock("flock", error);
+    }
     if (error == 0) {
-        error = waitForLock(lock.get());
+        lockOut = std::move(lock);
+    } else {
+        ZRN_LOG_CODE_TEXT('W', "flock", error, "This helper can't tell whether another one's job runs");
     }
-    if (error != 0) {
-        ZRN_LOG_CODE_TEXT('E', "flock", error, "The lock %s can't be had", path.c_str());
-        lock.reset();
-    }
-    return lock;
+    return true;
 }
 
-bool removeFormerLeavings() {
+bool prepareJobsFolder(bool isAlone) {
     const FileDescriptor jobs = openPrivateFolder(kJobsFolder);
     if (!jobs) {
         return false;
     }
-    emptyFolder(jobs.get());
-    removeWorkingFolders();
+    if (isAlone) {
+        emptyFolder(jobs.get());
+        removeWorkingFolders();
+    }
     return true;
 }

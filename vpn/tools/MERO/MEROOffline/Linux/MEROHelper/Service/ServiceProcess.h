@@ -9,9 +9,13 @@
 [[nodiscard]] bool prepareServiceProcess();
 
 /// Waits until no other helper runs, nor anything of its jobs, for a few seconds at most.
-/// @return the lock, to be kept open for as long as this helper runs; none, logged, if there is none.
-[[nodiscard]] FileDescriptor lockHelper();
+/// @param lockOut  the lock, to be kept open for as long as this helper runs. None, logged, where the system
+/// has no lock to give: the name on the bus keeps helpers apart even so, but not from what is left of one
+/// that has lost it.
+/// @return false, logged, if another one still runs or there is no place for a lock.
+[[nodiscard]] bool lockHelper(FileDescriptor& lockOut);
 
-/// Removes what helpers that were killed have left behind. With the lock only.
-/// @return false, logged, if the folder of jobs can't be had. What can't be removed does not matter.
-[[nodiscard]] bool removeFormerLeavings();
+/// Makes the folder of jobs, or removes what helpers that were killed have left behind in it and in /tmp.
+/// @param isAlone  this one has the lock; without it nothing is removed, as it may be in use.
+/// @return false, logged, if the folder can't be had. What can't be removed does not matter.
+[[nodiscard]] bool prepareJobsFolder(bool isAlone);
