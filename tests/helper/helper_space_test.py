@@ -54,6 +54,19 @@ class SmallFileSystem(SpaceTest):
         self.assertFalse(os.path.exists(TOUCHED))
 
 
+class SmallTarget(SpaceTest):
+    """The copy to the target is within the same limits as the job."""
+
+    def testEndsTheJobWithNothingThere(self):
+        self.configure(tool_item("first", "/usr/bin/touch " + TOUCHED))
+        self.shrink("/home", 150)
+        self.expect_end(TOO_LITTLE)
+        self.assertTrue(os.path.exists(TOUCHED))
+        self.assertEqual(os.listdir("/home/alice"), [])
+        self.shrink("/home", 300)
+        self.assertEqual(self.collect(self.alice), SUCCESS)
+
+
 class FileSystemThatFills(SpaceTest):
     program = "HELPER_WITH_SHORT_TIMES"
     environment = {"MERO_TEST_KEPT_MIB": "100"}

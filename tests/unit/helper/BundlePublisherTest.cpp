@@ -5,7 +5,6 @@
 #include "InChild.h"
 #include "PrivateMounts.h"
 #include "Processes.h"
-#include "ReturnCodes.h"
 #include "Sandbox.h"
 
 #include <cerrno>
@@ -139,13 +138,13 @@ protected:
         return file;
     }
 
-    [[nodiscard]] uint32_t publish(const std::string& target, const PublishSettings& settings = {}) const {
+    [[nodiscard]] Publishing publish(const std::string& target, const PublishSettings& settings = {}) const {
         return publishBundle(caller(), m_archive.get(), target, settings);
     }
 
     void expectFailure(const std::string& target, const std::string& call, int error) const {
         const CapturedLog log;
-        EXPECT_EQ(publish(target), MEROENGINE_ERROR_WRITE_FAILURE);
+        EXPECT_EQ(publish(target), Publishing::Failed);
         EXPECT_TRUE(log.containsCode('E', "logWriteFailure", call, static_cast<uint32_t>(error)))
             << log.dump();
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
@@ -169,9 +168,9 @@ TEST_F(BundlePublisher, WritesTheArchiveForTheCallerAlone) {
     for (const mode_t mask : {mode_t{0}, mode_t{0777}}) {
         const std::string target = path("theirs/" + std::to_string(mask) + ".zip");
         const mode_t former = ::umask(mask);
-        const uint32_t code = publish(target);
+        const Publishing outcome = publish(target);
         ::umask(former);
-        ASSERT_EQ(code, 0U);
+        ASSERT_EQ(outcome, Publishing::Done);
         expectTheirs(target, "bytes of the archive");
         EXPECT_EQ(statusOf(target).st_gid, kCaller);
     }
@@ -180,14 +179,14 @@ TEST_F(BundlePublisher, WritesTheArchiveForTheCallerAlone) {
 
 TEST_F(BundlePublisher, ReadsFromTheStartAndLeavesThePlaceOfTheDescriptor) {
     ASSERT_EQ(::lseek(archive(), 7, SEEK_SET), 7);
-    ASSERT_EQ(publish(path("theirs/a.zip")), 0U);
+    ASSERT_EQ(publish(path("theirs/a.zip")), Publishing::Done);
     expectTheirs(path("theirs/a.zip"), "bytes of the archive");
     EXPECT_EQ(::lseek(archive(), 0, SEEK_CUR), 7);
 }
 
 TEST_F(BundlePublisher, CopiesAnEmptyArchive) {
     useArchive("");
-    ASSERT_EQ(publish(path("theirs/a.zip")), 0U);
+    ASSERT_EQ(publish(path("theirs/a.zip")), Publishing::Done);
     expectTheirs(path("theirs/a.zip"), "");
 }
 
@@ -197,14 +196,14 @@ TEST_F(BundlePublisher, CopiesALargeArchive) {
         bytes[i] = static_cast<char>(i / 4093);
     }
     useArchive(bytes);
-    ASSERT_EQ(publish(path("theirs/a.zip")), 0U);
+    ASSERT_EQ(publish(path("theirs/a.zip")), Publishing::Done);
     expectTheirs(path("theirs/a.zip"), bytes);
 }
 
 TEST_F(BundlePublisher, LeavesTheOldBytesToWhoReadsTheReplacedFile) {
     const std::string target = writeTheirs("a.zip", "old");
     const FileDescriptor reader(::open(target.c_str(), O_RDONLY | O_CLOEXEC));
-    ASSERT_EQ(publish(target), 0U);
+    ASSERT_EQ(publish(target), Publishing::Done);
     expectTheirs(target, "bytes of the archive");
     std::string old(8, '\0');
     EXPECT_EQ(::read(reader.get(), old.data(), old.size()), 3);
@@ -214,7 +213,7 @@ TEST_F(BundlePublisher, LeavesTheOldBytesToWhoReadsTheReplacedFile) {
 TEST_F(BundlePublisher, LeavesTheOtherNameOfTheReplacedFileAlone) {
     const std::string target = writeTheirs("a.zip", "old");
     ASSERT_EQ(::link(target.c_str(), path("other").c_str()), 0);
-    ASSERT_EQ(publish(target), 0U);
+    ASSERT_EQ(publish(target), Publishing::Done);
     expectTheirs(target, "bytes of the archive");
     EXPECT_EQ(readFile("other"), "old");
 }
@@ -225,7 +224,7 @@ TEST_F(BundlePublisher, ReplacesALinkInsteadOfFollowingIt) {
     fs::create_symlink(victim, path("theirs/a.zip"));
     fs::create_symlink(path("theirs/missing"), path("theirs/b.zip"));
     for (const char* name : {"theirs/a.zip", "theirs/b.zip"}) {
-        ASSERT_EQ(publish(path(name)), 0U);
+        ASSERT_EQ(publish(path(name)), Publishing::Done);
         expectTheirs(path(name), "bytes of the archive");
     }
     EXPECT_EQ(readFile(victim), "root's");
@@ -266,7 +265,7 @@ TEST_F(BundlePublisher, FailsBehindALinkToAFolderOfRoots) {
 
 TEST_F(BundlePublisher, FollowsALinkToWhereTheCallerMayWrite) {
     fs::create_symlink(path("theirs"), path("roots/way"));
-    ASSERT_EQ(publish(path("roots/way/a.zip")), 0U);
+    ASSERT_EQ(publish(path("roots/way/a.zip")), Publishing::Done);
     expectTheirs(path("theirs/a.zip"), "bytes of the archive");
 }
 
@@ -293,13 +292,13 @@ TEST_F(BundlePublisher, HasTheGroupsOfTheCallerAndNoOthers) {
     });
     UserIdentity member = caller();
     member.groups.push_back(kTeam);
-    EXPECT_EQ(publishBundle(member, archive(), path("roots/a.zip")), 0U);
+    EXPECT_EQ(publishBundle(member, archive(), path("roots/a.zip")), Publishing::Done);
 }
 
 TEST_F(BundlePublisher, TakesTheGroupOfAFolderThatHandsItsOwnDown) {
     ASSERT_EQ(::chown(path("theirs").c_str(), kCaller, kTeam), 0);
     ASSERT_EQ(::chmod(path("theirs").c_str(), 02775), 0);
-    ASSERT_EQ(publish(path("theirs/a.zip")), 0U);
+    ASSERT_EQ(publish(path("theirs/a.zip")), Publishing::Done);
     expectTheirs(path("theirs/a.zip"), "bytes of the archive");
     EXPECT_EQ(statusOf(path("theirs/a.zip")).st_gid, kTeam);
 }
@@ -329,9 +328,9 @@ TEST_F(BundlePublisher, FailsForNamesThatAreTooLong) {
 TEST_F(BundlePublisher, FailsForAnArchiveThatCannotBeRead) {
     const CapturedLog log;
     const FileDescriptor writeOnly(::open(path("private/archive.zip").c_str(), O_WRONLY | O_CLOEXEC));
-    EXPECT_EQ(publishBundle(caller(), writeOnly.get(), path("theirs/a.zip")), MEROENGINE_ERROR_WRITE_FAILURE);
+    EXPECT_EQ(publishBundle(caller(), writeOnly.get(), path("theirs/a.zip")), Publishing::Failed);
     EXPECT_TRUE(log.containsCode('E', "logWriteFailure", "pread", EBADF)) << log.dump();
-    EXPECT_EQ(publishBundle(caller(), -1, path("theirs/a.zip")), MEROENGINE_ERROR_WRITE_FAILURE);
+    EXPECT_EQ(publishBundle(caller(), -1, path("theirs/a.zip")), Publishing::Failed);
     EXPECT_TRUE(log.containsCode('E', "logWriteFailure", "fcntl", EBADF)) << log.dump();
     EXPECT_TRUE(namesIn(path("theirs")).empty());
 }
@@ -344,7 +343,7 @@ TEST_F(BundlePublisher, LeavesAPlantedTemporaryNameAlone) {
     writeTheirs(".file", "planted");
     for (const char* name : {".link", ".dangling", ".file"}) {
         const CapturedLog log;
-        EXPECT_EQ(publish(path("theirs/a.zip"), {.temporaryName = name}), MEROENGINE_ERROR_WRITE_FAILURE);
+        EXPECT_EQ(publish(path("theirs/a.zip"), {.temporaryName = name}), Publishing::Failed);
         EXPECT_TRUE(log.containsCode('E', "logWriteFailure", "linkat", EEXIST)) << log.dump();
     }
     EXPECT_EQ(readFile(victim), "root's");
@@ -364,7 +363,7 @@ TEST_F(BundlePublisher, StaysInTheFolderThatIsSwappedForALinkMeanwhile) {
         shortenArchive();
         ::kill(child, SIGCONT);
     });
-    EXPECT_EQ(publish(path("theirs/a.zip")), 0U);
+    EXPECT_EQ(publish(path("theirs/a.zip")), Publishing::Done);
     ASSERT_TRUE(intruder.finish());
     EXPECT_TRUE(namesIn(path("roots")).empty());
     EXPECT_EQ(namesIn(path("moved")), std::set<std::string>{"a.zip"});
@@ -386,7 +385,7 @@ TEST_F(BundlePublisher, CopiesInAProcessWithoutRightsAndDescriptorsOfTheHelper) 
         shortenArchive();
         ::kill(child, SIGCONT);
     });
-    EXPECT_EQ(publish(path("theirs/a.zip")), 0U);
+    EXPECT_EQ(publish(path("theirs/a.zip")), Publishing::Done);
     ASSERT_TRUE(intruder.finish());
     EXPECT_NE(status.find("Uid:\t65534\t65534\t65534\t65534"), std::string::npos) << status;
     EXPECT_NE(status.find("Gid:\t65534\t65534\t65534\t65534"), std::string::npos) << status;
@@ -401,7 +400,7 @@ TEST_F(BundlePublisher, LeavesNothingBehindWhenTheChildIsKilled) {
     useEndlessArchive();
     const CapturedLog log;
     Intruder intruder(path("theirs"), [](pid_t child) { ::kill(child, SIGKILL); });
-    EXPECT_EQ(publish(path("theirs/a.zip")), MEROENGINE_ERROR_WRITE_FAILURE);
+    EXPECT_EQ(publish(path("theirs/a.zip")), Publishing::Failed);
     ASSERT_TRUE(intruder.finish());
     EXPECT_TRUE(log.containsCode('E', "logWriteFailure", "waitid", EINTR)) << log.dump();
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
@@ -414,8 +413,7 @@ TEST_F(BundlePublisher, GivesUpAtItsLimit) {
     const CapturedLog log;
     // Stopped for good, as by a user who wants to keep the helper waiting.
     Intruder intruder(path("theirs"), [](pid_t) {});
-    EXPECT_EQ(publish(path("theirs/a.zip"), {.limitMs = 1000, .temporaryName = {}}),
-              MEROENGINE_ERROR_WRITE_FAILURE);
+    EXPECT_EQ(publish(path("theirs/a.zip"), {.limitMs = 1000, .temporaryName = {}}), Publishing::Failed);
     ASSERT_TRUE(intruder.finish());
     EXPECT_TRUE(log.containsCode('E', "logWriteFailure", "waitid", ETIMEDOUT)) << log.dump();
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
@@ -452,8 +450,8 @@ TEST_F(BundlePublisher, LeavesNoDescriptorAndNoChild) {
     static_cast<void>(publish(path("theirs/a.zip")));
     const std::size_t before = openDescriptors();
     for (int i = 0; i < 100; ++i) {
-        ASSERT_EQ(publish(path("theirs/a.zip")), 0U);
-        ASSERT_EQ(publish(path("roots/a.zip")), MEROENGINE_ERROR_WRITE_FAILURE);
+        ASSERT_EQ(publish(path("theirs/a.zip")), Publishing::Done);
+        ASSERT_EQ(publish(path("roots/a.zip")), Publishing::Failed);
     }
     EXPECT_EQ(openDescriptors(), before);
     EXPECT_FALSE(hasChildren());

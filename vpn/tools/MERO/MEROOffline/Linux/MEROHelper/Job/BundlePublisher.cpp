@@ -2,10 +2,10 @@
 
 #include "ChildEnd.h"
 #include "ChildSetup.h"
+#include "CopyBounds.h"
 #include "Handles.h"
 #include "Log.h"
 #include "ReplacementFile.h"
-#include "ReturnCodes.h"
 
 #include <array>
 #include <cerrno>
@@ -36,6 +36,7 @@ struct Publication {
     std::string folder;
     std::string targetPath;
     std::string temporaryName;
+    const std::optional<SpaceLimits>& space;
     /// Of the target path and the temporary name.
     ReplacementFile& file;
 };
@@ -57,6 +58,8 @@ enum class Call : unsigned {
     Rename,
     Unlink,
     CheckTarget,
+    CheckSpace,
+    CheckSize,
     CheckPath,
     DrawName,
     DuplicateArchive,
@@ -69,10 +72,10 @@ enum class Call : unsigned {
 
 /// In the order of Call.
 constexpr std::array<const char*, static_cast<std::size_t>(Call::Count)> kCallNames{
-    "",         "prepareChild", "becomeUser",    "prctl",         "open",   "openat",
-    "pread",    "write",        "fchmod",        "fsync",         "linkat", "renameat",
-    "unlinkat", "fstatat",      "publishBundle", "random_device", "fcntl",  "pipe2",
-    "fork",     "waitid",       "read"};
+    "",         "prepareChild", "becomeUser", "prctl",  "open",          "openat",
+    "pread",    "write",        "fchmod",     "fsync",  "linkat",        "renameat",
+    "unlinkat", "fstatat",      "fstatvfs",   "fstat",  "publishBundle", "random_device",
+    "fcntl",    "pipe2",        "fork",       "waitid", "read"};
 
 /// What went wrong, which a child writes to its standard output. Call::None is success.
 struct Failure {
@@ -130,10 +133,24 @@ Failure writeAll(int file, const char* bytes, std::size_t size) noexcept {
     return kNoFailure;
 }
 
-Failure copyBytes(int from, int to) noexcept {
+Failure failed(CopyBounds::Breach breach) noexcept {
+    switch (breach) {
+    case CopyBounds::Breach::Space:
+        return {.call = Call::CheckSpace, .error = ENOSPC};
+    case CopyBounds::Breach::Size:
+        return {.call = Call::CheckSize, .error = EFBIG};
+    case CopyBounds::Breach::None:
+        break;
+    }
+    return kNoFailure;
+}
+
+/// @param bounds  null for none.
+Failure copyBytes(int from, int to, CopyBounds* bounds) noexcept {
     std::array<char, kCopyBytes> bytes{};
     off_t offset = 0;
-    while (true) {
+    Failure breach = bounds == nullptr ? kNoFailure : failed(bounds->begin());
+    while (!breach.happened()) {
         const ssize_t count = ::pread(from, bytes.data(), bytes.size(), offset);
         if (count == 0) {
             return kNoFailure;
@@ -147,8 +164,10 @@ Failure copyBytes(int from, int to) noexcept {
                 return failure;
             }
             offset += count;
+            breach = bounds == nullptr ? kNoFailure : failed(bounds->add(static_cast<uint64_t>(count)));
         }
     }
+    return breach;
 }
 
 Failure failed(const ReplacementFile::Failure& failure) noexcept {
@@ -158,11 +177,21 @@ Failure failed(const ReplacementFile::Failure& failure) noexcept {
     return {.call = kCalls[static_cast<std::size_t>(failure.call)], .error = failure.error};
 }
 
-Failure writeFile(int archive, ReplacementFile& file) noexcept {
+Failure copyWithin(const std::optional<SpaceLimits>& limits, int from, int to) noexcept {
+    if (!limits) {
+        return copyBytes(from, to, nullptr);
+    }
+    CopyBounds bounds(*limits, from, to);
+    return copyBytes(from, to, &bounds);
+}
+
+Failure writeFile(const Publication& publication) noexcept {
+    ReplacementFile& file = publication.file;
     if (const auto failure = file.create(); failure.happened()) {
         return failed(failure);
     }
-    if (const Failure failure = copyBytes(archive, file.descriptor()); failure.happened()) {
+    if (const Failure failure = copyWithin(publication.space, publication.archive, file.descriptor());
+        failure.happened()) {
         return failure;
     }
     return failed(file.place());
@@ -173,7 +202,7 @@ Failure publishAsCaller(const Publication& publication) noexcept {
     if (const int refusal = refusalOfTarget(AT_FDCWD, publication.targetPath.c_str()); refusal != 0) {
         return {.call = Call::CheckTarget, .error = refusal};
     }
-    const Failure failure = writeFile(publication.archive, publication.file);
+    const Failure failure = writeFile(publication);
     publication.file.discard(); // the child's end leaves nothing to do for the object
     return failure;
 }
@@ -265,10 +294,17 @@ Outcome runAsCaller(const Publication& publication, Work work, Clock::duration l
     return awaitChild(child, report->reader.get(), limit);
 }
 
-uint32_t logWriteFailure(const UserIdentity& caller, const Failure& failure) {
+Publishing logWriteFailure(const UserIdentity& caller, const Failure& failure) {
     ZRN_LOG_CODE_TEXT('E', kCallNames[static_cast<std::size_t>(failure.call)], failure.error,
                       "The bundle was not written for user %u.", static_cast<unsigned>(caller.user));
-    return MEROENGINE_ERROR_WRITE_FAILURE;
+    switch (failure.call) {
+    case Call::CheckSpace:
+        return Publishing::WithoutSpace;
+    case Call::CheckSize:
+        return Publishing::TooLarge;
+    default:
+        return Publishing::Failed;
+    }
 }
 
 /// A name that a string of C would cut short would lead elsewhere.
@@ -279,8 +315,8 @@ bool isTargetPath(const std::string& path, std::string_view name) {
 
 } // namespace
 
-uint32_t publishBundle(const UserIdentity& caller, int archive, const std::string& targetPath,
-                       const PublishSettings& settings) {
+Publishing publishBundle(const UserIdentity& caller, int archive, const std::string& targetPath,
+                         const PublishSettings& settings) {
     const std::size_t nameStart = targetPath.rfind('/') + 1; // 0 if there is none
     const std::string_view name = std::string_view(targetPath).substr(nameStart);
     if (!isTargetPath(targetPath, name)) {
@@ -300,6 +336,7 @@ uint32_t publishBundle(const UserIdentity& caller, int archive, const std::strin
                                   .folder = targetPath.substr(0, nameStart),
                                   .targetPath = targetPath,
                                   .temporaryName = std::move(temporaryName),
+                                  .space = settings.space,
                                   .file = file};
     const Outcome outcome =
         runAsCaller(publication, publishAsCaller, std::chrono::milliseconds(settings.limitMs));
@@ -307,5 +344,5 @@ uint32_t publishBundle(const UserIdentity& caller, int archive, const std::strin
         // Fails without a word where nothing was left, or where the folder is out of reach by now.
         static_cast<void>(runAsCaller(publication, clearAwayAsCaller, kClearAwayLimit));
     }
-    return outcome.failure.happened() ? logWriteFailure(caller, outcome.failure) : 0;
+    return outcome.failure.happened() ? logWriteFailure(caller, outcome.failure) : Publishing::Done;
 }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "SpaceLimits.h"
 #include "UserIdentity.h"
 
-#include <cstdint>
+#include <optional>
 #include <string>
 
 /// How a bundle is published, where that differs from the usual.
@@ -11,6 +12,18 @@ struct PublishSettings {
     int limitMs = 10 * 60 * 1000;
     /// Name of the file beside the target that the bytes are written to first; empty draws one at random.
     std::string temporaryName;
+    /// What the copy may take; not looked at without.
+    std::optional<SpaceLimits> space = std::nullopt;
+};
+
+/// What came of it.
+enum class Publishing {
+    Done,
+    Failed,
+    /// There is not as much room at the target as has to be left to others.
+    WithoutSpace,
+    /// The archive and its copy take more than a job may.
+    TooLarge
 };
 
 /// Copies a finished archive to a path that a user has named, with that user's rights alone: a child process
@@ -23,6 +36,6 @@ struct PublishSettings {
 /// @param archive     readable descriptor of the archive; the caller's. It is read from its start, and where
 /// it stands plays no part.
 /// @param targetPath  absolute path.
-/// @return 0, or MEROENGINE_ERROR_WRITE_FAILURE with one line in the log that names the failed call.
-[[nodiscard]] uint32_t publishBundle(const UserIdentity& caller, int archive, const std::string& targetPath,
-                                     const PublishSettings& settings = {});
+/// @return anything but Done with one line in the log that names the failed call.
+[[nodiscard]] Publishing publishBundle(const UserIdentity& caller, int archive, const std::string& targetPath,
+                                       const PublishSettings& settings = {});

@@ -19,14 +19,35 @@ namespace {
 /// A process that a file system of the caller's holds on to may stay longer.
 constexpr std::chrono::seconds kEndLimit{3};
 
-uint32_t publishArchive(const AcceptedJob& job) {
+Publishing publishArchive(const AcceptedJob& job, const SpaceLimits& limits) {
     FileDescriptor archive;
     const int error = openRegularFile(job.folder.entry(kArchiveName).c_str(), O_RDONLY | O_NOFOLLOW, archive);
     if (error != 0) {
         ZRN_LOG_CODE_TEXT('E', "openRegularFile", error, "The archive of a successful job is not there");
-        return MEROENGINE_ERROR_WRITE_FAILURE;
+        return Publishing::Failed;
     }
-    return publishBundle(job.caller, archive.get(), bundleTarget(job.arguments));
+    PublishSettings settings;
+    settings.space = limits;
+    return publishBundle(job.caller, archive.get(), bundleTarget(job.arguments), settings);
+}
+
+ProgressRecord unwrittenBundle(const char* message) {
+    return {.status = MEROENGINE_ERROR_WRITE_FAILURE, .progress = 0, .message = message};
+}
+
+/// The worker's outcome, unless there is a bundle that can't be handed over.
+ProgressRecord publish(const AcceptedJob& job, const ProgressRecord& outcome, const SpaceLimits& limits) {
+    switch (publishArchive(job, limits)) {
+    case Publishing::Done:
+        return outcome;
+    case Publishing::WithoutSpace:
+        return unwrittenBundle(kTooLittleSpace);
+    case Publishing::TooLarge:
+        return unwrittenBundle(kTooMuchCollected);
+    case Publishing::Failed:
+        break;
+    }
+    return refusedTarget();
 }
 
 } // namespace
@@ -39,16 +60,13 @@ ProgressRecord failedJob(uint32_t code) {
     return {.status = code, .progress = 0, .message = kEncounteredError};
 }
 
-ProgressRecord unwrittenBundle() {
-    return {.status = MEROENGINE_ERROR_WRITE_FAILURE, .progress = 0, .message = kNotZipped};
+ProgressRecord refusedTarget() {
+    return unwrittenBundle(kNotZipped);
 }
 
-ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome) {
-    ProgressRecord result = outcome;
+ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome, const SpaceLimits& limits) {
     endDescendants(kEndLimit);
-    if (isBundleMade(outcome.status) && publishArchive(job) != 0) {
-        result = unwrittenBundle();
-    }
+    const ProgressRecord result = isBundleMade(outcome.status) ? publish(job, outcome, limits) : outcome;
     // Each of them logs what it has to leave.
     removeWorkingFolders();
     job.folder.remove();

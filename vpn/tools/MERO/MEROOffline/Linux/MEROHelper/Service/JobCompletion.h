@@ -2,8 +2,10 @@
 
 #include "AcceptedJob.h"
 #include "ProgressRecord.h"
+#include "SpaceLimits.h"
 
 #include <cstdint>
+#include <string>
 
 /// Name of the archive in the job's folder.
 inline constexpr const char* kArchiveName = "bundle.zip";
@@ -15,12 +17,14 @@ inline constexpr const char* kArchiveName = "bundle.zip";
 [[nodiscard]] ProgressRecord failedJob(uint32_t code);
 
 /// The outcome of a job whose bundle can't come to its target.
-[[nodiscard]] ProgressRecord unwrittenBundle();
+[[nodiscard]] ProgressRecord refusedTarget();
 
 /// What is left to do when the worker has ended: ends what it may have left running, hands the bundle of a
 /// job that made one to the caller, and removes all else that is left of the job. May take as long as
 /// publishBundle does. Any thread, but no other child of this process may be of use meanwhile.
 /// @param outcome  of the worker.
+/// @param limits   what the bundle at its target may take.
 /// @return the outcome of the job: the worker's, or MEROENGINE_ERROR_WRITE_FAILURE if there is a bundle that
 /// can't be handed over.
-[[nodiscard]] ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome);
+[[nodiscard]] ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome,
+                                         const SpaceLimits& limits);

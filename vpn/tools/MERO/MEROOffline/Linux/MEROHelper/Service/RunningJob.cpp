@@ -32,7 +32,7 @@ FileDescriptor watchProcess(pid_t pid) {
 RunningJob::RunningJob(AcceptedJob job, Handlers handlers)
     : m_job(std::move(job)), m_handlers(std::move(handlers)) {}
 
-WorkOrder RunningJob::orderOf(const SpaceLimits& limits) const {
+WorkOrder RunningJob::orderOf() const {
     const JobArguments& arguments = m_job.arguments;
     return {.caller = m_job.caller,
             .requestPath = m_job.requestCopy,
@@ -41,16 +41,17 @@ WorkOrder RunningJob::orderOf(const SpaceLimits& limits) const {
             .jobFolder = m_job.folder.path(),
             .archivePath = m_job.folder.entry(kArchiveName),
             .password = arguments.bundlePassword,
-            .space = limits,
+            .space = m_space,
             .service = ::getpid()};
 }
 
 bool RunningJob::start(int lock, const ServiceSettings& settings) {
+    m_space = settings.spaceLimits;
     if (m_job.isTargetRefused) {
-        finish(unwrittenBundle());
+        finish(refusedTarget());
         return true;
     }
-    m_worker = WorkerProcess::start(orderOf(settings.spaceLimits), lock);
+    m_worker = WorkerProcess::start(orderOf(), lock);
     m_job.arguments.bundlePassword.clear();
     if (!m_worker) {
         return false;
@@ -143,7 +144,7 @@ void RunningJob::onWorkerEnd() {
 void RunningJob::finish(ProgressRecord outcome) {
     const auto job = std::make_shared<AcceptedJob>(std::move(m_job));
     const auto result = std::make_shared<ProgressRecord>(std::move(outcome));
-    runInBackground([job, result] { *result = completeJob(*job, *result); },
+    runInBackground([job, result, limits = m_space] { *result = completeJob(*job, *result, limits); },
                     [this, result] {
                         // It may end this object, and the handler with it.
                         const auto handler = std::move(m_handlers.end);

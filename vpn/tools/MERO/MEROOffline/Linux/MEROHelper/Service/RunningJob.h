@@ -37,7 +37,7 @@ public:
     void abort(const char* reason);
 
 private:
-    [[nodiscard]] WorkOrder orderOf(const SpaceLimits& limits) const;
+    [[nodiscard]] WorkOrder orderOf() const;
     /// @return whether there may be more to read.
     bool readProgress();
     void take(const ProgressRecord& record);
@@ -47,6 +47,7 @@ private:
 
     AcceptedJob m_job;
     Handlers m_handlers;
+    SpaceLimits m_space;
     std::unique_ptr<WorkerProcess> m_worker;
     /// Readable once the worker has ended.
     FileDescriptor m_workerEnd;

@@ -4,7 +4,6 @@
 #include "Handles.h"
 #include "Log.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
@@ -25,11 +24,6 @@ DirHandle openEntries(const std::string& path) {
         static_cast<void>(folder.release()); // the stream closes it
     }
     return stream;
-}
-
-/// In two steps, as large numbers would not stand the product.
-uint64_t partOf(uint64_t all, uint32_t percent) {
-    return all / 100 * percent + all % 100 * percent / 100;
 }
 
 /// Adds the folders in a folder to a list. @return the bytes of all entries.
@@ -59,14 +53,7 @@ std::optional<FreeSpace> freeSpaceOf(const std::string& folder, const SpaceLimit
         ZRN_LOG_CODE_TEXT('W', "statvfs", error, "%s", folder.c_str());
         return std::nullopt;
     }
-    if (system.f_blocks == 0) {
-        return std::nullopt;
-    }
-    const uint64_t allBytes = uint64_t{system.f_blocks} * system.f_frsize;
-    const uint64_t keptFiles = partOf(system.f_files, limits.keptFreePercent);
-    return FreeSpace{.bytes = uint64_t{system.f_bavail} * system.f_frsize,
-                     .keptBytes = std::max(limits.keptFreeBytes, partOf(allBytes, limits.keptFreePercent)),
-                     .hasRoomForFiles = system.f_files == 0 || system.f_favail >= keptFiles};
+    return freeSpaceOf(system, limits);
 }
 
 // One folder is open at a time, however deep they lie: the job needs the descriptors.

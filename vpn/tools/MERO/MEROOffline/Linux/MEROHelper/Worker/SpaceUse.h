@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FreeSpace.h"
 #include "SpaceLimits.h"
 
 #include <cstdint>
@@ -9,15 +10,6 @@
 /// How much room there is, and how much of it files take.
 
 /// Room in the file system of a folder.
-struct FreeSpace {
-    /// Bytes that are free for anybody.
-    uint64_t bytes = 0;
-    /// Bytes that have to stay free by the limits.
-    uint64_t keptBytes = 0;
-    /// Whether it can have more files: it keeps the same percentage of those that it can have.
-    bool hasRoomForFiles = true;
-};
-
 /// @return nothing for a file system that tells no size, and, logged, where the system doesn't tell.
 [[nodiscard]] std::optional<FreeSpace> freeSpaceOf(const std::string& folder, const SpaceLimits& limits);
 
