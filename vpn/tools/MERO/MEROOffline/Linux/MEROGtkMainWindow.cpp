@@ -102,6 +102,7 @@ void CMEROGtkMainWindow::closeWindow() {
     }
     g_signal_handlers_disconnect_by_func(m_pWindow, reinterpret_cast<gpointer>(&gtk_main_quit), nullptr);
     m_pPressFilter.reset();
+    m_spokenProgress.end();
     // This drops the handlers of all the widgets inside, too.
     gtk_widget_destroy(m_pWindow);
     m_pWindow = nullptr;

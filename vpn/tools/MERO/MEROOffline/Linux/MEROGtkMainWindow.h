@@ -10,6 +10,7 @@
 #include "MEROOffline.h"
 #include "Paths.h"
 #include "PressFilter.h"
+#include "SpokenProgress.h"
 #include "StoragePath.h"
 #include "Thread.h"
 #include "WindowRelay.h"
@@ -157,6 +158,7 @@ private:
     std::mutex m_statusLock;
     MEROStatusInfo m_statusInfo;
     uint64_t m_status;
+    SpokenProgress m_spokenProgress;
     bool m_exitRequested = false;
     bool m_typicalBundle = true;
     WipedString m_password;

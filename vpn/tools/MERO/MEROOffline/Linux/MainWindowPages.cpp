@@ -1,3 +1,4 @@
+#include "Accessibility.h"
 #include "HandlerGuard.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
@@ -32,6 +33,15 @@ WipedString entryText(const char* id) {
     return entry == nullptr ? WipedString() : WipedString(gtk_entry_get_text(GTK_ENTRY(entry)));
 }
 
+void showMismatch(bool shown) {
+    // A screen reader says it each time that it appears: also to who presses Next again.
+    setVisible("labelPasswordNotMatch", false);
+    setVisible("labelPasswordNotMatch", shown);
+    for (const char* entry : {"entryPassword", "entryConfirmPassword"}) {
+        setDescribed(entry, "labelPasswordNotMatch", shown);
+    }
+}
+
 } // namespace
 
 void CMEROGtkMainWindow::updateNotebookPage(uint32_t page) {
@@ -56,7 +66,9 @@ void CMEROGtkMainWindow::changePage(uint32_t page) {
     if (page >= kHeaders.size()) {
         return;
     }
-    setLabelText("labelHeaderTitle", translateText(userText(kHeaders.at(page))));
+    const std::string header = translateText(userText(kHeaders.at(page)));
+    setLabelText("labelHeaderTitle", header);
+    tellPage(page, header);
     setUpPage(static_cast<WizardPage>(page));
 }
 
@@ -69,6 +81,10 @@ void CMEROGtkMainWindow::guardPresses() {
 void CMEROGtkMainWindow::setUpPage(WizardPage page) {
     switch (page) {
     case WizardPage::Welcome:
+        // Whoever has pressed Back by key is not left without a focus.
+        if (hasFocus("buttonBack")) {
+            giveFocus("buttonNext");
+        }
         setVisible("buttonBack", false);
         break;
     case WizardPage::BundleType:
@@ -172,7 +188,7 @@ void CMEROGtkMainWindow::leaveEncryptionPage() {
         // Who can read what is typed need not confirm it.
         const bool readable = mask != nullptr && !isActive(mask);
         if (password.view() != confirmation.view() && !readable) {
-            setVisible("labelPasswordNotMatch", true);
+            showMismatch(true);
             return;
         }
         m_password = password;
@@ -199,7 +215,7 @@ void CMEROGtkMainWindow::onEncryptionToggled(GtkToggleButton* button, gpointer /
     const bool confirm = active && (mask == nullptr || isActive(mask));
     setSensitive("entryConfirmPassword", confirm);
     setSensitive("labelConfirmPassword", confirm);
-    setVisible("labelPasswordNotMatch", false);
+    showMismatch(false);
 }
 
 void CMEROGtkMainWindow::onMaskPasswordToggled(GtkToggleButton* button, gpointer /*window*/) {
@@ -220,7 +236,7 @@ gboolean CMEROGtkMainWindow::onPasswordKeyPress(GtkWidget* /*widget*/, GdkEvent*
     if (gdk_event_get_keyval(event, &key) != FALSE && key == GDK_KEY_Return) {
         onNextClicked(nullptr, window);
     } else {
-        setVisible("labelPasswordNotMatch", false);
+        showMismatch(false);
     }
     return GDK_EVENT_PROPAGATE;
 }

@@ -93,7 +93,9 @@ void CMEROGtkMainWindow::showProgress() {
     if (GtkWidget* bar = LookUpWidget("progressBar", GTK_TYPE_PROGRESS_BAR)) {
         gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), info.m_progress / 100.0);
     }
-    setLabelText("labelFileCollected", shownReport(info.m_message));
+    const std::string text = shownReport(info.m_message);
+    setLabelText("labelFileCollected", text);
+    m_spokenProgress.report(text);
 }
 
 void CMEROGtkMainWindow::showResult() {
@@ -101,6 +103,7 @@ void CMEROGtkMainWindow::showResult() {
         m_resultWaits = true;
         return;
     }
+    m_spokenProgress.end();
     changePage(static_cast<uint32_t>(WizardPage::Result));
     uint64_t status = 0;
     std::string message;
@@ -111,6 +114,7 @@ void CMEROGtkMainWindow::showResult() {
     }
     setResultIcon(status);
     setLabelText("labelResultMsg", resultText(status, message));
+    giveFocus("buttonNext");
     if (m_pDBusClient != nullptr) {
         // A helper that never answered is only logged: after a job in this process there is none as a rule.
         static_cast<void>(m_pDBusClient->RequestHelperExit(kHelperExitDelaySeconds));

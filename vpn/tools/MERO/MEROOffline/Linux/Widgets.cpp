@@ -86,6 +86,12 @@ void setVisible(const char* id, bool visible) {
     }
 }
 
+void giveFocus(const char* id) {
+    if (GtkWidget* widget = LookUpWidget(id)) {
+        gtk_widget_grab_focus(widget);
+    }
+}
+
 void setIcon(const char* id, const char* iconName, const char* styleClass) {
     if (GtkWidget* image = LookUpWidget(id, GTK_TYPE_IMAGE)) {
         GtkStyleContext* style = gtk_widget_get_style_context(image);
@@ -106,6 +112,11 @@ void setEntryVisibility(const char* id, bool visible) {
     if (GtkWidget* entry = LookUpWidget(id, GTK_TYPE_ENTRY)) {
         gtk_entry_set_visibility(GTK_ENTRY(entry), visible ? TRUE : FALSE);
     }
+}
+
+bool hasFocus(const char* id) {
+    GtkWidget* const widget = LookUpWidget(id);
+    return widget != nullptr && gtk_widget_is_focus(widget) != FALSE;
 }
 
 std::string displayText(const std::string& text) {

@@ -33,6 +33,8 @@ void setLabelText(const char* id, const std::string& text);
 void setButtonLabel(const char* id, const std::string& text);
 void setSensitive(const char* id, bool sensitive);
 void setVisible(const char* id, bool visible);
+/// Moves the window's keyboard focus there.
+void giveFocus(const char* id);
 /// Shows an icon of the theme in a GtkImage.
 /// @param styleClass  class of the wizard's style that colours it.
 void setIcon(const char* id, const char* iconName, const char* styleClass);
@@ -40,6 +42,9 @@ void setIcon(const char* id, const char* iconName, const char* styleClass);
 void setSpinning(const char* id, bool spinning);
 /// Shows or hides what is typed into a GtkEntry.
 void setEntryVisibility(const char* id, bool visible);
+
+/// Whether its window has the keyboard's focus there. False when there is no such widget.
+[[nodiscard]] bool hasFocus(const char* id);
 
 /// The text as valid UTF-8, which is what GTK takes; file names on disk may hold any bytes.
 [[nodiscard]] std::string displayText(const std::string& text);

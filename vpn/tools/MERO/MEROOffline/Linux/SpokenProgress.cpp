@@ -1,0 +1,69 @@
+#include "SpokenProgress.h"
+
+#include "Accessibility.h"
+#include "HandlerGuard.h"
+#include "Widgets.h"
+
+#include <utility>
+
+namespace {
+
+constexpr guint kQuietMs = 5000;
+constexpr const char* kText = "labelFileCollected";
+constexpr std::array kChanging = {"progressBar", kText};
+
+} // namespace
+
+void SpokenProgress::report(const std::string& text) {
+    m_text = text;
+    m_isUntold = true;
+    if (m_timer == 0) {
+        speak();
+    }
+}
+
+void SpokenProgress::end() {
+    if (m_timer != 0) {
+        g_source_remove(std::exchange(m_timer, 0));
+    }
+    m_isUntold = false;
+    letGo();
+}
+
+void SpokenProgress::speak() {
+    announce(kText, m_text);
+    m_isUntold = false;
+    holdBack();
+    m_timer = g_timeout_add(kQuietMs, &onTimeToSpeak, this);
+}
+
+// The share and the text are looked up as they are; only that they have changed is told later.
+void SpokenProgress::holdBack() {
+    for (std::size_t index = 0; index < kChanging.size(); ++index) {
+        if (GtkWidget* widget = LookUpWidget(kChanging.at(index))) {
+            m_heldBack.at(index) = shareRef(gtk_widget_get_accessible(widget));
+            g_object_freeze_notify(G_OBJECT(m_heldBack.at(index).get()));
+        }
+    }
+}
+
+void SpokenProgress::letGo() {
+    for (GObjectHandle<AtkObject>& object : m_heldBack) {
+        if (object != nullptr) {
+            g_object_thaw_notify(G_OBJECT(object.get()));
+            object.reset();
+        }
+    }
+}
+
+gboolean SpokenProgress::onTimeToSpeak(gpointer self) {
+    runHandler(__func__, [&] {
+        auto& progress = *static_cast<SpokenProgress*>(self);
+        progress.m_timer = 0;
+        progress.letGo();
+        if (progress.m_isUntold) {
+            progress.speak();
+        }
+    });
+    return G_SOURCE_REMOVE;
+}
