@@ -32,6 +32,11 @@ NOTES = {
     "Email Address(es): ": "The blank at the end belongs to it.",
 }
 
+# For the texts of controls with the letter that presses them.
+MNEMONIC = re.compile(r"_\w")
+MNEMONIC_NOTE = ("The text of a button or option as translated above, with _ in front of the letter that presses it together with "
+                 "Alt; or, where no letter of it can be typed, with one added as in (_N). Each on a page has its own.")
+
 HEADER = """# Translations of MERO.
 #
 msgid ""
@@ -101,6 +106,8 @@ def main():
         print()
         if text in NOTES:
             print("#. " + NOTES[text])
+        if MNEMONIC.search(text):
+            print("#. " + MNEMONIC_NOTE)
         print("#: " + " ".join(files))
         if re.search(r"%[sd]", text):
             print("#, c-format")

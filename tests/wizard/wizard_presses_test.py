@@ -93,6 +93,16 @@ class Presses(WalkByHand):
         self.xdotool("keyup", "Return")
         self.press_key("Return", self.warning_is_gone, "end of the dialog")
 
+    def testOfAHeldMnemonicLeadOnePageOn(self):
+        for header in HEADERS[1:3]:
+            self.hold("alt+n")
+            self.xdotool("keyup", "alt+n")
+            self.expect_to_stay_on(header)
+
+    def testOfAQuickMnemonicBehindAnotherAreForTheFormerPage(self):
+        self.xdotool("key", "--delay", BETWEEN_CLICKS_MS, "alt+n", "alt+n", "alt+n")
+        self.expect_to_stay_on(HEADERS[1])
+
     def testOfAQuickReturnBehindReturnAreForTheFormerPage(self):
         self.xdotool("key", "--delay", BETWEEN_CLICKS_MS, "Return", "Return", "Return")
         self.expect_to_stay_on(HEADERS[1])
@@ -149,6 +159,40 @@ class Keys(WalkByHand):
         self.focus_window()
         self.press_key("KP_Enter", self.has_ended, "end of the program")
         self.wait_for_exit()
+
+    def testOfMnemonicsPressWhatTheyStandFor(self):
+        self.expect_page_by("alt+n", HEADERS[1])
+        self.expect_change_by("alt+u", lambda: self.is_active("Custom", "radio button"))
+        self.expect_change_by("alt+t", lambda: self.is_active("Typical", "radio button"))
+        self.expect_page_by("alt+b", HEADERS[0])
+        self.expect_page_by("alt+n", HEADERS[1])
+        self.expect_page_by("alt+n", HEADERS[2])
+        self.expect_change_by("alt+e", lambda: self.is_active("Enable Bundle Encryption"))
+        self.expect_change_by("alt+m", lambda: not self.is_active("Mask Password"))
+        # From a field too.
+        Atspi.Component.grab_focus(self.find("password text", "Encryption Password"))
+        self.press_key("alt+c", self.has_ended, "end of the program")
+        self.wait_for_exit()
+
+    def testOfTheFormerTextPressNothingAnyMore(self):
+        self.walk_to_the_result()
+        self.look_at_the_page()
+        self.xdotool("key", "alt+n")
+        self.expect_to_stay_on(HEADERS[4])
+        self.press_key("alt+f", self.has_ended, "end of the program")
+        self.wait_for_exit()
+
+    def expect_page_by(self, key, header):
+        self.press_key(key, lambda: self.is_shown("label", header), header)
+
+    def expect_change_by(self, key, condition):
+        """One press, as another would take the change back."""
+        self.look_at_the_page()
+        self.xdotool("key", key)
+        self.wait_for(condition, "change by " + key)
+
+    def is_active(self, name, role="check box"):
+        return self.find(role, name).get_state_set().contains(Atspi.StateType.CHECKED)
 
     def walk_to_the_result(self):
         self.find("label", HEADERS[0])

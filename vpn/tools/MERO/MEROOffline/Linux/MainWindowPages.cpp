@@ -2,6 +2,7 @@
 #include "HandlerGuard.h"
 #include "Log.h"
 #include "MEROGtkMainWindow.h"
+#include "Mnemonics.h"
 #include "UserTexts.h"
 #include "Widgets.h"
 
@@ -101,6 +102,7 @@ void CMEROGtkMainWindow::setUpPage(WizardPage page) {
         setSpinning("spinnerProgress", false);
         setSensitive("buttonNext", true);
         setLabelText("labelButtonNext", translateText(userText(UserText::ButtonFinish)));
+        setMnemonic("buttonNext", translateText(mnemonicText(UserText::ButtonFinish)));
         break;
     case WizardPage::FileSelection:
         static_cast<void>(fileSelection());

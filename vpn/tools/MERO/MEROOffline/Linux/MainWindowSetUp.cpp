@@ -1,6 +1,7 @@
 #include "BuildVersion.h"
 #include "CommentView.h"
 #include "MEROGtkMainWindow.h"
+#include "Mnemonics.h"
 #include "Names.h"
 #include "UserTexts.h"
 #include "Widgets.h"
@@ -34,6 +35,17 @@ constexpr std::pair<const char*, UserText> kFixedButtons[] = {
     {"radiobuttonBundleCustom", UserText::Custom},
     {"checkbuttonEncryption", UserText::EnableEncryption},
     {"checkbuttonMaskPassword", UserText::MaskPassword},
+};
+
+constexpr std::pair<const char*, UserText> kMnemonics[] = {
+    {"buttonBack", UserText::ButtonBack},
+    {"buttonNext", UserText::ButtonNext},
+    {"buttonCancel", UserText::ButtonCancel},
+    {"radiobuttonBundleTypical", UserText::Typical},
+    {"radiobuttonBundleCustom", UserText::Custom},
+    {"checkbuttonEncryption", UserText::EnableEncryption},
+    {"checkbuttonMaskPassword", UserText::MaskPassword},
+    {"buttonBrowse", UserText::Browse},
 };
 
 void joinBundleTypes() {
@@ -99,6 +111,9 @@ void CMEROGtkMainWindow::setUpTexts() {
     }
     for (const auto& [id, text] : kFixedButtons) {
         setButtonLabel(id, translateText(userText(text)));
+    }
+    for (const auto& [id, text] : kMnemonics) {
+        setMnemonic(id, translateText(mnemonicText(text)));
     }
     const std::string title = translateText(userText(UserText::WindowTitle)) + " " + kBuildVersion;
     gtk_window_set_title(GTK_WINDOW(m_pWindow), title.c_str());

@@ -1,6 +1,8 @@
 #include "UserTexts.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -111,10 +113,28 @@ constexpr auto kTexts = std::to_array<const char*>({
     "collection.",
 });
 
+constexpr auto kMnemonics = std::to_array<std::pair<UserText, const char*>>({
+    {UserText::ButtonBack, "_Back"},
+    {UserText::ButtonNext, "_Next"},
+    {UserText::ButtonFinish, "_Finish"},
+    {UserText::ButtonCancel, "_Cancel"},
+    {UserText::Typical, "_Typical"},
+    {UserText::Custom, "C_ustom"},
+    {UserText::EnableEncryption, "_Enable Bundle Encryption"},
+    {UserText::MaskPassword, "_Mask Password"},
+    {UserText::Browse, "B_rowse..."},
+});
+
 } // namespace
 
 const char* userText(UserText text) {
     return kTexts.at(static_cast<std::size_t>(text));
+}
+
+const char* mnemonicText(UserText text) {
+    const auto* const found = std::find_if(kMnemonics.begin(), kMnemonics.end(),
+                                           [text](const auto& entry) { return entry.first == text; });
+    return found == kMnemonics.end() ? "" : found->second;
 }
 
 std::span<const char* const> allUserTexts() {

@@ -49,6 +49,11 @@ enum class UserText : std::size_t {
 /// The English text. Static, never null.
 [[nodiscard]] const char* userText(UserText text);
 
+/// The text of a button or of an option once more, with a "_" in front of the letter that presses it together
+/// with Alt: a key of the catalogue of its own, by which each language chooses its letter. Those of one page
+/// differ. Static, never null; empty for a text without such a letter.
+[[nodiscard]] const char* mnemonicText(UserText text);
+
 /// The whole table: the texts above in their order, then those that no page of this wizard shows but that the
 /// suite's translators keep in its catalogues.
 [[nodiscard]] std::span<const char* const> allUserTexts();
