@@ -70,6 +70,8 @@ void CMEROGtkMainWindow::changePage(uint32_t page) {
     const std::string header = translateText(userText(kHeaders.at(page)));
     setLabelText("labelHeaderTitle", header);
     tellPage(page, header);
+    // The first page has a larger mark of its own.
+    setVisible("imageHeader", static_cast<WizardPage>(page) != WizardPage::Welcome);
     setUpPage(static_cast<WizardPage>(page));
 }
 

@@ -5,6 +5,7 @@
 #include "Names.h"
 #include "UserTexts.h"
 #include "Widgets.h"
+#include "WindowGrowth.h"
 
 #include <utility>
 
@@ -99,8 +100,14 @@ void CMEROGtkMainWindow::setUpWidgets() {
     showTargetName(m_bundlePath.find('/') == std::string::npos
                        ? "MEROBundle.zip"
                        : helperUtil::stringAfterLast(m_bundlePath, "/"));
+    for (const char* id : {"labelFileCollected", "labelResultMsg"}) {
+        breakWithoutHyphens(id);
+    }
     if (GtkWidget* comment = LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW)) {
         keepCommentQuick(GTK_TEXT_VIEW(comment));
+        if (GtkWidget* around = LookUpWidget("scrolledwindowComment", GTK_TYPE_SCROLLED_WINDOW)) {
+            growWithText(GTK_SCROLLED_WINDOW(around), GTK_TEXT_VIEW(comment));
+        }
     }
     connectSignals();
 }

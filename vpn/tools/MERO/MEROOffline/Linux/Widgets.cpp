@@ -4,22 +4,27 @@
 
 namespace {
 
+using AttributesHandle = std::unique_ptr<PangoAttrList, Releaser<&pango_attr_list_unref>>;
+
 /// The UI definition of the process. GTK main thread only.
 GObjectHandle<GtkBuilder> g_builder;
 
 // The theme's own red and orange can't be read in both its light and its dark form; mixed with the colour of
 // text they can.
-constexpr char kStyle[] = ".mero-failure { color: mix(@theme_fg_color, #e01b24, 0.45); }"
-                          ".mero-success { color: mix(@theme_fg_color, #26a269, 0.7); }"
-                          // Themes draw the share in a grey that can't be read on their own background.
-                          ".mero-progress > text { color: @theme_fg_color; }"
-                          // Nor can white be read on what themes take for the main button and for selections.
-                          ".mero-main:not(:disabled) { background-image: none;"
-                          " background-color: shade(@theme_selected_bg_color, 0.82); }"
-                          ".mero-main:hover:not(:active) {"
-                          " background-color: shade(@theme_selected_bg_color, 0.86); }"
-                          "treeview:selected, entry selection, text selection, label selection {"
-                          " background-color: shade(@theme_selected_bg_color, 0.82); }";
+constexpr char kStyle[] =
+    ".mero-failure { color: mix(@theme_fg_color, #e01b24, 0.45); }"
+    ".mero-success { color: mix(@theme_fg_color, #26a269, 0.7); }"
+    // Themes draw the share in a grey that can't be read on their own background.
+    ".mero-progress > text { color: @theme_fg_color; }"
+    // Lighter than what they explain, as themes have it, but not as faint.
+    ".mero-explanation:not(:backdrop) { color: mix(@theme_fg_color, @theme_bg_color, 0.25); }"
+    // Nor can white be read on what themes take for the main button and for selections.
+    ".mero-main:not(:disabled) { background-image: none;"
+    " background-color: mix(@theme_selected_bg_color, @theme_fg_color, 0.23); }"
+    ".mero-main:hover:not(:active) {"
+    " background-color: mix(@theme_selected_bg_color, @theme_fg_color, 0.2); }"
+    "treeview:selected, entry selection, text selection, label selection {"
+    " background-color: mix(@theme_selected_bg_color, @theme_fg_color, 0.23); }";
 
 } // namespace
 
@@ -65,6 +70,14 @@ void addWizardStyle() {
 void setLabelText(const char* id, const std::string& text) {
     if (GtkWidget* label = LookUpWidget(id, GTK_TYPE_LABEL)) {
         gtk_label_set_text(GTK_LABEL(label), displayText(text).c_str());
+    }
+}
+
+void breakWithoutHyphens(const char* id) {
+    if (GtkWidget* label = LookUpWidget(id, GTK_TYPE_LABEL)) {
+        const AttributesHandle attributes(pango_attr_list_new());
+        pango_attr_list_insert(attributes.get(), pango_attr_insert_hyphens_new(FALSE));
+        gtk_label_set_attributes(GTK_LABEL(label), attributes.get());
     }
 }
 

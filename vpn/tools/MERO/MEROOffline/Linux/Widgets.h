@@ -29,6 +29,8 @@ void addWizardStyle();
 
 /// Shows a text as it stands in a GtkLabel. Bytes that are no UTF-8 show as replacement characters.
 void setLabelText(const char* id, const std::string& text);
+/// Has a GtkLabel break what is too long for a line, as paths are, without a hyphen that is not part of it.
+void breakWithoutHyphens(const char* id);
 /// Sets the text of a check or radio button, likewise.
 void setButtonLabel(const char* id, const std::string& text);
 void setSensitive(const char* id, bool sensitive);

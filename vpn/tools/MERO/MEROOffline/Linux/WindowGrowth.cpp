@@ -1,0 +1,107 @@
+#include "WindowGrowth.h"
+
+#include "GlibHandles.h"
+#include "HandlerGuard.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kCommentLines = 8;
+/// What the comment keeps on a screen that is too small for more.
+constexpr int kLeastCommentHeight = 96;
+/// Of the longest lines that the pages' texts are broken into, and what stands beside them.
+constexpr int kLineCharacters = 68;
+constexpr int kSidesWidth = 36;
+/// What the desktop draws above and below a window.
+constexpr int kFrameHeight = 48;
+
+using MetricsHandle = std::unique_ptr<PangoFontMetrics, Releaser<&pango_font_metrics_unref>>;
+
+/// The size of a line of text of full length.
+GtkRequisition lineSize(GtkWidget* widget) {
+    const auto layout = adoptRef(gtk_widget_create_pango_layout(widget, "X"));
+    const MetricsHandle metrics(
+        pango_context_get_metrics(gtk_widget_get_pango_context(widget), nullptr, nullptr));
+    GtkRequisition size{};
+    pango_layout_get_pixel_size(layout.get(), nullptr, &size.height);
+    size.width = PANGO_PIXELS(kLineCharacters * pango_font_metrics_get_approximate_char_width(metrics.get()));
+    return size;
+}
+
+/// The part of the screen that a window may take; false if nobody knows.
+bool getScreenPart(GtkWidget* window, GdkRectangle* part) {
+    GdkDisplay* const display = gtk_widget_get_display(window);
+    GdkMonitor* monitor = gtk_widget_get_realized(window) != FALSE
+                              ? gdk_display_get_monitor_at_window(display, gtk_widget_get_window(window))
+                              : gdk_display_get_primary_monitor(display);
+    if (monitor == nullptr) {
+        monitor = gdk_display_get_monitor(display, 0);
+    }
+    if (monitor == nullptr) {
+        return false;
+    }
+    gdk_monitor_get_workarea(monitor, part);
+    return true;
+}
+
+void setCommentHeight(GtkScrolledWindow* around, int height) {
+    gtk_scrolled_window_set_min_content_height(around, std::max(height, kLeastCommentHeight));
+}
+
+/// Takes from the comment's lines what the window would have beyond the screen.
+void fitIntoScreen(GtkWidget* window, GtkScrolledWindow* around, int width, const GdkRectangle& screen) {
+    int least = 0;
+    gtk_widget_get_preferred_height_for_width(window, width, &least, nullptr);
+    const int excess = least + kFrameHeight - screen.height;
+    if (excess > 0) {
+        setCommentHeight(around, gtk_scrolled_window_get_min_content_height(around) - excess);
+    }
+}
+
+void widen(GtkWindow* window, int wanted) {
+    int width = 0;
+    int height = 0;
+    if (gtk_widget_get_realized(GTK_WIDGET(window)) == FALSE) {
+        gtk_window_get_default_size(window, &width, &height);
+        gtk_window_set_default_size(window, std::max(width, wanted), height);
+        return;
+    }
+    gtk_window_get_size(window, &width, &height);
+    gtk_window_resize(window, std::max(width, wanted), height);
+}
+
+void grow(GtkTextView* comment, GtkScrolledWindow* around) {
+    GtkWidget* const window = gtk_widget_get_toplevel(GTK_WIDGET(comment));
+    const GtkRequisition line = lineSize(GTK_WIDGET(comment));
+    int width = line.width + kSidesWidth;
+    setCommentHeight(around, kCommentLines * line.height + gtk_text_view_get_top_margin(comment) +
+                                 gtk_text_view_get_bottom_margin(comment));
+    GdkRectangle screen{};
+    if (getScreenPart(window, &screen)) {
+        width = std::min(width, screen.width);
+        fitIntoScreen(window, around, width, screen);
+    }
+    widen(GTK_WINDOW(window), width);
+}
+
+void onStyleChanged(GtkWidget* comment, gpointer around) {
+    runHandler(__func__, [&] {
+        // Styles change with the focus and the pointer, too.
+        constexpr const char* kKnownFont = "mero-known-font";
+        const TextHandle font(pango_font_description_to_string(
+            pango_context_get_font_description(gtk_widget_get_pango_context(comment))));
+        const auto* const known = static_cast<const char*>(g_object_get_data(G_OBJECT(comment), kKnownFont));
+        if (g_strcmp0(font.get(), known) != 0) {
+            g_object_set_data_full(G_OBJECT(comment), kKnownFont, g_strdup(font.get()), &g_free);
+            grow(GTK_TEXT_VIEW(comment), GTK_SCROLLED_WINDOW(around));
+        }
+    });
+}
+
+} // namespace
+
+void growWithText(GtkScrolledWindow* around, GtkTextView* comment) {
+    onStyleChanged(GTK_WIDGET(comment), around);
+    g_signal_connect(comment, "style-updated", G_CALLBACK(&onStyleChanged), around);
+}
