@@ -92,6 +92,10 @@ void PrivateBus::closeSharedConnection() const {
     }
 }
 
+void PrivateBus::pause() const {
+    EXPECT_EQ(::kill(m_daemon, SIGSTOP), 0);
+}
+
 void PrivateBus::stop() {
     if (m_daemon > 0) {
         ::kill(m_daemon, SIGKILL);

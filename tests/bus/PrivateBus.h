@@ -16,6 +16,8 @@ public:
     PrivateBus& operator=(const PrivateBus&) = delete;
 
     [[nodiscard]] const std::string& address() const { return m_address; }
+    /// Has the daemon answer nothing more.
+    void pause() const;
     /// Ends the daemon at once, with all connections.
     void stop();
 

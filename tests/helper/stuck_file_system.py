@@ -19,6 +19,8 @@ class StuckFileSystem:
         options = "fd=%d,rootmode=40000,user_id=0,group_id=0,allow_other" % self.device
         subprocess.run(["mount", "-i", "-t", "fuse", "-o", options, "stuck", folder], check=True,
                        pass_fds=[self.device])
+        # Set once somebody waits for an answer.
+        self.asked = threading.Event()
         self._greet()
         threading.Thread(target=self._listen, daemon=True).start()
 
@@ -33,12 +35,13 @@ class StuckFileSystem:
         try:
             while True:
                 os.read(self.device, QUESTION_BYTES)
+                self.asked.set()
         except OSError:
             return
 
     def end(self):
         """Everything that was asked fails."""
         # The first ends the questions, though the folder may be in use until those who asked have gone.
-        subprocess.run(["umount", "-f", "-i", self.folder], check=False, stderr=subprocess.DEVNULL)
-        subprocess.run(["umount", "-l", "-i", self.folder], check=True)
+        if subprocess.run(["umount", "-f", "-i", self.folder], check=False, stderr=subprocess.DEVNULL).returncode:
+            subprocess.run(["umount", "-l", "-i", self.folder], check=True)
         os.close(self.device)
