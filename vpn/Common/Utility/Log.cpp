@@ -2,6 +2,7 @@
 
 #include "BoundedString.h"
 #include "CThread.h"
+#include "LimitedFormat.h"
 #include "LoggerChoice.h"
 #include "ManualLock.h"
 #include "MessageTable.h"
@@ -103,9 +104,17 @@ int threadIdForLine() {
 
 void formatBody(Body& body, const char* format, va_list arguments) {
     body[0] = '\0';
-    if (format != nullptr) {
-        static_cast<void>(formatBoundedV(body.data(), kBodySize, format, arguments));
+    if (format == nullptr) {
+        return;
     }
+    va_list again;
+    va_copy(again, arguments);
+    if (formatBoundedV(body.data(), kBodySize, format, arguments) >= static_cast<int>(kBodySize)) {
+        if (const LimitedFormat limited(format, kBodySize - 1); limited.get() != nullptr) {
+            static_cast<void>(formatBoundedV(body.data(), kBodySize, limited.get(), again));
+        }
+    }
+    va_end(again);
 }
 
 } // namespace

@@ -112,6 +112,36 @@ TEST_F(LogTest, BodyOfAReturnCodeIsCutAt2048Characters) {
     EXPECT_THAT(onlyText(), EndsWith("Description: unknown\n" + std::string(2048, 'x')));
 }
 
+TEST_F(LogTest, ReasonBehindALongPathIsNotCutOff) {
+    const auto client = makeClient();
+    const std::string path(4000, 'x');
+    logMessage("f", "a.cpp", 1, 'E', "File: %s, 100%% of %d, error: %s", path.c_str(), 7, "No space left");
+    EXPECT_THAT(onlyText(), HasSubstr("Line: 1\nFile: " + std::string(1000, 'x')));
+    EXPECT_THAT(onlyText(), EndsWith("x, 100% of 7, error: No space left"));
+}
+
+TEST_F(LogTest, ReasonBehindALongPathOfAReturnCodeIsNotCutOff) {
+    const auto client = makeClient();
+    const std::string path(4000, 'x');
+    logReturnCode("f", "a.cpp", 1, 'E', "g", 2, nullptr, "From %s to %s: %s", path.c_str(), path.c_str(),
+                  "No space left");
+    EXPECT_THAT(onlyText(), HasSubstr("x to x"));
+    EXPECT_THAT(onlyText(), EndsWith("x: No space left"));
+}
+
+TEST_F(LogTest, TextsOfALineThatFitsAreNotLimited) {
+    const auto client = makeClient();
+    const std::string path(2040, 'x');
+    logMessage("f", "a.cpp", 1, 'E', "%s: %s", path.c_str(), "reason");
+    EXPECT_THAT(onlyText(), EndsWith("\n" + path + ": reason"));
+}
+
+TEST_F(LogTest, ReasonThatIsTooLongItselfIsCut) {
+    const auto client = makeClient();
+    logMessage("f", "a.cpp", 1, 'E', "%s: %s", "short", std::string(3000, 'y').c_str());
+    EXPECT_THAT(onlyText(), EndsWith("short: " + std::string(2048 - 7, 'y')));
+}
+
 TEST_F(LogTest, BodyOf2048CharactersStaysWhole) {
     const auto client = makeClient();
     logMessage("f", "a.cpp", 1, 'I', "%s", (std::string(2047, 'x') + "y").c_str());
