@@ -88,6 +88,24 @@ TEST_F(PageLooks, HaveALargerMarkOnTheFirstPage) {
     EXPECT_FALSE(visible("imageHeader"));
 }
 
+TEST_F(PageLooks, HaveTheSameMarginAndBeginAtTheTop) {
+    open();
+    GtkWidget* const pages = LookUpWidget("notebookPages", GTK_TYPE_NOTEBOOK);
+    const auto margin = [pages](int number) {
+        return gtk_container_get_border_width(
+            GTK_CONTAINER(gtk_notebook_get_nth_page(GTK_NOTEBOOK(pages), number)));
+    };
+    for (int number = 1; number < gtk_notebook_get_n_pages(GTK_NOTEBOOK(pages)); ++number) {
+        EXPECT_EQ(margin(number), margin(0)) << number;
+    }
+    m_window->changePage(static_cast<uint32_t>(WizardPage::Progress));
+    m_window->updateStatus(nullptr, 0);
+    settle();
+    GtkWidget* const result = LookUpWidget("boxResult");
+    waitUntil([result] { return gtk_widget_get_allocated_height(result) > 1; });
+    EXPECT_LT(gtk_widget_get_allocated_height(result), gtk_widget_get_allocated_height(pages) / 2);
+}
+
 TEST_F(PageLooks, HaveExplanationsThatAreLighterThanTheOptionsAndLegible) {
     walkTo(WizardPage::BundleType);
     for (const Look& look : kLooks) {

@@ -36,11 +36,13 @@ WindowPictures::WindowPictures(std::string folder) : m_folder(std::move(folder))
 
 bool WindowPictures::take(GtkWidget* window, const std::string& name) {
     gdk_display_sync(gtk_widget_get_display(window));
-    GdkRectangle frame{};
-    gdk_window_get_frame_extents(gtk_widget_get_window(window), &frame);
+    GdkWindow* const shown = gtk_widget_get_window(window);
+    int left = 0;
+    int top = 0;
+    gdk_window_get_origin(shown, &left, &top);
     auto pixels =
-        adoptRef(gdk_pixbuf_get_from_window(gdk_screen_get_root_window(gtk_widget_get_screen(window)),
-                                            frame.x, frame.y, frame.width, frame.height));
+        adoptRef(gdk_pixbuf_get_from_window(gdk_screen_get_root_window(gtk_widget_get_screen(window)), left,
+                                            top, gdk_window_get_width(shown), gdk_window_get_height(shown)));
     if (pixels == nullptr || gdk_pixbuf_save(pixels.get(), (m_folder + "/" + name + ".png").c_str(), "png",
                                              nullptr, "compression", "9", nullptr) == FALSE) {
         return false;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// Pictures of windows as they stand on the screen, with what the window manager puts around them, in a
+/// Pictures of windows as they stand on the screen, without what the window manager puts around them, in a
 /// folder of their own, and a sheet with all of them. GTK main thread only.
 class WindowPictures {
 public:
