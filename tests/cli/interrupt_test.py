@@ -5,11 +5,15 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
 import time
 import unittest
 from xml.sax.saxutils import escape
 
 from console import WAIT_SECONDS, JobTest, configuration, group, item, wait_until
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from lease import hold_lease  # noqa: E402  (the folder has to be known first)
 
 # What a run may take to end its tools and to remove its files.
 END_SECONDS = 20
@@ -153,6 +157,15 @@ class Interrupted(InterruptedJobTest):
                 process = self.start_run("--password-file", source, **options)
                 wait_until(lambda: self.is_set_up(process))
                 self.assertEqual(self.expect_death(process, signal.SIGTERM), "")
+
+    def testWhileItWaitsForAFileThatNobodyGivesUp(self):
+        """The collection hears nothing, and is ended by force before the file could be had."""
+        file = self.write("held.log", "held")
+        self.configure(item("a", default="true", path=file))
+        is_wanted = hold_lease(self, file)
+        process = self.start_run()
+        wait_until(is_wanted)
+        self.expect_death(process, signal.SIGTERM)
 
     def testByASecondSignalDiesAtOnce(self):
         self.write_deaf_tool()

@@ -5,10 +5,14 @@ import glob
 import os
 import signal
 import subprocess
+import sys
 import time
 import unittest
 
 from wizard_program import Atspi, JobTest
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from lease import hold_lease  # noqa: E402  (the folder has to be known first)
 
 TITLE = "Varnel Corvane"
 # What somebody who watches takes for at once, on a machine that is busy.
@@ -155,6 +159,20 @@ class EndOfTheProgramDuringAJob(EndDuringAJobTest):
 
     def testByCancelIsSoon(self):
         self.expect_tidy_end(self.cancel)
+
+
+class EndOfTheProgramDuringAJobThatHearsNothing(EndDuringAJobTest):
+    """Somebody holds on to the file that it wants to read."""
+
+    def setUp(self):
+        super().setUp()
+        is_wanted = hold_lease(self, self.sample)
+        self.walk_to_the_encryption_page()
+        self.start_the_job()
+        self.wait_for(is_wanted, "job under way")
+
+    def testByALogoutIsSoon(self):
+        self.expect_tidy_end(self.log_out)
 
 
 class EndOfTheProgramDuringATool(EndDuringAJobTest):

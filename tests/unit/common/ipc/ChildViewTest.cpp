@@ -119,6 +119,19 @@ TEST_F(ChildViewOf, ACommandHasTheFolderThatIsKept) {
     EXPECT_FALSE(exists("hidden/other"));
 }
 
+TEST_F(ChildViewOf, ACommandHasAFolderOfWhichItNamesMoreThanTheKeptOne) {
+    whereHidden([this] {
+        const std::string kept = hidden() + "/kept";
+        keepInView(kept);
+        EXPECT_FALSE(isSeenBy(kept));
+        EXPECT_FALSE(isSeenBy(kept + "/file"));
+        EXPECT_TRUE(isSeenBy(kept + "/file " + hidden() + "/file"));
+        // Names that only begin as the kept one's.
+        EXPECT_TRUE(isSeenBy(kept + "-other/file"));
+        EXPECT_TRUE(isSeenBy(kept + "er"));
+    });
+}
+
 TEST_F(ChildViewOf, ACommandStandsInTheFolderOfChildrenAllTheSame) {
     whereHidden([this] {
         keepInView(hidden() + "/kept");
