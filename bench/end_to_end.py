@@ -187,37 +187,6 @@ def measure_memory(build, total, count):
 
 
 # Prints the nanoseconds from the start of a program to its first visible window.
-WINDOW_START = """
-start=$(date +%s%N)
-"$1" >/dev/null 2>&1 &
-# The tool's own waiting looks twice a second, which is too coarse.
-until xdotool search --all --onlyvisible --pid "$!" --class . >/dev/null 2>&1; do
-    sleep 0.005
-done
-echo "$(($(date +%s%N) - start))"
-kill "$!"
-"""
-
-
-def measure_window(build, rounds):
-    """Time from the start of the wizard to its visible window, each round on a display and a bus of its own."""
-    wizard = os.path.abspath(os.path.join(build, "bin/meroui"))
-    if not os.path.exists(wizard) or not shutil.which("Xvfb") or not shutil.which("xdotool"):
-        print("window start: not measured, as it needs meroui, Xvfb and xdotool")
-        return
-    checkout = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-    launcher = os.path.join(checkout, "tests/support/with-display.sh")
-    times = []
-    with tempfile.TemporaryDirectory(prefix="mero_bench_home_") as home:
-        for _ in range(rounds):
-            done = subprocess.run([launcher, "bash", "-c", WINDOW_START, "bash", wizard], stdin=subprocess.DEVNULL,
-                                  capture_output=True, text=True, timeout=120, env=dict(os.environ, HOME=home))
-            if done.returncode != 0:
-                sys.exit("the wizard did not show a window: " + done.stderr)
-            times.append(int(done.stdout) / 1e9)
-    report("window start", statistics.median(times), "s")
-
-
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build")
@@ -227,12 +196,10 @@ def main():
     arguments = parser.parse_args()
     if arguments.quick:
         measure(arguments.build, 10_000_000, 150, 1)
-        measure_window(arguments.build, 1)
         return
     measure(arguments.build, 200_000_000, 3000, arguments.rounds)
     if arguments.big:
         measure_memory(arguments.build, 2_000_000_000, 3000)
-    measure_window(arguments.build, arguments.rounds)
 
 
 if __name__ == "__main__":

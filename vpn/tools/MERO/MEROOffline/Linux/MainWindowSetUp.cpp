@@ -91,6 +91,18 @@ void addClosingKeys(GtkWindow* window) {
     gtk_window_add_accel_group(window, keys.get());
 }
 
+/// The icon of the window in lists of windows, once nothing else is to be done: all its sizes are looked for
+/// then, which takes a tenth of the time in which the window comes to the screen.
+void setIconLater(GtkWidget* window) {
+    g_idle_add_full(
+        G_PRIORITY_LOW,
+        [](gpointer shown) -> gboolean {
+            gtk_window_set_icon_name(GTK_WINDOW(shown), "com.varnel.corvane.mero");
+            return G_SOURCE_REMOVE;
+        },
+        g_object_ref(window), g_object_unref);
+}
+
 } // namespace
 
 void CMEROGtkMainWindow::setUpWidgets() {
@@ -109,6 +121,7 @@ void CMEROGtkMainWindow::setUpWidgets() {
             growWithText(GTK_SCROLLED_WINDOW(around), GTK_TEXT_VIEW(comment));
         }
     }
+    setIconLater(m_pWindow);
     connectSignals();
 }
 

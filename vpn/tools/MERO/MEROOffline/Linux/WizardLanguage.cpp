@@ -1,7 +1,6 @@
 #include "WizardLanguage.h"
 
 #include "EngineMessages.h"
-#include "GlibHandles.h"
 #include "MEROGtkMainWindow.h"
 #include "MsgCatalog.h"
 #include "StepText.h"
@@ -15,14 +14,23 @@
 
 namespace {
 
+/// Whether a text is written from right to left, by its first letter. Asking Pango would lay it out, for
+/// which a font has to be opened that the window does not use.
+bool isFromRightToLeft(const std::string& text) {
+    for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
+        const gunichar character = g_utf8_get_char(at);
+        if (g_unichar_isalpha(character) != FALSE) {
+            const GUnicodeScript script = g_unichar_get_script(character);
+            return script == G_UNICODE_SCRIPT_ARABIC || script == G_UNICODE_SCRIPT_HEBREW;
+        }
+    }
+    return false;
+}
+
 /// GTK goes by the direction of its own catalogue, which may not be installed although ours is. If the user's
 /// language is written from right to left but has no texts here, the window is as GTK has it.
 void mirrorIfTextsAre() {
-    const std::string text = CMEROGtkMainWindow::translateText(userText(UserText::WizardPurpose));
-    const auto context = adoptRef(gdk_pango_context_get());
-    const auto layout = adoptRef(pango_layout_new(context.get()));
-    pango_layout_set_text(layout.get(), text.c_str(), -1);
-    if (pango_layout_get_direction(layout.get(), 0) == PANGO_DIRECTION_RTL) {
+    if (isFromRightToLeft(CMEROGtkMainWindow::translateText(userText(UserText::WizardPurpose)))) {
         gtk_widget_set_default_direction(GTK_TEXT_DIR_RTL);
     }
 }
