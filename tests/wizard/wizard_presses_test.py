@@ -170,7 +170,7 @@ class Keys(WalkByHand):
         self.expect_change_by("alt+e", lambda: self.is_active("Enable Bundle Encryption"))
         self.expect_change_by("alt+m", lambda: not self.is_active("Mask Password"))
         # From a field too.
-        Atspi.Component.grab_focus(self.find("password text", "Encryption Password"))
+        Atspi.Component.grab_focus(self.find("text", "Encryption Password"))
         self.press_key("alt+c", self.has_ended, "end of the program")
         self.wait_for_exit()
 
