@@ -10,7 +10,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::Ge;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 constexpr int64_t kQuietMs = 5000;
 
@@ -219,6 +218,19 @@ TEST_F(Accessibility, TellsOfProgressAtMostEveryFiveSeconds) {
         EXPECT_THAT(tidings->pausesMs(), Each(Ge(kQuietMs - 1)));
         EXPECT_THAT(tidings->pausesMs(), Not(IsEmpty()));
     }
+}
+
+TEST_F(Accessibility, TellsOfAStepOnceHoweverItsShareGrows) {
+    walkTo(WizardPage::Progress);
+    const Tidings announcements(accessible("labelFileCollected"), "announcement",
+                                G_CALLBACK(&Tidings::onText));
+    const Tidings shares(accessible("progressBar"), "property-change::accessible-value",
+                         G_CALLBACK(&Tidings::onProperty));
+    report(10, "step");
+    settle();
+    report(20, "step");
+    waitUntil([&] { return shares.texts().size() == 2; });
+    EXPECT_THAT(announcements.texts(), ElementsAre("step"));
 }
 
 TEST_F(Accessibility, TellsOfNoProgressBehindTheResult) {

@@ -31,7 +31,10 @@ void SpokenProgress::end() {
 }
 
 void SpokenProgress::speak() {
-    announce(kText, m_text);
+    if (m_text != m_announced) {
+        m_announced = m_text;
+        announce(kText, m_text);
+    }
     m_isUntold = false;
     holdBack();
     m_timer = g_timeout_add(kQuietMs, &onTimeToSpeak, this);

@@ -29,6 +29,8 @@ private:
 
     /// To be told as soon as it is time.
     std::string m_text;
+    /// Not said again while only the share changes, which the bar tells.
+    std::string m_announced;
     bool m_isUntold = false;
     /// Until the next thing may be told; 0 while that is now.
     guint m_timer = 0;
