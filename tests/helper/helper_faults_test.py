@@ -26,14 +26,15 @@ class FailedCall(CallerTest):
         self.configure(file_item("public", "/opt/public.log"), file_item("secret", SECRET_FILE),
                        folder_item("tree", "$HOME/tree/", "*.log"), tool_item("tool", "/bin/echo done"))
 
-    def run_with(self, call, error, number):
-        """A job in which the call fails, and what is wrong with what came of it."""
+    def run_with(self, call, error, number, where):
+        """A job in which the call fails. @return whether it was made."""
         if os.path.exists(BUNDLE):
             os.unlink(BUNDLE)
         self.alice.ping()
         helper = self.helper()
         tracer = self.start_daemon(["strace", "-f", "-qqq", "-o", TRACE, "-e", "trace=" + call, "-e", "signal=none",
-                                    "-e", "inject=%s:error=%s:when=%d" % (call, error, number), "-p", str(helper)])
+                                    "-e", "inject=%s:error=%s:when=%d" % (call, error, number), *where,
+                                    "-p", str(helper)])
         wait_for(lambda: b"TracerPid:\t%d\n" % tracer.pid in read("/proc/%d/status" % helper), "tracer")
         status = self.alice.final() if self.alice.start() else None
         # It has gone by itself where it could not go on.
@@ -61,11 +62,12 @@ class FailedCall(CallerTest):
             if status == SUCCESS:
                 self.assertNotIn("not-packed.txt", names)
 
-    def expect_to_be_told_of(self, call, error, *numbers):
+    def expect_to_be_told_of(self, call, error, *numbers, path=""):
+        """@param path  only calls with this path, or with a descriptor of it, fail and count."""
         reached = 0
         for number in numbers:
             with self.subTest(call=call, error=error, number=number):
-                reached += self.run_with(call, error, number)
+                reached += self.run_with(call, error, number, ("-P", path) if path else ())
         self.assertEqual(reached, len(numbers))
         # What could not be removed goes with the next job.
         self.assertEqual(self.collect(self.alice), SUCCESS)
@@ -82,9 +84,13 @@ class FailedCall(CallerTest):
     def testOfWritingOutIsTold(self):
         self.expect_to_be_told_of("fsync", "EIO", 1)
 
-    def testOfPuttingInPlaceIsTold(self):
+    def testOfPuttingTheArchiveInPlaceIsTold(self):
         self.expect_to_be_told_of("linkat", "EIO", 1)
         self.expect_to_be_told_of("renameat", "EIO", 1)
+
+    def testOfPuttingTheBundleInPlaceIsTold(self):
+        for call in ("openat", "linkat", "renameat"):
+            self.expect_to_be_told_of(call, "EIO", 1, path=os.path.dirname(BUNDLE))
 
     def testOfExaminingIsTold(self):
         self.expect_to_be_told_of("newfstatat", "ENOMEM", 3, 15, 30)
