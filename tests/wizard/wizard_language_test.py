@@ -48,8 +48,14 @@ class TranslatedJobTest(JobTest):
 
     def answer_dialog(self):
         """Presses the one button, whose text is GTK's own as the dialog's name is."""
-        dialog = self.wait_for(lambda: self.first("alert"), "dialog")
+        dialog = self.wait_for(self.dialog, "dialog")
         Atspi.Action.do_action(self.wait_for(lambda: self.first("push button", dialog), "button"), 0)
+
+    def dialog(self):
+        """A window of its own: what a page has to tell is an alert as well."""
+        application = self.application()
+        windows = (application.get_child_at_index(index) for index in range(application.get_child_count()))
+        return next((window for window in windows if window is not None and self.role(window) == "alert"), None)
 
     def first(self, role, node=None):
         return next((widget for widget in self.widgets(node) if self.role(widget) == role), None)

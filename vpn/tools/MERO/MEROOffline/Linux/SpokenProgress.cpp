@@ -52,10 +52,11 @@ void SpokenProgress::holdBack() {
 
 void SpokenProgress::letGo() {
     for (GObjectHandle<AtkObject>& object : m_heldBack) {
-        if (object != nullptr) {
+        // What outlives its widget has nothing more to tell, and could not say what it is asked for then.
+        if (object != nullptr && gtk_accessible_get_widget(GTK_ACCESSIBLE(object.get())) != nullptr) {
             g_object_thaw_notify(G_OBJECT(object.get()));
-            object.reset();
         }
+        object.reset();
     }
 }
 
