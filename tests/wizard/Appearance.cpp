@@ -3,6 +3,8 @@
 #include "GlibHandles.h"
 
 #include <gdk/gdkx.h>
+#include <memory>
+#include <ostream>
 
 namespace {
 
@@ -29,6 +31,10 @@ constexpr Appearance kAppearances[] = {
 };
 
 } // namespace
+
+void PrintTo(const Appearance& appearance, std::ostream* out) {
+    *out << appearance.name;
+}
 
 std::span<const Appearance> appearances() {
     return kAppearances;

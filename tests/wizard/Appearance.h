@@ -3,7 +3,9 @@
 #include "Contrast.h"
 
 #include <gtk/gtk.h>
+#include <iosfwd>
 #include <span>
+#include <string>
 
 /// How a desktop may have the wizard look.
 struct Appearance {
@@ -20,6 +22,9 @@ struct Appearance {
     /// others.
     bool inPicturesOnly = false;
 };
+
+/// Its name, for the message of a test that fails.
+void PrintTo(const Appearance& appearance, std::ostream* out);
 
 /// All those that the pictures are made of.
 [[nodiscard]] std::span<const Appearance> appearances();

@@ -10,7 +10,6 @@
 #include <gdk/gdkx.h>
 #include <gmock/gmock.h>
 #include <optional>
-#include <ostream>
 
 namespace {
 
@@ -36,11 +35,6 @@ MEROStatusInfo report(uint32_t percent, const char* message) {
 }
 
 } // namespace
-
-/// For the message of a test that fails.
-static void PrintTo(const Appearance& appearance, std::ostream* out) {
-    *out << appearance.name;
-}
 
 /// Both roads through the wizard, on a desktop of a certain look. Where pictures are wanted, each page's is
 /// taken.
@@ -133,6 +127,9 @@ private:
         waitUntil([shown] { return gtk_widget_get_mapped(shown) != FALSE; });
         awaitPaint(shown);
         gdk_window_focus(gtk_widget_get_window(shown), GDK_CURRENT_TIME);
+        // It may have been the active one under the pointer, which it first ceases to be.
+        gdk_display_sync(gtk_widget_get_display(shown));
+        settle();
         waitUntil([shown] { return gtk_window_is_active(GTK_WINDOW(shown)) != FALSE; });
         awaitPaint(shown);
     }

@@ -174,6 +174,19 @@ TEST_F(PageLooks, KeepEightLinesOfTheCommentInEveryFont) {
     }
 }
 
+TEST_F(PageLooks, KeepTheSizeOfTheWindowOnTheWholeWalk) {
+    for (const char* font : {"Cantarell 11", "Cantarell 14", "Cantarell 22"}) {
+        m_window.reset();
+        openIn(font);
+        waitUntil([] { return gtk_widget_get_allocated_height(window()) > 1; });
+        const int height = gtk_widget_get_allocated_height(window());
+        goToTarget();
+        GtkRequisition least{};
+        gtk_widget_get_preferred_size(window(), &least, nullptr);
+        EXPECT_LE(least.height, height) << font;
+    }
+}
+
 TEST_F(PageLooks, GrowWithAFontThatIsSetWhileTheWindowIsOpen) {
     openIn("Cantarell 11");
     goToTarget();

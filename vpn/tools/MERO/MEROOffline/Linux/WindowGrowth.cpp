@@ -13,6 +13,9 @@ constexpr int kLeastCommentHeight = 96;
 /// Of the longest lines that the pages' texts are broken into, and what stands beside them.
 constexpr int kLineCharacters = 68;
 constexpr int kSidesWidth = 36;
+/// What a page's header takes of such a line, in its larger font, and the mark beside it.
+constexpr int kHeaderCharacters = 58;
+constexpr int kMarkWidth = 60;
 /// What the desktop draws above and below a window.
 constexpr int kFrameHeight = 48;
 
@@ -50,10 +53,10 @@ void setCommentHeight(GtkScrolledWindow* around, int height) {
 }
 
 /// Takes from the comment's lines what the window would have beyond the screen.
-void fitIntoScreen(GtkWidget* window, GtkScrolledWindow* around, int width, const GdkRectangle& screen) {
-    int least = 0;
-    gtk_widget_get_preferred_height_for_width(window, width, &least, nullptr);
-    const int excess = least + kFrameHeight - screen.height;
+void fitIntoScreen(GtkWidget* window, GtkScrolledWindow* around, const GdkRectangle& screen) {
+    GtkRequisition least{};
+    gtk_widget_get_preferred_size(window, &least, nullptr);
+    const int excess = least.height + kFrameHeight - screen.height;
     if (excess > 0) {
         setCommentHeight(around, gtk_scrolled_window_get_min_content_height(around) - excess);
     }
@@ -75,14 +78,22 @@ void grow(GtkTextView* comment, GtkScrolledWindow* around) {
     GtkWidget* const window = gtk_widget_get_toplevel(GTK_WIDGET(comment));
     const GtkRequisition line = lineSize(GTK_WIDGET(comment));
     int width = line.width + kSidesWidth;
+    // The least height is that at the least width: were a header broken there, the window would grow on its
+    // page.
+    int leastWidth = line.width * kHeaderCharacters / kLineCharacters + kMarkWidth + kSidesWidth;
     setCommentHeight(around, kCommentLines * line.height + gtk_text_view_get_top_margin(comment) +
                                  gtk_text_view_get_bottom_margin(comment));
     GdkRectangle screen{};
-    if (getScreenPart(window, &screen)) {
+    const bool isScreenKnown = getScreenPart(window, &screen);
+    if (isScreenKnown) {
         width = std::min(width, screen.width);
-        fitIntoScreen(window, around, width, screen);
+        leastWidth = std::min(leastWidth, screen.width);
     }
+    gtk_widget_set_size_request(window, leastWidth, -1);
     widen(GTK_WINDOW(window), width);
+    if (isScreenKnown) {
+        fitIntoScreen(window, around, screen);
+    }
 }
 
 void onStyleChanged(GtkWidget* comment, gpointer around) {
