@@ -316,7 +316,7 @@ TEST_F(FileFindAll, TellsWhichEntriesCouldNotBeExamined) {
     fs::create_symlink("closed/inner", path("link.txt"));
     writeFile("closed/inner/c.log", "");
     // The names of the one folder can be read and nothing more; a link leads through the other.
-    ASSERT_EQ(::chmod("names", 0744), 0);
+    ASSERT_EQ(::chmod("names", 0444), 0);
     ASSERT_EQ(::chmod("closed", 0000), 0);
     openToAll();
     EXPECT_TRUE(holdsUnprivileged([&] {
