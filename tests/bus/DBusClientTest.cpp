@@ -7,6 +7,7 @@
 #include "Sandbox.h"
 #include "StandInHelper.h"
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>
@@ -278,8 +279,14 @@ TEST_F(BusClient, HasTheBusStartTheHelper) {
 
 TEST_F(BusClient, GivesUpAHelperThatNeverAnswers) {
     startHelper(Answer::None);
-    EXPECT_FALSE(connectClient().RequestHelperStartMERO("", "", "b", ""));
+    CDBusClient& client = connectClient();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(client.RequestHelperStartMERO("", "", "b", ""));
+    const auto taken = std::chrono::steady_clock::now() - start;
     expectOnlyLine('E', "RequestHelperStartMERO", "Failed to invoke remote function. Timeout was reached");
+    // Longer than the helper waits for whoever has to agree, and not much longer.
+    EXPECT_GT(taken, std::chrono::seconds(21));
+    EXPECT_LT(taken, std::chrono::seconds(75));
 }
 
 TEST_F(BusClient, LogsThatTheHelperDiesBeforeItsAnswer) {
