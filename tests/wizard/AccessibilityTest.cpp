@@ -96,7 +96,7 @@ protected:
             m_window->changePage(number);
             const auto tab = adoptRef(
                 atk_object_ref_accessible_child(accessible("notebookPages"), static_cast<int>(number)));
-            EXPECT_EQ(atk_object_get_name(tab.get()), label("labelHeaderTitle"));
+            EXPECT_STREQ(atk_object_get_name(tab.get()), label("labelHeaderTitle").c_str());
         }
     }
     /// The name of what has the window's focus.
