@@ -65,8 +65,8 @@ class TranslatedJobTest(JobTest):
         self.find(role, text)
 
 
-class WalkInALanguage(TranslatedJobTest):
-    """In each language that there is, with its own catalogue."""
+class CatalogueTest(TranslatedJobTest):
+    """With the catalogue of a language."""
 
     def setUp(self):
         super().setUp()
@@ -76,9 +76,16 @@ class WalkInALanguage(TranslatedJobTest):
     def translated(self, text):
         return self.catalogue.gettext(text) if text else text
 
-    def walk(self, locale, code):
+    def use(self, code):
         with open(os.path.join(CATALOGUES, code, "LC_MESSAGES", "Trellink.mo"), "rb") as file:
             self.catalogue = gettext.GNUTranslations(file)
+
+
+class WalkInALanguage(CatalogueTest):
+    """In each language that there is."""
+
+    def walk(self, locale, code):
+        self.use(code)
         super().walk(locale)
 
     def testIsGerman(self):
@@ -104,6 +111,27 @@ class WalkInALanguage(TranslatedJobTest):
 
     def testIsArabic(self):
         self.walk("ar_EG", "ar")
+
+
+class Mnemonics(CatalogueTest):
+    """Letters that are the language's own, and such as no text of it has, on a real keyboard."""
+
+    def expect_next_by(self, key, locale, code):
+        self.use(code)
+        self.environment.update(LC_ALL=locale + ".UTF-8", LANGUAGE="", LOCPATH=LOCALES)
+        self.start()
+        self.look("label", "Meroscope (MERO)")
+        self.focus_window()
+        self.press_key(key, lambda: self.is_shown("label", "Bundle Creation Option"), "next page")
+        self.press("Cancel")
+        self.wait_for_exit()
+
+    def testOfArabicAreArabicLetters(self):
+        subprocess.run(["setxkbmap", "us,ara"], check=True)
+        self.expect_next_by("alt+Arabic_teh", "ar_EG", "ar")
+
+    def testOfJapaneseAreLatinLetters(self):
+        self.expect_next_by("alt+n", "ja_JP", "ja")
 
 
 class WalkWithForeignBytes(TranslatedJobTest):
