@@ -13,13 +13,12 @@
 /// that takes memory. Descriptors are closed by that end.
 class CallerWork {
 public:
-    virtual void run() const noexcept = 0;
-
-protected:
     CallerWork() = default;
-    ~CallerWork() = default;
-    CallerWork(const CallerWork&) = default;
-    CallerWork& operator=(const CallerWork&) = default;
+    virtual ~CallerWork() = default;
+    CallerWork(const CallerWork&) = delete;
+    CallerWork& operator=(const CallerWork&) = delete;
+
+    virtual void run() const noexcept = 0;
 };
 
 /// A process that has become a user for good, to look at that user's files: what it can't reach isn't

@@ -66,7 +66,7 @@ ProgressRecord refusedTarget() {
 
 ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome, const SpaceLimits& limits) {
     endDescendants(kEndLimit);
-    const ProgressRecord result = isBundleMade(outcome.status) ? publish(job, outcome, limits) : outcome;
+    ProgressRecord result = isBundleMade(outcome.status) ? publish(job, outcome, limits) : outcome;
     // Each of them logs what it has to leave.
     removeWorkingFolders();
     job.folder.remove();
