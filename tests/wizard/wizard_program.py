@@ -232,8 +232,13 @@ class WizardTest(unittest.TestCase):
     def result(self):
         """The text of the result page, when it is there."""
         self.find("label", "Bundle Creation Result")
-        texts = [widget.get_name() for widget in self.widgets() if self.role(widget) == "label"]
-        return [text for text in texts if text.startswith(("The bundle", "An "))][-1]
+
+        def search():
+            texts = [widget.get_name() for widget in self.widgets() if self.role(widget) == "label"]
+            return next((text for text in texts if text.startswith(("The bundle", "An "))), None)
+
+        # The page is laid out with the next frame.
+        return self.wait_for(search, "text of the result")
 
 
 class JobTest(WizardTest):

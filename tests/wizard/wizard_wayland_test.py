@@ -24,7 +24,7 @@ class WaylandWalk(JobTest):
         # The long name of the back end is what all its versions know.
         with open(self.path("compositor"), "w", encoding="utf-8") as log:
             self.compositor = subprocess.Popen(
-                ["weston", "--backend=headless-backend.so", "--shell=kiosk-shell.so", "--no-config", "--idle-time=0",
+                ["weston", "--backend=headless-backend.so", "--no-config", "--idle-time=0",
                  "--socket=" + SOCKET], stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
         self.addCleanup(self.compositor.wait)
         self.addCleanup(self.compositor.terminate)
