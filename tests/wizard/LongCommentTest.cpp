@@ -30,6 +30,7 @@ protected:
         };
         GtkWidget* const view = LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW);
         const gulong handler = g_signal_connect_swapped(view, "draw", G_CALLBACK(onDraw), &isDrawn);
+        gtk_widget_queue_draw(view); // it may have been drawn already
         waitUntil([&] { return isDrawn; });
         g_signal_handler_disconnect(view, handler);
     }
