@@ -204,7 +204,7 @@ TEST_F(PageLooks, GrowWithAFontThatIsSetWhileTheWindowIsOpen) {
 }
 
 TEST_F(PageLooks, KeepTheWindowOnTheScreenInTheLargestFont) {
-    openIn("Cantarell 44");
+    openIn("Cantarell 50");
     goToTarget();
     GdkRectangle screen{};
     gdk_monitor_get_workarea(gdk_display_get_monitor(gdk_display_get_default(), 0), &screen);

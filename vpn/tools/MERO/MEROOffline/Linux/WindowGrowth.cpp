@@ -110,9 +110,28 @@ void onStyleChanged(GtkWidget* comment, gpointer around) {
     });
 }
 
+gboolean fitShownPage(gpointer comment) {
+    runHandler(__func__, [&] {
+        GtkWidget* const window = gtk_widget_get_toplevel(GTK_WIDGET(comment));
+        GtkWidget* const around = gtk_widget_get_parent(GTK_WIDGET(comment));
+        GdkRectangle screen{};
+        if (GTK_IS_WINDOW(window) && GTK_IS_SCROLLED_WINDOW(around) && getScreenPart(window, &screen)) {
+            fitIntoScreen(window, GTK_SCROLLED_WINDOW(around), screen);
+        }
+    });
+    return G_SOURCE_REMOVE;
+}
+
+/// What its page takes besides the comment is known once that is shown under its header; the window gets its
+/// size behind that.
+void onMapped(GtkWidget* comment, gpointer /*data*/) {
+    g_idle_add_full(G_PRIORITY_HIGH_IDLE, &fitShownPage, g_object_ref(comment), &g_object_unref);
+}
+
 } // namespace
 
 void growWithText(GtkScrolledWindow* around, GtkTextView* comment) {
     onStyleChanged(GTK_WIDGET(comment), around);
     g_signal_connect(comment, "style-updated", G_CALLBACK(&onStyleChanged), around);
+    g_signal_connect(comment, "map", G_CALLBACK(&onMapped), nullptr);
 }
