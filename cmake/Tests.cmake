@@ -38,7 +38,8 @@ endfunction()
 # mero_add_python_tests(<script> [PREFIX prefix] [LAUNCHER program [argument ...]] [TIMEOUT seconds]
 #                       [ENVIRONMENT NAME=value ...])
 # Each test method of a unittest script gets a process of its own. A class runs whole jobs if the name of its base ends in
-# JobTest. Without an environment the script drives the console front; its folder of sources is always named.
+# JobTest, or if its base does; as these run one at a time, they begin before the others. Without an environment the script
+# drives the console front; its folder of sources is always named.
 function(mero_add_python_tests script)
     cmake_parse_arguments(ARG "" "PREFIX;TIMEOUT" "ENVIRONMENT;LAUNCHER" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -49,10 +50,14 @@ function(mero_add_python_tests script)
     endif()
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
     file(STRINGS ${script} lines REGEX "^class |^    def test")
+    set(jobClasses)
     foreach(line IN LISTS lines)
         if(line MATCHES "^class ([A-Za-z]+)\\(([A-Za-z.]+)\\):")
             set(class "${CMAKE_MATCH_1}")
             set(base "${CMAKE_MATCH_2}")
+            if(base MATCHES "JobTest$" OR base IN_LIST jobClasses)
+                list(APPEND jobClasses "${class}")
+            endif()
         elseif(line MATCHES "^class [A-Za-z]+:")
             set(class)
         elseif(class AND line MATCHES "def test([A-Za-z0-9]+)\\(self\\):")
@@ -65,8 +70,8 @@ function(mero_add_python_tests script)
                 PASS_REGULAR_EXPRESSION "Ran [1-9][0-9]* tests? in [0-9.]+s\n\nOK\n.*${mero_ended_well}"
                 SKIP_REGULAR_EXPRESSION "OK .skipped=[1-9][0-9]*.\n.*${mero_ended_well}"
                 ENVIRONMENT "${ARG_ENVIRONMENT};MERO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
-            if(base MATCHES "JobTest$")
-                set_tests_properties("${name}" PROPERTIES RESOURCE_LOCK working_folder)
+            if(class IN_LIST jobClasses)
+                set_tests_properties("${name}" PROPERTIES RESOURCE_LOCK working_folder COST 100)
             endif()
         else()
             message(FATAL_ERROR "${script}: no test is made of this line: ${line}")

@@ -242,7 +242,7 @@ class WizardTest(unittest.TestCase):
 
 
 class JobTest(WizardTest):
-    """A configuration beside the program. Classes directly derived from this one run one at a time."""
+    """A configuration beside the program. Classes derived from this one run one at a time."""
 
     CONTENT = "what the client had to say\n" * 200
 
