@@ -48,8 +48,11 @@ class ClientMessage(ctypes.Structure):
 class EndTest(JobTest):
     def windows(self):
         """The windows of the program that can be seen."""
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", TITLE], stdout=subprocess.PIPE,
-                               check=False, text=True)
+        search = ["xdotool", "search", "--onlyvisible", "--name", TITLE]
+        found = subprocess.run(search, capture_output=True, check=False, text=True)
+        # A window that goes while it is looked at, such as a dialog's, ends the search.
+        while "BadWindow" in found.stderr:
+            found = subprocess.run(search, capture_output=True, check=False, text=True)
         return [int(window) for window in found.stdout.split()]
 
     def close_window(self):
