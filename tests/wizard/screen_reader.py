@@ -23,23 +23,26 @@ def children(widget):
 
 
 class ScreenReader:
-    """Begins with a window and what has the focus in it, and hears that process from now on. What is said of it is in `said`, a line each, but for what comes whenever it is
-    time for it, which is in `announced`.
+    """Begins with a window and what has the focus in it, and hears that process from now on. What is said of it is in
+    `said`, a line each, but for what comes whenever it is time for it, which is in `announced`.
 
     As screen readers do, it says a focus once, with the page that it has come into, and passes over changes of what has
     no focus. The texts of a page, a window or an alert come with these.
     """
 
     def __init__(self, window, focus):
-        self.pid = window.get_process_id()
+        self.pid = None
         self.said = []
         self.announced = []
         self.page = self.focus = self.row = self.told = None
+        self.window = window
         self.listener = Atspi.EventListener.new(self.on_event)
         for event in EVENTS:
             self.listener.register(event)
         self.say("window", window, WizardTest.role(window), "")
         self.take_focus(focus)
+        # What comes while this is looked at is about how it came to be so.
+        self.pid = window.get_process_id()
 
     def stop(self):
         for event in EVENTS:
@@ -62,8 +65,7 @@ class ScreenReader:
     def take(self, kind, source, event):
         role = WizardTest.role(source)
         if kind == "window:activate":
-            self.focus = None
-            self.say("window", source, role, self.words(source) if role == ALERT else "")
+            self.take_window(source, role)
         elif kind == "object:announcement":
             self.announced.append(event.any_data)
         elif kind == "object:active-descendant-changed":
@@ -82,6 +84,11 @@ class ScreenReader:
             self.take_page(source)
         elif role != CELL:
             self.take_focus(source)
+
+    def take_window(self, window, role):
+        if window != self.window:
+            self.window, self.focus = window, None
+            self.say("window", window, role, self.words(window) if role == ALERT else "")
 
     def take_page(self, page):
         if page != self.page:

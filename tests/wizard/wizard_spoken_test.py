@@ -13,15 +13,12 @@ later:  what is announced at some time from then on, at most every five seconds
 
 import os
 import re
-import time
 import unittest
 
 from screen_reader import ScreenReader
 from wizard_program import Atspi, JobTest
 
 SCRIPTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "spoken")
-# How long the window takes to come to rest.
-QUIET_SECONDS = 1
 # Its texts change while they are looked at.
 PAGE_IN_MOTION = "Bundle Creation Progress"
 TOOL = """#!/bin/sh
@@ -81,8 +78,6 @@ class SpokenWalk(JobTest):
             self.start()
             self.find("label", "Meroscope (MERO)")
             self.focus_window()
-            # That it has come to the front is not told again in front of the first press.
-            time.sleep(QUIET_SECONDS)
             window = self.wait_for(lambda: next(self.widgets(), None), "window")
             self.reader = ScreenReader(window, self.find("push button", "Next", Atspi.StateType.FOCUSED))
             self.addCleanup(self.reader.stop)
