@@ -186,7 +186,6 @@ def measure_memory(build, total, count):
         bench.close()
 
 
-# Prints the nanoseconds from the start of a program to its first visible window.
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build")

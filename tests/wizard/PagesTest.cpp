@@ -23,6 +23,13 @@ TEST_F(Pages, StartOnTheWelcomePageWithoutBack) {
     EXPECT_EQ(m_log->count('*', ""), 0) << m_log->dump();
 }
 
+TEST_F(Pages, StandInAWindowThatGetsItsIconBehindItsFirstPicture) {
+    open();
+    auto* const window = GTK_WINDOW(LookUpWidget("windowMain", GTK_TYPE_WINDOW));
+    waitUntil([window] { return gtk_window_get_icon_name(window) != nullptr; });
+    EXPECT_STREQ(gtk_window_get_icon_name(window), "com.varnel.corvane.mero");
+}
+
 TEST_F(Pages, ShowTheirFixedTexts) {
     open();
     const std::pair<const char*, const char*> texts[] = {
