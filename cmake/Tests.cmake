@@ -6,12 +6,34 @@ add_custom_target(threaded_tests)
 # something after the tests.
 set(mero_ended_well "ended with status 0\n$")
 
-# mero_add_tests(<target> SOURCES a.cpp ... LIBRARIES lib ... [LABELS threaded ...] [RESOURCE_LOCK working_folder]
-#                [LAUNCHER program [argument ...]])
-# One test program per module; ctest runs each test in a process of its own, in any order and in parallel.
-# Tests that run a whole job share one working folder of a fixed name and take the lock of that name.
+# Tests that run a whole job share one working folder of a fixed name in /tmp. They get a /tmp of their own where whoever
+# builds may mount one, and run one at a time elsewhere.
+set(mero_own_tmp "${CMAKE_CURRENT_LIST_DIR}/../tests/support/with-own-tmp.sh")
+execute_process(COMMAND unshare --mount --propagation private mount -t tmpfs tmpfs /tmp
+    RESULT_VARIABLE mero_own_tmp_status OUTPUT_QUIET ERROR_QUIET)
+if(mero_own_tmp_status EQUAL 0)
+    set(mero_job_properties)
+else()
+    set(mero_job_properties RESOURCE_LOCK working_folder)
+endif()
+
+# mero_precompile_tests(<target>)
+# Gives a library that tests share the precompiled header of the test programs, which the compiler takes only for the same
+# code model.
+function(mero_precompile_tests target)
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_compile_options(${target} PRIVATE -fPIE)
+    target_precompile_headers(${target} REUSE_FROM test_pch)
+endfunction()
+
+# mero_add_tests(<target> SOURCES a.cpp ... LIBRARIES lib ... [LABELS threaded ...] [JOBS] [LAUNCHER program [argument ...]])
+# One test program per module; ctest runs each test in a process of its own, in any order and in parallel. JOBS says that
+# its tests run whole jobs.
 function(mero_add_tests target)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;LABELS;RESOURCE_LOCK;LAUNCHER" ${ARGN})
+    cmake_parse_arguments(ARG "JOBS" "" "SOURCES;LIBRARIES;LABELS;LAUNCHER" ${ARGN})
+    if(ARG_JOBS)
+        list(PREPEND ARG_LAUNCHER "${mero_own_tmp}")
+    endif()
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE mero_test_options test_support ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
     target_precompile_headers(${target} REUSE_FROM test_pch)
@@ -26,8 +48,8 @@ function(mero_add_tests target)
     if(ARG_LABELS)
         list(APPEND properties LABELS "${ARG_LABELS}")
     endif()
-    if(ARG_RESOURCE_LOCK)
-        list(APPEND properties RESOURCE_LOCK "${ARG_RESOURCE_LOCK}")
+    if(ARG_JOBS)
+        list(APPEND properties ${mero_job_properties})
     endif()
     gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
     if("threaded" IN_LIST ARG_LABELS)
@@ -38,8 +60,8 @@ endfunction()
 # mero_add_python_tests(<script> [PREFIX prefix] [LAUNCHER program [argument ...]] [TIMEOUT seconds]
 #                       [ENVIRONMENT NAME=value ...])
 # Each test method of a unittest script gets a process of its own. A class runs whole jobs if the name of its base ends in
-# JobTest, or if its base does; as these run one at a time, they begin before the others. Without an environment the script
-# drives the console front; its folder of sources is always named.
+# JobTest, or if its base does; as these may run one at a time, they begin before the others. Without an environment the
+# script drives the console front; its folder of sources is always named.
 function(mero_add_python_tests script)
     cmake_parse_arguments(ARG "" "PREFIX;TIMEOUT" "ENVIRONMENT;LAUNCHER" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -62,8 +84,12 @@ function(mero_add_python_tests script)
             set(class)
         elseif(class AND line MATCHES "def test([A-Za-z0-9]+)\\(self\\):")
             set(name "${ARG_PREFIX}${class}.${CMAKE_MATCH_1}")
+            set(launcher ${ARG_LAUNCHER})
+            if(class IN_LIST jobClasses)
+                list(PREPEND launcher "${mero_own_tmp}")
+            endif()
             add_test(NAME "${name}"
-                COMMAND "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh" ${ARG_LAUNCHER}
+                COMMAND "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh" ${launcher}
                     "${MERO_SYSTEM_PYTHON}" -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${class}.test${CMAKE_MATCH_1}")
             set_tests_properties("${name}" PROPERTIES
                 TIMEOUT "${ARG_TIMEOUT}"
@@ -71,7 +97,7 @@ function(mero_add_python_tests script)
                 SKIP_REGULAR_EXPRESSION "OK .skipped=[1-9][0-9]*.\n.*${mero_ended_well}"
                 ENVIRONMENT "${ARG_ENVIRONMENT};MERO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
             if(class IN_LIST jobClasses)
-                set_tests_properties("${name}" PROPERTIES RESOURCE_LOCK working_folder COST 100)
+                set_tests_properties("${name}" PROPERTIES ${mero_job_properties} COST 100)
             endif()
         else()
             message(FATAL_ERROR "${script}: no test is made of this line: ${line}")

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs the tests that were skipped in a run as root, as a user who owns nothing:
 #   skipped-as-user.sh BUILD_FOLDER RESULTS
+# One at a time: jobs of one /tmp share a working folder, and root's build counts on one /tmp for each.
 # RESULTS is what ctest has written as --output-junit. The exit status is that of ctest, or 0 where no test was skipped.
 set -euo pipefail
 build=$(realpath "$1")
@@ -29,4 +30,4 @@ if ! "${asUser[@]}" test -r "$build/CTestTestfile.cmake"; then
     exit 0
 fi
 "${asUser[@]}" env HOME="$folder/home" USER=nobody LOGNAME=nobody \
-    ctest --test-dir "$folder" --output-on-failure --no-tests=error -j2 -R "^($names)\$"
+    ctest --test-dir "$folder" --output-on-failure --no-tests=error -R "^($names)\$"

@@ -36,20 +36,6 @@ std::vector<Node> readNodes(std::string_view& rest) {
     return nodes;
 }
 
-std::vector<Node> nodesOf(const std::list<RootItem>& records) {
-    std::vector<Node> roots;
-    for (const RootItem& root : records) {
-        Node& rootNode = roots.emplace_back(Node{root.m_name, root.m_selected != 0, {}});
-        for (const ModuleItem& module : root.m_modules) {
-            Node& moduleNode = rootNode.below.emplace_back(Node{module.m_name, module.m_selected != 0, {}});
-            for (const FileItem& file : module.m_files) {
-                moduleNode.below.push_back({file.m_label, file.m_selected != 0, {}});
-            }
-        }
-    }
-    return roots;
-}
-
 } // namespace
 
 std::list<RootItem> recordsOf(std::string_view picture) {
@@ -73,8 +59,27 @@ std::list<RootItem> recordsOf(std::string_view picture) {
     return records;
 }
 
+std::vector<ReferenceRow> rowsOf(const std::list<RootItem>& records) {
+    std::vector<ReferenceRow> roots;
+    for (const RootItem& root : records) {
+        ReferenceRow& rootRow = roots.emplace_back(ReferenceRow{root.m_name, root.m_selected != 0, {}});
+        for (const ModuleItem& module : root.m_modules) {
+            ReferenceRow& moduleRow =
+                rootRow.below.emplace_back(ReferenceRow{module.m_name, module.m_selected != 0, {}});
+            for (const FileItem& file : module.m_files) {
+                moduleRow.below.push_back({file.m_label, file.m_selected != 0, {}});
+            }
+        }
+    }
+    return roots;
+}
+
+void PrintTo(const ReferenceRow& row, std::ostream* out) {
+    *out << pictureOf(std::vector<ReferenceRow>{row});
+}
+
 std::string pictureOf(const std::list<RootItem>& records) {
-    return pictureOf(nodesOf(records));
+    return pictureOf(rowsOf(records));
 }
 
 std::string pictureOf(const std::vector<ReferenceRow>& rows) {

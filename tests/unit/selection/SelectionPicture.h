@@ -3,6 +3,7 @@
 #include "ReferenceSelection.h"
 
 #include <list>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,3 +17,7 @@
 [[nodiscard]] std::string pictureOf(const std::list<RootItem>& records);
 /// Rows with their texts and checks.
 [[nodiscard]] std::string pictureOf(const std::vector<ReferenceRow>& rows);
+/// Records as rows that show their raw names and what is stored in them.
+[[nodiscard]] std::vector<ReferenceRow> rowsOf(const std::list<RootItem>& records);
+/// How GoogleTest shows a row.
+void PrintTo(const ReferenceRow& row, std::ostream* out);

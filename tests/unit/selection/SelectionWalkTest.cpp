@@ -58,8 +58,9 @@ std::vector<bool> bits(unsigned number, std::size_t count) {
 /// after the last place is to store.
 void compareStep(ValueSelection& subject, ReferenceSelection& reference,
                  const std::vector<std::vector<int>>& places, std::size_t step) {
-    const std::string before = subject.shown() + ", stored " + subject.stored();
-    reference.takeStateOf(subject.rows(), subject.records());
+    const std::vector<ReferenceRow> shownBefore = subject.rows();
+    const std::list<RootItem> storedBefore = subject.records();
+    reference.takeStateOf(shownBefore, storedBefore);
     if (step == places.size()) {
         subject.store();
         reference.SaveTreeViewToList();
@@ -67,8 +68,10 @@ void compareStep(ValueSelection& subject, ReferenceSelection& reference,
         subject.click(places[step]);
         reference.onCheckToggled(places[step], rowAt(reference.rows(), places[step]).checked);
     }
-    ASSERT_EQ(subject.shown(), pictureOf(reference.rows())) << before << ", step " << step;
-    ASSERT_EQ(subject.stored(), pictureOf(reference.records())) << before << ", step " << step;
+    ASSERT_EQ(subject.rows(), reference.rows())
+        << pictureOf(shownBefore) << ", stored " << pictureOf(storedBefore) << ", step " << step;
+    ASSERT_EQ(rowsOf(subject.records()), rowsOf(reference.records()))
+        << pictureOf(shownBefore) << ", stored " << pictureOf(storedBefore) << ", step " << step;
 }
 
 class EveryState : public testing::TestWithParam<const char*> {};

@@ -84,7 +84,7 @@ gboolean onClosingKey(GtkAccelGroup* /*keys*/, GObject* window, guint /*key*/, G
 /// Ctrl+Q and Ctrl+W, also where the keyboard writes another alphabet.
 void addClosingKeys(GtkWindow* window) {
     const auto keys = adoptRef(gtk_accel_group_new());
-    for (const guint key : {GDK_KEY_q, GDK_KEY_w}) {
+    for (const unsigned key : {0U + GDK_KEY_q, 0U + GDK_KEY_w}) {
         gtk_accel_group_connect(keys.get(), key, GDK_CONTROL_MASK, static_cast<GtkAccelFlags>(0),
                                 g_cclosure_new(G_CALLBACK(&onClosingKey), nullptr, nullptr));
     }
