@@ -79,8 +79,10 @@ class Trace:
         for path in glob.glob(prefix + ".*"):
             found = map(CALL.match, read(path).decode(errors="replace").splitlines())
             self.calls[int(path.rsplit(".", 1)[1])] = [call for call in found if call]
+        # One that a signal has interrupted gives no process and is made again.
         self.parents = {int(call["result"]): process for process, calls in self.calls.items() for call in calls
-                        if call["name"] in FORKS and "CLONE_THREAD" not in call["arguments"] and int(call["result"]) > 0}
+                        if call["name"] in FORKS and "CLONE_THREAD" not in call["arguments"]
+                        and call["result"] != "?" and int(call["result"]) > 0}
 
     def tools(self):
         """The programs that ran as tools, by process: those that have another program than the helper's."""

@@ -1,6 +1,6 @@
 #include "ClearCommand.h"
 
-#include "ClearableItems.h"
+#include "ClearPreview.h"
 #include "ConfigurationNotes.h"
 #include "ConsoleMessages.h"
 #include "FilesToClear.h"
@@ -8,6 +8,7 @@
 #include "Paths.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
+#include "TrText.h"
 #include "Utf8Text.h"
 
 #include <algorithm>
@@ -51,11 +52,16 @@ void addStep(const ClearStep& step, Plan& plan) {
     plan.text += "    delete " + onOneLine(step.files) + " (" + counted(matches, "file") + ")\n";
 }
 
-Plan planFor(const ClearableItems& items) {
+/// What an item is called: its description, its label if it has none.
+std::string nameOf(const ClearableItem& item) {
+    const std::string description = extractTrText(item.description);
+    return onOneLine(description.empty() ? extractTrText(item.label) : description);
+}
+
+Plan planFor(const ClearPreview& preview) {
     Plan plan;
-    for (const ClearableItem& item : items.items()) {
-        plan.text +=
-            "  " + (item.id.empty() ? "(no id)" : onOneLine(item.id)) + ": " + onOneLine(item.text) + "\n";
+    for (const ClearableItem& item : preview.items) {
+        plan.text += "  " + (item.id.empty() ? "(no id)" : onOneLine(item.id)) + ": " + nameOf(item) + "\n";
         for (const ClearStep& step : item.steps) {
             addStep(step, plan);
         }
@@ -113,14 +119,13 @@ int runClear(const ClearOptions& options, const Plan& plan) {
 } // namespace
 
 int clearLogs(const ClearOptions& options) {
-    ClearableItems items;
-    items.scan(options.installDirectory);
-    printFailedFiles(items.failedFiles());
-    if (!items.hasConfiguration()) {
+    const ClearPreview preview = previewClearRun(options.installDirectory);
+    printFailedFiles(preview.failedFiles);
+    if (!preview.hasConfiguration) {
         printError("nothing was deleted: " + nothingOffered(options.installDirectory));
         return kExitFailed;
     }
-    const Plan plan = planFor(items);
+    const Plan plan = planFor(preview);
     if (plan.text.empty()) {
         tell("Nothing to clear: no item of the configuration names a log that may be deleted.\n");
         return kExitDone;

@@ -9,7 +9,6 @@
 #include "MEROCollectLogsAction.h"
 #include "Names.h"
 #include "Paths.h"
-#include "PlatformSection.h"
 #include "Progress.h"
 #include "ReturnCodes.h"
 #include "StepText.h"
@@ -41,24 +40,6 @@ std::string idOf(const MEROComponent& component) {
 std::string childText(const MEROComponent& component, const char* name) {
     const MEROComponent* child = component.FindChild(name);
     return child == nullptr ? std::string() : child->getValue();
-}
-
-/// Components without an id are neither less nor greater than any other. Among ids they make the order
-/// depend on how a list is merged, so only the list's own sort may be used with this.
-bool hasLowerId(const MEROComponent* left, const MEROComponent* right) {
-    const MEROAttribute* leftId = left->FindAttribute("id");
-    const MEROAttribute* rightId = right->FindAttribute("id");
-    return leftId != nullptr && rightId != nullptr && leftId->getValue() < rightId->getValue();
-}
-
-std::list<MEROComponent*> childrenNamed(const MEROComponent& parent, const char* name) {
-    std::list<MEROComponent*> found;
-    for (MEROComponent* child : parent.getChildren()) {
-        if (child->getName() == name) {
-            found.push_back(child);
-        }
-    }
-    return found;
 }
 
 } // namespace
@@ -112,21 +93,20 @@ uint32_t collector::Collect(std::string& bundleFolder, MEROXmlObject* config) {
 void collector::runRequestLoop(const MEROComponent& group, const std::string& bundleFolder,
                                MEROActionInfo& info) {
     std::list<MEROComponent*> wanted = getFileComponents(*m_pXMLRequest);
-    std::list<MEROComponent*> files = getFileGroupFileComponents(group);
+    const std::vector<WalkedItem> items = m_walk.itemsOf(group);
     const std::string groupFolder = getDirectory(group, bundleFolder);
-    wanted.sort(hasLowerId);
-    files.sort(hasLowerId);
+    ItemWalk::sortById(wanted);
 
     MEROComponent* commentsFile = nullptr;
-    auto file = files.begin();
+    auto item = items.begin();
     for (MEROComponent* entry : wanted) {
         if (takeReservedEntry(entry, bundleFolder, commentsFile)) {
             continue;
         }
         const std::string id = idOf(*entry);
-        file = std::find_if(file, files.end(), [&id](const MEROComponent* f) { return id <= idOf(*f); });
-        if (file != files.end() && id == idOf(**file)) {
-            runRequestedItem(entry, **file, groupFolder, info);
+        item = std::find_if(item, items.end(), [&id](const WalkedItem& i) { return id <= i.id; });
+        if (item != items.end() && id == item->id) {
+            runRequestedItem(entry, *item, groupFolder, info);
         }
     }
     std::call_once(g_commentsOnce, [&] {
@@ -159,15 +139,15 @@ bool collector::takeReservedEntry(MEROComponent* entry, const std::string& bundl
     return false;
 }
 
-void collector::runRequestedItem(MEROComponent* entry, MEROComponent& file, const std::string& groupFolder,
+void collector::runRequestedItem(MEROComponent* entry, const WalkedItem& item, const std::string& groupFolder,
                                  MEROActionInfo& info) {
-    if (!findInstructions(file)) {
+    if (!findInstructions(*item.element)) {
         return;
     }
-    info.directory = getDirectory(file, groupFolder);
-    info.id = idOf(file);
-    info.name = childText(file, "name");
-    info.description = childText(file, "description");
+    info.directory = getDirectory(*item.element, groupFolder);
+    info.id = item.id;
+    info.name = childText(*item.element, "name");
+    info.description = childText(*item.element, "description");
     runItem(info);
     // Fails for a null entry only.
     static_cast<void>(removeFromUnprocessedList(entry));
@@ -176,25 +156,23 @@ void collector::runRequestedItem(MEROComponent* entry, MEROComponent& file, cons
 void collector::runDefaultLoop(const MEROComponent& group, const std::string& bundleFolder,
                                MEROActionInfo& info) {
     const bool legacy = m_includeLegacyTree && attributeOf(group, "treeRootName") == kLegacyTreeName;
-    std::list<MEROComponent*> files = getFileGroupFileComponents(group);
     const std::string groupFolder = getDirectory(group, bundleFolder);
-    files.sort(hasLowerId);
-    for (MEROComponent* file : files) {
-        if (isUnwantedSystemLog(*file)) {
+    for (const WalkedItem& item : m_walk.itemsOf(group)) {
+        if (isUnwantedSystemLog(item.id)) {
             continue;
         }
-        if (!isDefault(*file) && !legacy) {
-            helperUtil::fillSummaryNote(info.summary, "The file(s) of ID " + idOf(*file) +
+        if (!item.isDefault && !legacy) {
+            helperUtil::fillSummaryNote(info.summary, "The file(s) of ID " + item.id +
                                                           " is/are not included by default by this config.");
             continue;
         }
-        if (!findInstructions(*file)) {
+        if (!findInstructions(*item.element)) {
             continue;
         }
-        info.directory = getDirectory(*file, groupFolder);
-        info.id = idOf(*file);
+        info.directory = getDirectory(*item.element, groupFolder);
+        info.id = item.id;
         info.name.clear();
-        info.description = childText(*file, "description");
+        info.description = childText(*item.element, "description");
         runItem(info);
     }
 }
@@ -221,21 +199,20 @@ uint32_t collector::Clear(MEROXmlObject* config) {
     }
     MEROActionInfo info;
     for (const MEROComponent* group : getFileGroupComponents(*config)) {
-        std::list<MEROComponent*> files = getFileGroupFileComponents(*group);
-        files.sort(hasLowerId);
-        for (MEROComponent* file : files) {
-            clearItem(*file, info);
+        for (const WalkedItem& item : m_walk.itemsOf(*group)) {
+            clearItem(item, info);
         }
     }
     return 0;
 }
 
-void collector::clearItem(MEROComponent& file, MEROActionInfo& info) {
-    if (isStopRequested() || isUnwantedSystemLog(file) || !isDefault(file) || !findInstructions(file)) {
+void collector::clearItem(const WalkedItem& item, MEROActionInfo& info) {
+    if (isStopRequested() || isUnwantedSystemLog(item.id) || !item.isDefault ||
+        !findInstructions(*item.element)) {
         return;
     }
-    info.id = idOf(file);
-    info.description = childText(file, "description");
+    info.id = item.id;
+    info.description = childText(*item.element, "description");
     reportProgress(computeProgress(g_configsDone), stepText(kClearing, info.description),
                    MEROOFFLINE_ERROR_PROCESSING);
     // Clearing is so quick that without a pause nobody could read what is being cleared.
@@ -244,8 +221,7 @@ void collector::clearItem(MEROComponent& file, MEROActionInfo& info) {
     action.Perform(m_collected);
 }
 
-bool collector::isUnwantedSystemLog(const MEROComponent& file) const {
-    const std::string id = idOf(file);
+bool collector::isUnwantedSystemLog(const std::string& id) const {
     return !m_collectSystemLogs && (id == "system-logs" || id == "system-log-hist" || id == "kernel-log");
 }
 
@@ -262,7 +238,7 @@ std::list<MEROComponent*> collector::getFileGroupComponents(const MEROXmlObject&
         ZRN_LOG('E', "rXMLObject.GetRoot() is NULL");
         return {};
     }
-    return childrenNamed(*object.GetRoot(), "fileGroup");
+    return m_walk.groupsOf(object);
 }
 
 std::list<MEROComponent*> collector::getFileComponents(const MEROXmlObject& object) const {
@@ -270,7 +246,7 @@ std::list<MEROComponent*> collector::getFileComponents(const MEROXmlObject& obje
         ZRN_LOG('E', "rXMLObject.GetRoot() is NULL");
         return {};
     }
-    return childrenNamed(*object.GetRoot(), "file");
+    return ItemWalk::fileElements(*object.GetRoot());
 }
 
 std::list<MEROComponent*> collector::getFileGroupFileComponents(const MEROComponent& group) const {
@@ -278,7 +254,7 @@ std::list<MEROComponent*> collector::getFileGroupFileComponents(const MEROCompon
         ZRN_LOG('E', "unexpected MERO component type; expected fileGroup type");
         return {};
     }
-    return childrenNamed(group, "file");
+    return ItemWalk::fileElements(group);
 }
 
 std::string collector::getDirectory(const MEROComponent& component, const std::string& base) const {
@@ -308,26 +284,19 @@ uint32_t collector::moveReaderToCorrectOS(MEROComponent* component) {
         ZRN_LOG('E', "pDC is NULL");
         return MEROENGINE_ERROR_BAD_PARAMETER;
     }
-    MEROComponent* instructions = component->FindChild("mero");
-    if (instructions == nullptr) {
+    const ItemInstructions instructions = m_walk.instructionsOf(*component);
+    if (!instructions.areGiven) {
         logMessage("moveReaderToMERO", __FILE__, __LINE__, 'E', "pDC->FindChild(MERO_CONST) is NULL");
-    } else {
-        m_reader = instructions;
     }
-    if (m_reader == nullptr) {
+    if (instructions.section == nullptr) {
         return MEROENGINE_ERROR_INTERNAL;
     }
-    MEROComponent* section = findPlatformSection(*m_reader);
-    if (section == nullptr) {
-        return MEROENGINE_ERROR_INTERNAL;
-    }
-    m_reader = section;
+    m_reader = instructions.section;
     return 0;
 }
 
 bool collector::isDefault(const MEROComponent& file) const {
-    const MEROComponent* mark = file.FindChild("default");
-    return mark != nullptr && mark->getValue() == "true";
+    return m_walk.isDefault(file);
 }
 
 uint32_t collector::removeFromUnprocessedList(MEROComponent* requestFile) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ItemWalk.h"
 #include "MEROActionInfo.h"
 #include "MEROCollectedFile.h"
 #include "MEROXmlObject.h"
@@ -91,12 +92,12 @@ private:
     /// Path of a file that the request names, with the folders on the way to it made.
     [[nodiscard]] static std::string placeInBundle(const std::string& bundleFolder, const std::string& name);
     /// Collects the requested item, unless it has no instructions for this platform.
-    void runRequestedItem(MEROComponent* entry, MEROComponent& file, const std::string& groupFolder,
+    void runRequestedItem(MEROComponent* entry, const WalkedItem& item, const std::string& groupFolder,
                           MEROActionInfo& info);
     void runItem(const MEROActionInfo& info);
     /// Clears one item, unless it is no part of a default bundle.
-    void clearItem(MEROComponent& file, MEROActionInfo& info);
-    [[nodiscard]] bool isUnwantedSystemLog(const MEROComponent& file) const;
+    void clearItem(const WalkedItem& item, MEROActionInfo& info);
+    [[nodiscard]] bool isUnwantedSystemLog(const std::string& id) const;
     /// moveReaderToCorrectOS with its failure in the log. @return true if there are instructions to run.
     [[nodiscard]] bool findInstructions(MEROComponent& file);
 
@@ -117,6 +118,8 @@ private:
     std::list<MEROCollectedFile> m_collected;
     std::string m_targetPath;
     std::string m_summaryPath;
+    /// The way through the configuration.
+    ItemWalk m_walk{kEngineRules};
     /// The os element whose instructions are to be run; a view into the configuration's tree.
     MEROComponent* m_reader = nullptr;
     bool m_includeLegacyTree;

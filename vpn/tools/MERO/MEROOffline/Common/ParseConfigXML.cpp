@@ -1,12 +1,14 @@
 #include "ParseConfigXML.h"
 
 #include "AttributeText.h"
+#include "ItemWalk.h"
 #include "Log.h"
 #include "Paths.h"
-#include "PlatformSection.h"
 #include "ReturnCodes.h"
 
+#include <algorithm>
 #include <exception>
+#include <optional>
 
 namespace {
 
@@ -18,32 +20,30 @@ void readLabel(const MEROComponent& gui, FileItem& item) {
     }
 }
 
-/// @return whether the item is meant for this platform.
-bool readPlatform(const MEROComponent& instructions, FileItem& item) {
-    const MEROComponent* section = findPlatformSection(instructions);
-    item.m_platform = section == nullptr ? std::string() : attributeOf(*section, "opsys");
-    return section != nullptr;
-}
-
-/// @return nothing for an item of another platform.
-std::optional<FileItem> readFile(const MEROComponent& file) {
-    FileItem item;
-    item.m_id = attributeOf(file, "id");
-    bool keep = true;
-    for (const MEROComponent* child : file.getChildren()) {
-        const std::string& name = child->getName();
-        if (name == "gui") {
-            readLabel(*child, item);
-        } else if (name == "default") {
-            item.m_default = child->getValue() == "true" ? 1 : 0;
-            item.m_selected = item.m_default;
-        } else if (name == "description") {
-            item.m_description = child->getValue();
-        } else if (name == "mero") {
-            keep = readPlatform(*child, item);
+FileItem fileItemOf(const WalkedItem& item) {
+    FileItem file;
+    file.m_id = item.id;
+    file.m_default = item.isDefault ? 1 : 0;
+    file.m_selected = file.m_default;
+    for (const MEROComponent* child : item.element->getChildren()) {
+        if (child->getName() == "gui") {
+            readLabel(*child, file);
+        } else if (child->getName() == "description") {
+            file.m_description = child->getValue();
         }
     }
-    return keep ? std::optional(item) : std::nullopt;
+    return file;
+}
+
+/// The title of a group, if it has one.
+std::optional<std::string> titleOf(const MEROComponent& group) {
+    std::optional<std::string> title;
+    for (const MEROComponent* child : group.getChildren()) {
+        if (child->getName() == "title") {
+            title = child->getValue();
+        }
+    }
+    return title;
 }
 
 } // namespace
@@ -84,37 +84,33 @@ void ParseConfigXML::scan() {
 }
 
 void ParseConfigXML::scanTree(const MEROXmlObject& tree) {
-    if (m_pOfflineIfc == nullptr || tree.GetRoot() == nullptr) {
+    if (m_pOfflineIfc == nullptr) {
         return;
     }
-    for (const MEROComponent* group : tree.GetRoot()->getChildren()) {
-        scanGroup(*group);
+    ItemWalk walk(kScanRules);
+    for (const MEROComponent* group : walk.groupsOf(tree)) {
+        scanGroup(*group, walk);
     }
 }
 
-void ParseConfigXML::scanGroup(const MEROComponent& group) {
-    const MEROAttribute* rootName = group.FindAttribute("treeRootName");
-    if (rootName == nullptr) {
-        return;
-    }
+void ParseConfigXML::scanGroup(const MEROComponent& group, ItemWalk& walk) {
     ModuleItem module;
-    bool seenTitle = false;
-    bool anyDefault = false;
-    for (const MEROComponent* child : group.getChildren()) {
-        if (child->getName() == "title") {
-            module.m_name = child->getValue();
-            seenTitle = true;
-        } else if (child->getName() == "file") {
-            if (std::optional<FileItem> item = readFile(*child)) {
-                anyDefault = anyDefault || item->m_default != 0;
-                module.m_files.push_back(std::move(*item));
-            }
+    for (const WalkedItem& item : walk.itemsOf(group)) {
+        const ItemInstructions instructions = walk.instructionsOf(*item.element);
+        if (instructions.areGiven && instructions.section == nullptr) {
+            continue; // meant for other platforms
         }
+        FileItem& file = module.m_files.emplace_back(fileItemOf(item));
+        if (instructions.section != nullptr) {
+            file.m_platform = attributeOf(*instructions.section, "opsys");
+        }
+        module.m_default = std::max(module.m_default, file.m_default);
     }
-    if (!seenTitle || module.m_files.empty()) {
+    const std::optional<std::string> title = titleOf(group);
+    if (!title || module.m_files.empty()) {
         return;
     }
-    module.m_default = anyDefault ? 1 : 0;
+    module.m_name = *title;
     module.m_selected = module.m_default;
-    m_pOfflineIfc->addModule(rootName->getValue(), module);
+    m_pOfflineIfc->addModule(attributeOf(group, "treeRootName"), module);
 }

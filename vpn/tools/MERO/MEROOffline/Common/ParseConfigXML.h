@@ -2,13 +2,13 @@
 
 #include "CMEROClientIfc.h"
 #include "CMEROOfflineIfc.h"
+#include "ItemWalk.h"
 #include "MEROXmlLoader.h"
 #include "ModuleTree.h"
 #include "Thread.h"
 
 #include <list>
 #include <memory>
-#include <optional>
 #include <string>
 
 /// Reads the configuration files that the engine will read, and hands what can be chosen in them to the
@@ -34,7 +34,7 @@ public:
 private:
     void scan();
     void scanTree(const MEROXmlObject& tree);
-    void scanGroup(const MEROComponent& group);
+    void scanGroup(const MEROComponent& group, ItemWalk& walk);
 
     CMEROClientIfc* m_pClient;
     /// Owns its objects, which the loader makes.
