@@ -122,9 +122,8 @@ uint32_t CEventList::collectDescriptors(EventDescriptors& descriptors) const {
             return EVENTLIST_ERROR_BAD_EVENT_HANDLE_TYPE;
         }
         if (!descriptors.add(*event)) {
-            logMessage("WaitOnEvents", __FILE__, __LINE__, 'E',
-                       "Descriptors '%d' and '%d' can't be waited on", event->getReadFd(),
-                       event->getExtraFd());
+            ZRN_LOG_FOR("WaitOnEvents", 'E', "Descriptors '%d' and '%d' can't be waited on",
+                        event->getReadFd(), event->getExtraFd());
             return EVENT_ERROR_WAIT_FAILED;
         }
     }
@@ -142,8 +141,7 @@ uint32_t CEventList::processReadyEvents(EventDescriptors& ready) {
         // The callback may destroy the event and move all others.
         const uint32_t code = event->processSignaledEvent(true);
         if (code != 0) {
-            logReturnCode("WaitOnEvents", __FILE__, __LINE__, 'E', "CCEvent::processSignaledEvent", code,
-                          nullptr, nullptr);
+            ZRN_LOG_CODE_FOR("WaitOnEvents", 'E', "CCEvent::processSignaledEvent", code, nullptr);
             return code;
         }
         // Begun afresh, so that none is left out; those that have had their turn are not ready any more.

@@ -119,8 +119,7 @@ uint32_t LaunchPlan::start(int32_t& processIdOut) {
     const pid_t caller = ::getpid();
     const pid_t child = forkChild();
     if (child < 0) {
-        const int failure = errno;
-        ZRN_LOG_CODE('E', "fork", failure);
+        ZRN_LOG_ERRNO('E', "fork");
         return PROCESS_API_ERROR_UNKNOWN;
     }
     if (child == 0) {
@@ -140,8 +139,7 @@ uint32_t LaunchPlan::start(int32_t& processIdOut) {
 uint32_t LaunchPlan::reapMiddleChild(pid_t child) const {
     int status = 0;
     if (reapChild(child, status, 0) != child) {
-        const int failure = errno;
-        ZRN_LOG_CODE('E', "waitpid", failure);
+        ZRN_LOG_ERRNO('E', "waitpid");
         return 0; // where children are reaped unseen; the program is taken to have been started
     }
     if (WIFEXITED(status) && WEXITSTATUS(status) != 0) {

@@ -227,13 +227,11 @@ uint32_t CProcessApi::SetThreadPriority(int* priority) {
     const int former = ::getpriority(PRIO_PROCESS, 0);
     if (former == -1) {
         // Also what a thread at nice value -1 gives; its priority can't be set.
-        const int failure = errno;
-        ZRN_LOG_CODE('W', "getpriority", failure);
+        ZRN_LOG_ERRNO('W', "getpriority");
         return PROCESS_API_ERROR_GET_THREAD_PRIORITY_FAILED;
     }
     if (::setpriority(PRIO_PROCESS, 0, *priority) < 0) {
-        const int failure = errno;
-        ZRN_LOG_CODE('W', "setpriority", failure);
+        ZRN_LOG_ERRNO('W', "setpriority");
         return PROCESS_API_ERROR_SET_THREAD_PRIORITY_FAILED;
     }
     *priority = former;

@@ -83,8 +83,7 @@ uint32_t CUnixImpersonate::switchUser(const char* operation, bool permanent) {
     }
     const uint32_t code = impersonate(entry.get(), permanent);
     if (code != 0) {
-        logReturnCode(operation, __FILE__, __LINE__, 'E', "CUnixImpersonate::impersonate", code, nullptr,
-                      nullptr);
+        ZRN_LOG_CODE_FOR(operation, 'E', "CUnixImpersonate::impersonate", code, nullptr);
     }
     return code;
 }

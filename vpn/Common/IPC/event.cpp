@@ -67,8 +67,7 @@ CCEvent::~CCEvent() {
 uint32_t CCEvent::construct(CEventList* eventList, int extraFd, uint32_t extraFdType) {
     const uint32_t code = basicConstructor(eventList, extraFd, extraFdType);
     if (code != 0) {
-        logReturnCode("CCEvent", __FILE__, __LINE__, 'E', "CCEvent::basicConstructor", code, nullptr,
-                      nullptr);
+        ZRN_LOG_CODE_FOR("CCEvent", 'E', "CCEvent::basicConstructor", code, nullptr);
     }
     return code;
 }

@@ -40,8 +40,8 @@ XmlLocalTLPolMgr* g_pInstance = nullptr;
 uint32_t g_referenceCount = 0;
 
 void logNoDirectory(const char* function) {
-    logReturnCode(function, __FILE__, __LINE__, 'E', "XmlLocalTLPolMgr::getLocalSecurityPolicyDir",
-                  CSTORAGEPATH_ERROR_NO_INSTANCE, nullptr, nullptr);
+    ZRN_LOG_CODE_FOR(function, 'E', "XmlLocalTLPolMgr::getLocalSecurityPolicyDir",
+                     CSTORAGEPATH_ERROR_NO_INSTANCE, nullptr);
 }
 
 /// The setting that the text of an element belongs to, or null.
@@ -295,7 +295,7 @@ void XmlLocalTLPolMgr::warnMisplaced() {
 }
 
 void XmlLocalTLPolMgr::warn(const char* function, std::string text) {
-    logMessage(function, __FILE__, __LINE__, 'W', "%s", text.c_str());
+    ZRN_LOG_FOR(function, 'W', "%s", text.c_str());
     if (m_warnings.empty() || m_warnings.back() != text) {
         m_warnings.push_back(std::move(text));
     }

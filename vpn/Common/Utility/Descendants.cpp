@@ -75,8 +75,7 @@ bool adoptDescendants() {
         std::sort(g_spared.begin(), g_spared.end());
         return true;
     }
-    const int error = errno;
-    ZRN_LOG_CODE('E', "prctl", error);
+    ZRN_LOG_ERRNO('E', "prctl");
     return false;
 }
 

@@ -25,8 +25,7 @@ std::streamsize DescriptorStream::Buffer::xsputn(const char* bytes, std::streams
     while (written < count) {
         const ssize_t now = ::write(m_file.get(), bytes + written, static_cast<std::size_t>(count - written));
         if (now < 0 && errno != EINTR) {
-            const int error = errno;
-            ZRN_LOG_CODE('E', "write", error);
+            ZRN_LOG_ERRNO('E', "write");
             break;
         }
         written += now > 0 ? now : 0;

@@ -40,8 +40,7 @@ bool makeMissingFolder(const std::string& path) {
     }
     if (::mkdir(path.c_str(), 0777) != 0) {
         const int error = errno;
-        logReturnCode("createDirectoryPath", __FILE__, __LINE__, 'E', "mkdir", static_cast<uint32_t>(error),
-                      nullptr, "%s", path.c_str());
+        ZRN_LOG_CODE_FOR("createDirectoryPath", 'E', "mkdir", error, "%s", path.c_str());
         return false;
     }
     return true;
@@ -77,8 +76,7 @@ uint32_t Directory::close() {
     if (m_dir == nullptr || ::closedir(m_dir.release()) == 0) {
         return 0;
     }
-    const int failure = errno;
-    ZRN_LOG_CODE('E', "closedir", failure);
+    ZRN_LOG_ERRNO('E', "closedir");
     return DIRECTORY_ERROR_UNEXPECTED;
 }
 

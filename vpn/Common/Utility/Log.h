@@ -2,6 +2,7 @@
 
 #include "Logger.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdint>
 #include <memory>
@@ -57,10 +58,22 @@ void logTrace(uint32_t messageId, ...);
 [[nodiscard]] bool isLoggerInstalled();
 
 /// The two log calls with the caller's place filled in.
-#define ZRN_LOG(severity, ...) logMessage(__func__, __FILE__, __LINE__, severity, __VA_ARGS__)
+#define ZRN_LOG(severity, ...) ZRN_LOG_FOR(__func__, severity, __VA_ARGS__)
 #define ZRN_LOG_CODE(severity, invokedFunction, returnCode)                                                  \
-    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction,                                   \
-                  static_cast<uint32_t>(returnCode), nullptr, nullptr)
+    ZRN_LOG_CODE_FOR(__func__, severity, invokedFunction, returnCode, nullptr)
 #define ZRN_LOG_CODE_TEXT(severity, invokedFunction, returnCode, ...)                                        \
-    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction,                                   \
+    ZRN_LOG_CODE_FOR(__func__, severity, invokedFunction, returnCode, __VA_ARGS__)
+
+/// The same for a system call that has failed just now: errno is taken before anything else is looked at.
+#define ZRN_LOG_ERRNO(severity, invokedFunction) ZRN_LOG_ERRNO_TEXT(severity, invokedFunction, nullptr)
+#define ZRN_LOG_ERRNO_TEXT(severity, invokedFunction, ...)                                                   \
+    do {                                                                                                     \
+        const int errnoOfTheCall = errno;                                                                    \
+        ZRN_LOG_CODE_TEXT(severity, invokedFunction, errnoOfTheCall, __VA_ARGS__);                           \
+    } while (false)
+
+/// The same with the name of the function in whose name the line is logged.
+#define ZRN_LOG_FOR(function, severity, ...) logMessage(function, __FILE__, __LINE__, severity, __VA_ARGS__)
+#define ZRN_LOG_CODE_FOR(function, severity, invokedFunction, returnCode, ...)                               \
+    logReturnCode(function, __FILE__, __LINE__, severity, invokedFunction,                                   \
                   static_cast<uint32_t>(returnCode), nullptr, __VA_ARGS__)

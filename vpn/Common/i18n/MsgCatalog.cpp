@@ -41,8 +41,8 @@ template <typename BaseOf> void findFolder(const char* function, std::string& pa
     pathOut.clear();
     const CInstanceSmartPtr<CStoragePath> paths;
     if (!paths) {
-        logReturnCode(function, __FILE__, __LINE__, 'E', "CInstanceSmartPtr<StoragePath>",
-                      CSTORAGEPATH_ERROR_NO_INSTANCE, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR(function, 'E', "CInstanceSmartPtr<StoragePath>", CSTORAGEPATH_ERROR_NO_INSTANCE,
+                         nullptr);
         return;
     }
     pathOut = baseOf(*paths) + kFolder;

@@ -28,7 +28,7 @@ PrivateFolder::~PrivateFolder() {
         return;
     }
     const int error = errno;
-    ZRN_LOG_CODE('W', "rmdir", static_cast<uint32_t>(error));
+    ZRN_LOG_CODE('W', "rmdir", error);
     // What stood in it may have stayed for a reason that has passed.
     if (!removeWhole(m_path)) {
         printError("the folder '" + m_path + "' can't be removed");
@@ -39,7 +39,7 @@ int PrivateFolder::make() {
     std::string path = "/tmp/merocli_request_XXXXXX";
     if (mkdtemp(path.data()) == nullptr) {
         const int error = errno;
-        ZRN_LOG_CODE('E', "mkdtemp", static_cast<uint32_t>(error));
+        ZRN_LOG_CODE('E', "mkdtemp", error);
         return error;
     }
     m_path = path;

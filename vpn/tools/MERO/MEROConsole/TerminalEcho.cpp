@@ -36,14 +36,12 @@ TerminalEcho::TerminalEcho(int fd, const char* prompt) : m_input(fd) {
     static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, &m_formerMask)); // fails for bad arguments only
     m_signals.reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!m_signals) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "signalfd", error);
+        ZRN_LOG_ERRNO('W', "signalfd");
     }
     termios silent = m_former;
     silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK);
     if (tcsetattr(fd, TCSAFLUSH, &silent) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "tcsetattr", error);
+        ZRN_LOG_ERRNO('W', "tcsetattr");
     }
     static_cast<void>(std::fputs(prompt, stderr)); // a prompt that nobody sees stops nothing
 }
@@ -54,8 +52,7 @@ TerminalEcho::~TerminalEcho() {
     }
     static_cast<void>(std::fputs("\n", stderr)); // the line end that was typed unseen
     if (tcsetattr(m_fd, TCSAFLUSH, &m_former) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "tcsetattr", error);
+        ZRN_LOG_ERRNO('W', "tcsetattr");
     }
     static_cast<void>(pthread_sigmask(SIG_SETMASK, &m_formerMask, nullptr)); // fails for bad arguments only
 }

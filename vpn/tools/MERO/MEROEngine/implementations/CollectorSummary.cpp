@@ -43,8 +43,7 @@ uint32_t writeNewFile(const std::string& path, const std::string& text) {
     FileHandle file(std::fopen(path.c_str(), "we"));
     if (!file) {
         const int error = errno;
-        logReturnCode("writeComments", __FILE__, __LINE__, 'E', "fopen", static_cast<uint32_t>(error),
-                      nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("writeComments", 'E', "fopen", error, nullptr);
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
     return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
@@ -109,8 +108,7 @@ uint32_t collector::printSummary(MEROXmlObject* config, const std::string& /*bun
     }
     FileHandle file(std::fopen(m_summaryPath.c_str(), "ae"));
     if (!file) {
-        const int error = errno;
-        ZRN_LOG_CODE_TEXT('E', "fopen", error, "fopen failed to open file \"%s\"", m_summaryPath.c_str());
+        ZRN_LOG_ERRNO_TEXT('E', "fopen", "fopen failed to open file \"%s\"", m_summaryPath.c_str());
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
     truncator entries(m_collected, m_pXMLSummary.get());
@@ -203,7 +201,6 @@ uint32_t collector::recordLostComments(const std::string& fileName, const std::s
     }
     helperUtil::fillSummaryFailedFile(m_pXMLSummary.get(), "comments", fileName, "",
                                       "Internal error: can't write comments at " + path);
-    logReturnCode("writeComments", __FILE__, __LINE__, 'E', "writeComments", code, nullptr,
-                  "can't write comments at %s", path.c_str());
+    ZRN_LOG_CODE_FOR("writeComments", 'E', "writeComments", code, "can't write comments at %s", path.c_str());
     return code;
 }

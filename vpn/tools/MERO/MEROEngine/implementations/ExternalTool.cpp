@@ -96,8 +96,7 @@ uint32_t MEROAction::captureTool(const std::string& fullCommand, const std::stri
     writeBanner(output, commandLine);
     const uint32_t code = CCommandShell(fullCommand.c_str()).Execute(output);
     if (code != 0) {
-        logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CCommandShell::Execute", code, nullptr,
-                      nullptr);
+        ZRN_LOG_CODE_FOR("callExtern", 'E', "CCommandShell::Execute", code, nullptr);
         return code;
     }
     if (!output) {
@@ -122,7 +121,7 @@ uint32_t MEROAction::launchTool(const std::string& path, const std::string& comm
     info.m_pszOutputFile = outputFile.c_str();
     const uint32_t code = m_pProcess->Launch(info, program.c_str(), parameters.c_str(), nullptr);
     if (code != 0) {
-        logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CProcessApi::Launch", code, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("callExtern", 'E', "CProcessApi::Launch", code, nullptr);
         return code;
     }
     m_processId = info.m_processId;
@@ -137,17 +136,15 @@ uint32_t MEROAction::waitForTool(const std::string& toolName) {
         uint32_t exitCode = 0;
         result = m_pProcess->WaitForProcess(m_processId, &exitCode, nullptr, nullptr, kWaitSliceMs);
         if (result == PROCESS_API_ERROR_WAIT_INTERRUPTED) {
-            logReturnCode("callExtern", __FILE__, __LINE__, 'E', "CProcessApi::WaitForProcess", result,
-                          nullptr, nullptr);
+            ZRN_LOG_CODE_FOR("callExtern", 'E', "CProcessApi::WaitForProcess", result, nullptr);
             endTool();
             return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
         }
         reportTool(status);
         const std::clock_t elapsed = std::clock() - start;
         if (elapsed >= kExternTimeoutClockTicks) {
-            logMessage("callExtern", __FILE__, __LINE__, 'E',
-                       "Executable %s timed out after %d seconds of activity.", toolName.c_str(),
-                       static_cast<int>(elapsed / CLOCKS_PER_SEC));
+            ZRN_LOG_FOR("callExtern", 'E', "Executable %s timed out after %d seconds of activity.",
+                        toolName.c_str(), static_cast<int>(elapsed / CLOCKS_PER_SEC));
             endTool();
             return MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT;
         }

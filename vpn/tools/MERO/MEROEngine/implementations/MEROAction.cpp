@@ -74,7 +74,7 @@ void MEROAction::performInstructions(const MEROComponent& kind, std::list<MEROCo
             collected.splice(collected.end(), found);
         } else if (code != MEROENGINE_ERROR_FILE_NOT_FOUND) {
             // A file that is not there is ordinary and stands in the summary.
-            logReturnCode("Perform", __FILE__, __LINE__, 'E', operation, code, nullptr, nullptr);
+            ZRN_LOG_CODE_FOR("Perform", 'E', operation, code, nullptr);
         }
     }
 }

@@ -91,7 +91,7 @@ uint32_t MEROEngine::run() {
 
 uint32_t MEROEngine::failUnexpectedly(const char* what) noexcept {
     try {
-        logMessage("run", __FILE__, __LINE__, 'E', "The run was ended by an error: %s", what);
+        ZRN_LOG_FOR("run", 'E', "The run was ended by an error: %s", what);
         return fail(kEncounteredError, MEROENGINE_ERROR_INTERNAL);
     } catch (...) {
         // The listener threw, or memory is short even for the message. The folder must go all the same.
@@ -105,7 +105,7 @@ uint32_t MEROEngine::failUnexpectedly(const char* what) noexcept {
 }
 
 uint32_t MEROEngine::fail(const char* message, uint32_t code) {
-    logMessage("runCollectorThreads", __FILE__, __LINE__, 'E', "%s", message);
+    ZRN_LOG_FOR("runCollectorThreads", 'E', "%s", message);
     reportProgress(0, message, code);
     m_folderClaim.remove();
     return code;
@@ -220,8 +220,7 @@ uint32_t MEROEngine::loadConfigurations() {
 uint32_t MEROEngine::makeWorkingFolder() {
     const uint32_t removeCode = m_folderClaim.removeLeftOver();
     if (removeCode != 0) {
-        logReturnCode("runCollectorThreads", __FILE__, __LINE__, 'W', "helperUtil::fileDeleteDirectory",
-                      removeCode, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("runCollectorThreads", 'W', "helperUtil::fileDeleteDirectory", removeCode, nullptr);
     }
     // A missing folder is refused as well, so the plain name serves only after a left-over one went away.
     const bool withSuffix = removeCode != 0 && removeCode != MEROENGINE_ERROR_FILE_NOT_FOUND;
@@ -279,10 +278,9 @@ uint32_t MEROEngine::collectGuarded(MEROXmlObject* config, collector& worker) {
     try {
         return worker.Collect(m_workingFolder, config);
     } catch (const std::exception& error) {
-        logMessage("collectLog", __FILE__, __LINE__, 'E', "The collection was ended by an error: %s",
-                   error.what());
+        ZRN_LOG_FOR("collectLog", 'E', "The collection was ended by an error: %s", error.what());
     } catch (...) {
-        logMessage("collectLog", __FILE__, __LINE__, 'E', "The collection was ended by an error");
+        ZRN_LOG_FOR("collectLog", 'E', "The collection was ended by an error");
     }
     return MEROENGINE_ERROR_INTERNAL;
 }
@@ -302,8 +300,7 @@ void MEROEngine::recordFailedGroups(const MEROXmlObject& config, uint32_t index)
 uint32_t MEROEngine::writeFailedFilesToSummary(const std::string& path) {
     FileHandle file(std::fopen(path.c_str(), "ae"));
     if (!file) {
-        const int error = errno;
-        ZRN_LOG_CODE_TEXT('E', "fopen", error, "Could not open file \"%s\"", path.c_str());
+        ZRN_LOG_ERRNO_TEXT('E', "fopen", "Could not open file \"%s\"", path.c_str());
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
     std::string text;

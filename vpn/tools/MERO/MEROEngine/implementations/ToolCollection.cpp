@@ -83,8 +83,7 @@ uint32_t MEROCollectLogsAction::replaceTokens(std::string& commandLine) const {
     std::string userName;
     const uint32_t code = helperUtil::GetSessionUsername(userName);
     if (code != 0) {
-        logReturnCode("performExternalAction", __FILE__, __LINE__, 'I', "helperUtil::GetSessionUsername",
-                      code, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("performExternalAction", 'I', "helperUtil::GetSessionUsername", code, nullptr);
         return code;
     }
     boost::algorithm::replace_all(commandLine, kUserToken, userName);

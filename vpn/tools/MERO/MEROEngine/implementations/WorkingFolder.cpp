@@ -49,8 +49,7 @@ LockResult lockFolder(const std::string& path, FileDescriptor& lockOut) {
     }
     struct stat status = {};
     if (::fstat(folder.get(), &status) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "fstat", error);
+        ZRN_LOG_ERRNO('E', "fstat");
         return LockResult::NotOurs;
     }
     if (!isOurFolder(status)) {
@@ -100,8 +99,7 @@ uint32_t WorkingFolder::removeLeftOver() const {
         const int error = errno;
         // Told here under the deletion's name and not by calling it: it would follow a link that somebody
         // makes between this look and its own.
-        logReturnCode("fileDeleteDirectory", __FILE__, __LINE__, 'E', "access", static_cast<uint32_t>(error),
-                      nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("fileDeleteDirectory", 'E', "access", error, nullptr);
         return MEROENGINE_ERROR_ACCESS_DENIED;
     }
     FileDescriptor lock;
@@ -135,8 +133,7 @@ WorkingFolder::Outcome WorkingFolder::claimName(const std::string& path) {
     }
     // No descriptor was to be had. The empty folder helps nobody.
     if (::rmdir(path.c_str()) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "rmdir", error);
+        ZRN_LOG_ERRNO('W', "rmdir");
     }
     return Outcome::Refused;
 }

@@ -286,7 +286,7 @@ uint32_t collector::moveReaderToCorrectOS(MEROComponent* component) {
     }
     const ItemInstructions instructions = m_walk.instructionsOf(*component);
     if (!instructions.areGiven) {
-        logMessage("moveReaderToMERO", __FILE__, __LINE__, 'E', "pDC->FindChild(MERO_CONST) is NULL");
+        ZRN_LOG_FOR("moveReaderToMERO", 'E', "pDC->FindChild(MERO_CONST) is NULL");
     }
     if (instructions.section == nullptr) {
         return MEROENGINE_ERROR_INTERNAL;

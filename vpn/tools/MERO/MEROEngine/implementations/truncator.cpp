@@ -161,8 +161,7 @@ void truncator::keepOrDropWhole(MEROCollectedFile& file, double& groupSum) {
         groupSum = newSum;
         file.description += "; see note *1";
         if (const uint32_t code = fillSummaryGoodFile(file); code != 0) {
-            logReturnCode("perform", __FILE__, __LINE__, 'E', "truncator::fillSummaryGoodFile", code, nullptr,
-                          nullptr);
+            ZRN_LOG_CODE_FOR("perform", 'E', "truncator::fillSummaryGoodFile", code, nullptr);
         }
         return;
     }
@@ -176,17 +175,17 @@ void truncator::dropMixed(const MEROCollectedFile& file) {
     static_cast<void>(
         helperUtil::fileDelete(file.path));            // logged there; the file is listed as omitted anyway
     static_cast<void>(fillSummaryInternalError(file)); // always 0
-    logMessage("perform", __FILE__, __LINE__, 'I', "%s",
-               "Two files corresponding to the same fileID have different requested truncation scheme");
+    ZRN_LOG_FOR("perform", 'I', "%s",
+                "Two files corresponding to the same fileID have different requested truncation scheme");
 }
 
 void truncator::dropLost(const MEROCollectedFile& file) {
-    logMessage("perform", __FILE__, __LINE__, 'I', "Lost fileID for file: \"%s\"", file.path.c_str());
+    ZRN_LOG_FOR("perform", 'I', "Lost fileID for file: \"%s\"", file.path.c_str());
     static_cast<void>(fillSummaryInternalError(file)); // always 0
     if (helperUtil::fileDelete(file.path) != 0) {
         const std::string note = "Dead file: " + file.path + " in bundle.";
         helperUtil::fillSummaryNote(m_pXMLSummary, note);
-        logMessage("perform", __FILE__, __LINE__, 'E', "%s", note.c_str());
+        ZRN_LOG_FOR("perform", 'E', "%s", note.c_str());
     }
 }
 
@@ -205,8 +204,7 @@ void truncator::cutData(const MEROCollectedFile& file, int32_t keepBytes) {
 void truncator::endGroup(int32_t groupType, double groupSum, std::list<MEROCollectedFile>& dataGroup) {
     if (groupType == kTruncateData) {
         if (const uint32_t code = DATATruncateAll(dataGroup, groupSum); code != 0) {
-            logReturnCode("perform", __FILE__, __LINE__, 'E', "truncator::DATATruncateAll", code, nullptr,
-                          nullptr);
+            ZRN_LOG_CODE_FOR("perform", 'E', "truncator::DATATruncateAll", code, nullptr);
         }
         dataGroup.clear();
     }

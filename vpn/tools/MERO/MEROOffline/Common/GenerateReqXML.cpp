@@ -98,8 +98,8 @@ void GenerateReqXML::open() {
     m_isOwn = m_file != nullptr;
     if (m_file == nullptr) {
         const int error = errno;
-        logReturnCode("run", __FILE__, __LINE__, 'W', "std::fstream::open", 0, nullptr, "%s: %s",
-                      m_requestPath.c_str(), std::strerror(error));
+        ZRN_LOG_CODE_FOR("run", 'W', "std::fstream::open", 0, "%s: %s", m_requestPath.c_str(),
+                         std::strerror(error));
     }
 }
 
@@ -147,7 +147,6 @@ void GenerateReqXML::close() {
     }
     // What is still in the stream's buffer goes out here, so this is where a full disk shows.
     if (std::fclose(m_file.release()) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "fclose", error);
+        ZRN_LOG_ERRNO('E', "fclose");
     }
 }

@@ -14,7 +14,7 @@ namespace {
 
 void reportLostEngine() noexcept {
     try {
-        logMessage("run", __FILE__, __LINE__, 'E', "The engine could not be started");
+        ZRN_LOG_FOR("run", 'E', "The engine could not be started");
         reportProgress(0, kEncounteredError, MEROENGINE_ERROR_INTERNAL);
     } catch (...) {
         // There is no memory to tell it with; the result says so to who asks.

@@ -51,8 +51,7 @@ void stopOnSignals() noexcept {
         // Calls under way go on: who waits looks at the request.
         action.sa_flags = SA_RESTART;
         if (::sigaction(number, &action, nullptr) != 0) {
-            const int error = errno;
-            ZRN_LOG_CODE('W', "sigaction", error);
+            ZRN_LOG_ERRNO('W', "sigaction");
         }
     }
 }

@@ -70,7 +70,7 @@ void CMEROGtkMainWindow::takeHelperAnswer() {
 void CMEROGtkMainWindow::startDirectly(const std::string& requestPath) {
     showMessageDialog(GTK_MESSAGE_WARNING, translateText(userText(UserText::TitleWarning)),
                       translateText(userText(UserText::PartialCollection)).c_str());
-    logMessage("startMERO", __FILE__, __LINE__, 'I', "Start MERO directly without helper...");
+    ZRN_LOG_FOR("startMERO", 'I', "Start MERO directly without helper...");
     m_pOffline.reset();
     m_pOfflineThread.reset();
     m_pOffline =

@@ -68,8 +68,8 @@ FileDescriptor createNewFile(const char* path) {
 
 CopyFailure failCopy(const char* call, int error, const std::string& path, uint32_t code) {
     CopyFailure failure{code, std::strerror(error)};
-    logReturnCode(kFunction, __FILE__, __LINE__, 'E', call, static_cast<uint32_t>(error), nullptr,
-                  "File: %s\nError: %s", path.c_str(), failure.errorText.c_str());
+    ZRN_LOG_CODE_FOR(kFunction, 'E', call, error, "File: %s\nError: %s", path.c_str(),
+                     failure.errorText.c_str());
     return failure;
 }
 
@@ -81,7 +81,7 @@ CopyFailure copyRegularFile(const std::string& source, const std::string& destin
     FileDescriptor output = createNewFile(destination.c_str());
     if (!output) {
         // The source is named: it is what the reader of the log knows from the configuration.
-        logMessage(kFunction, __FILE__, __LINE__, 'E', "Failed to open file \"%s\"", source.c_str());
+        ZRN_LOG_FOR(kFunction, 'E', "Failed to open file \"%s\"", source.c_str());
         return {MEROENGINE_ERROR_FILE_OPEN_FAILURE, {}};
     }
     const CopyOutcome outcome = copyBytes(input.get(), output.get());
@@ -138,7 +138,7 @@ CopyFailure TreeCopy::copyPath(const std::string& source, const std::string& des
     }
     const uint32_t code = fileDelete(destination);
     if (code != 0) {
-        logReturnCode(kFunction, __FILE__, __LINE__, 'E', "helperUtil::fileDelete", code, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR(kFunction, 'E', "helperUtil::fileDelete", code, nullptr);
         return {code, {}};
     }
     if (S_ISREG(status.st_mode)) {
@@ -185,8 +185,8 @@ CopyFailure TreeCopy::beginFolder(const std::string& source, const std::string& 
     }
     if (MakeDirectory(destination) != 0) {
         // Only lack of rights comes here. The rest of the copy goes on without this folder.
-        logReturnCode(kFunction, __FILE__, __LINE__, 'E', "helperUtils::MakeDirectory",
-                      MEROENGINE_ERROR_ACCESS_DENIED, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR(kFunction, 'E', "helperUtils::MakeDirectory", MEROENGINE_ERROR_ACCESS_DENIED,
+                         nullptr);
         leaveOut(source, std::string(" could not be copied: ") + std::strerror(EACCES));
         return {};
     }
@@ -206,8 +206,8 @@ void TreeCopy::readNames(DIR* folder, const std::string& source, std::vector<std
         }
     }
     if (error != 0) {
-        logReturnCode(kFunction, __FILE__, __LINE__, 'E', "readdir", static_cast<uint32_t>(error), nullptr,
-                      "Folder: %s\nError: %s", source.c_str(), std::strerror(error));
+        ZRN_LOG_CODE_FOR(kFunction, 'E', "readdir", error, "Folder: %s\nError: %s", source.c_str(),
+                         std::strerror(error));
         leaveOut(source, notListedReason(std::strerror(error)));
     }
 }
@@ -221,8 +221,7 @@ void TreeCopy::copyEntry(const std::string& source, const std::string& destinati
     if (failure.code == 0) {
         return;
     }
-    logReturnCode(kFunction, __FILE__, __LINE__, 'W', "helperUtil::fileCopy", failure.code, nullptr, "%s",
-                  failure.errorText.c_str());
+    ZRN_LOG_CODE_FOR(kFunction, 'W', "helperUtil::fileCopy", failure.code, "%s", failure.errorText.c_str());
     leaveOut(source, failure.isUnlistedFolder ? notListedReason(failure.errorText)
                                               : copyFailureReason(failure.code, failure.errorText));
 }

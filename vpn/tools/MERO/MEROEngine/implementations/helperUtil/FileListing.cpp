@@ -101,8 +101,8 @@ void readEntries(DIR* folder, const std::string& directory, const Listing& listi
         }
     }
     if (error != 0) {
-        logReturnCode(kFindAll, __FILE__, __LINE__, 'E', "readdir", static_cast<uint32_t>(error), nullptr,
-                      "Folder: %s\nError: %s", directory.c_str(), std::strerror(error));
+        ZRN_LOG_CODE_FOR(kFindAll, 'E', "readdir", error, "Folder: %s\nError: %s", directory.c_str(),
+                         std::strerror(error));
         listing.leaveOut(directory, notListedReason(std::strerror(error)));
     }
 }
@@ -118,7 +118,7 @@ uint32_t failToOpen(int error, const std::string& directory, const ListedFolder&
     if (error != ENOENT) {
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
-    logMessage(kFindAll, __FILE__, __LINE__, 'I', "\"%s\" is not a directory", directory.c_str());
+    ZRN_LOG_FOR(kFindAll, 'I', "\"%s\" is not a directory", directory.c_str());
     return MEROENGINE_ERROR_FILE_NOT_FOUND;
 }
 
@@ -173,8 +173,7 @@ uint32_t listFolder(const std::string& directory, Listing& listing, const Listed
         }
         const uint32_t code = listFolder(directory + entry.name + "/", listing, &here);
         if (code != 0) {
-            logReturnCode(kFindAll, __FILE__, __LINE__, 'E', "helperUtil::fileFindAll", code, nullptr,
-                          nullptr);
+            ZRN_LOG_CODE_FOR(kFindAll, 'E', "helperUtil::fileFindAll", code, nullptr);
         }
     }
     return listing.results.empty() ? MEROENGINE_ERROR_FILE_NOT_FOUND : 0;

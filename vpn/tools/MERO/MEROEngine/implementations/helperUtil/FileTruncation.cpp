@@ -72,24 +72,24 @@ bool fillScratch(const char* function, KeepFunction keep, int32_t keepBytes, int
     if (outcome.failedCall == nullptr) {
         return true;
     }
-    logReturnCode(function, __FILE__, __LINE__, 'E', outcome.failedCall, static_cast<uint32_t>(outcome.error),
-                  nullptr, "File: %s\nError: %s", kScratchName, std::strerror(outcome.error));
+    ZRN_LOG_CODE_FOR(function, 'E', outcome.failedCall, outcome.error, "File: %s\nError: %s", kScratchName,
+                     std::strerror(outcome.error));
     return false;
 }
 
 uint32_t truncateFile(const char* function, KeepFunction keep, int32_t keepBytes, const char* fileName) {
     if (fileName == nullptr) {
-        logMessage(function, __FILE__, __LINE__, 'E', "pszFilename is NULL");
+        ZRN_LOG_FOR(function, 'E', "pszFilename is NULL");
         return MEROENGINE_ERROR_BAD_PARAMETER;
     }
     FileDescriptor input;
     if (openRegularFile(fileName, O_RDONLY, input) != 0) {
-        logMessage(function, __FILE__, __LINE__, 'E', "Failed to open \"%s\"", fileName);
+        ZRN_LOG_FOR(function, 'E', "Failed to open \"%s\"", fileName);
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
     FileDescriptor scratch;
     if (!openScratch(input.get(), scratch)) {
-        logMessage(function, __FILE__, __LINE__, 'E', "Failed to open \"%s\"", kScratchName);
+        ZRN_LOG_FOR(function, 'E', "Failed to open \"%s\"", kScratchName);
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
     // A scratch file that lacks a part must never take the file's place: the file then stays as it is.
@@ -101,8 +101,7 @@ uint32_t truncateFile(const char* function, KeepFunction keep, int32_t keepBytes
     const uint32_t code = fileCopy(kScratchName, fileName, errorText);
     if (code != 0) {
         // The caller lists the file as it stands, so this is no failure of the truncation.
-        logReturnCode(function, __FILE__, __LINE__, 'E', "helperUtil::fileCopy", code, nullptr, "%s",
-                      errorText.c_str());
+        ZRN_LOG_CODE_FOR(function, 'E', "helperUtil::fileCopy", code, "%s", errorText.c_str());
     }
     return 0;
 }

@@ -64,8 +64,7 @@ uint32_t fileDeleteDirectory(const std::string& directory) {
     }
     std::string folder = directory.ends_with('/') ? directory : directory + "/";
     if (::access(folder.c_str(), F_OK) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "access", error);
+        ZRN_LOG_ERRNO('E', "access");
         return MEROENGINE_ERROR_ACCESS_DENIED;
     }
     std::list<std::string> patterns{"*"};
@@ -77,8 +76,7 @@ uint32_t fileDeleteDirectory(const std::string& directory) {
             return listCode;
         }
         if (::rmdir(folder.c_str()) != 0) {
-            const int error = errno;
-            ZRN_LOG_CODE('E', "rmdir", error);
+            ZRN_LOG_ERRNO('E', "rmdir");
             return MEROENGINE_ERROR_UNEXPECTED;
         }
         return 0;

@@ -11,6 +11,6 @@ template <typename Body> void runHandler(const char* function, const Body& body)
     try {
         body();
     } catch (const std::exception& error) {
-        logMessage(function, __FILE__, __LINE__, 'E', "The handler can't go on: %s", error.what());
+        ZRN_LOG_FOR(function, 'E', "The handler can't go on: %s", error.what());
     }
 }

@@ -48,8 +48,7 @@ FileDescriptor openPrivateFolder(const char* path) {
 std::optional<JobFolder> JobFolder::make(const std::string& parent) {
     std::string path = parent + "/job-XXXXXX";
     if (::mkdtemp(path.data()) == nullptr) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "mkdtemp", error);
+        ZRN_LOG_ERRNO('E', "mkdtemp");
         return std::nullopt;
     }
     return JobFolder(std::move(path));
@@ -77,8 +76,7 @@ bool JobFolder::remove() {
     const FileDescriptor parent(
         ::open(m_path.substr(0, nameStart).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!parent) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "open", error);
+        ZRN_LOG_ERRNO('E', "open");
         return false;
     }
     if (!removeFolder(parent.get(), m_path.c_str() + nameStart)) {

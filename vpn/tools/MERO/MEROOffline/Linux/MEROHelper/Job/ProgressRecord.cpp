@@ -44,8 +44,7 @@ bool writeProgress(int descriptor, const ProgressRecord& record) {
         written = ::write(descriptor, bytes.data(), size);
     } while (written < 0 && errno == EINTR);
     if (written < 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "write", error);
+        ZRN_LOG_ERRNO('W', "write");
     }
     return written == static_cast<ssize_t>(size);
 }

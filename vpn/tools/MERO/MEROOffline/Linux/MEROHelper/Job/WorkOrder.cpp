@@ -121,8 +121,7 @@ bool makeRoom(int pipe, std::size_t size) {
     if (room >= 0 && (enough || ::fcntl(pipe, F_SETPIPE_SZ, static_cast<int>(size)) >= 0)) {
         return true;
     }
-    const int error = errno;
-    ZRN_LOG_CODE('E', "fcntl", error);
+    ZRN_LOG_ERRNO('E', "fcntl");
     return false;
 }
 
@@ -145,8 +144,7 @@ std::optional<std::string_view> readToEnd(int pipe, std::string& buffer) {
             break;
         }
         if (length < 0 && errno != EINTR) {
-            const int error = errno;
-            ZRN_LOG_CODE('E', "read", error);
+            ZRN_LOG_ERRNO('E', "read");
             return std::nullopt;
         }
         size += length > 0 ? static_cast<std::size_t>(length) : 0;

@@ -33,8 +33,7 @@ bool makeRequestCopy(AcceptedJob& job) {
     const FileDescriptor copy(
         ::open(job.requestCopy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!copy) {
-        const int error = errno;
-        ZRN_LOG_CODE_TEXT('E', "open", error, "File: %s", job.requestCopy.c_str());
+        ZRN_LOG_ERRNO_TEXT('E', "open", "File: %s", job.requestCopy.c_str());
         return false;
     }
     return copyRequest(job.caller, job.arguments.requestPath, copy.get());

@@ -25,8 +25,7 @@ constexpr unsigned long kNoSymlinkFollow = 0x2000;
 FileDescriptor folderAbove(const FileDescriptor& folder) {
     FileDescriptor above(::openat(folder.get(), "..", kFolderFlags));
     if (!above) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "openat", error);
+        ZRN_LOG_ERRNO('W', "openat");
     }
     return above;
 }
@@ -58,8 +57,7 @@ bool walkUp(const FileDescriptor& start, const std::function<Walk(const FileDesc
 std::optional<struct stat> statusOf(const FileDescriptor& folder) {
     struct stat status {};
     if (::fstat(folder.get(), &status) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "fstat", error);
+        ZRN_LOG_ERRNO('W', "fstat");
         return std::nullopt;
     }
     return status;
@@ -78,8 +76,7 @@ bool isRootsAlone(const FileDescriptor& folder) {
 FileDescriptor openFolder(const std::string& path) {
     FileDescriptor folder(::open(path.c_str(), kFolderFlags));
     if (!folder && errno != ENOENT) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "open", error);
+        ZRN_LOG_ERRNO('W', "open");
     }
     return folder;
 }
@@ -116,8 +113,7 @@ bool belongsTo(const FileDescriptor& folder, uid_t user) {
 bool isClosedMount(const FileDescriptor& folder) {
     struct statvfs system {};
     if (::fstatvfs(folder.get(), &system) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "fstatvfs", error);
+        ZRN_LOG_ERRNO('W', "fstatvfs");
         return false;
     }
     return (system.f_flag & kNoSymlinkFollow) != 0;

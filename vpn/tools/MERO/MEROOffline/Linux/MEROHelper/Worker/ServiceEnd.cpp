@@ -59,8 +59,7 @@ bool awaitServiceEnd(pid_t service) {
         return false;
     }
     if (::prctl(PR_SET_PDEATHSIG, SIGTERM) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "prctl", error);
+        ZRN_LOG_ERRNO('E', "prctl");
         return false;
     }
     // The signal of a service that had ended before would never come.

@@ -49,8 +49,7 @@ uint64_t bytesIn(const std::string& path, std::vector<std::string>& foldersOut) 
 std::optional<FreeSpace> freeSpaceOf(const std::string& folder, const SpaceLimits& limits) {
     struct statvfs system {};
     if (::statvfs(folder.c_str(), &system) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE_TEXT('W', "statvfs", error, "%s", folder.c_str());
+        ZRN_LOG_ERRNO_TEXT('W', "statvfs", "%s", folder.c_str());
         return std::nullopt;
     }
     return freeSpaceOf(system, limits);

@@ -25,8 +25,7 @@ constexpr const char* kSessionFolders = "/run/user";
 std::string makeFolder(const std::string& jobFolder) {
     std::string path = jobFolder + kFolderPattern;
     if (::mkdtemp(path.data()) == nullptr) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "mkdtemp", error);
+        ZRN_LOG_ERRNO('E', "mkdtemp");
         return {};
     }
     return path;

@@ -43,8 +43,7 @@ bool enterFolder(const std::string& folder) {
     if (::chdir(folder.c_str()) == 0) {
         return true;
     }
-    const int error = errno;
-    ZRN_LOG_CODE('E', "chdir", error);
+    ZRN_LOG_ERRNO('E', "chdir");
     return false;
 }
 
@@ -53,8 +52,7 @@ bool enterFolder(const std::string& folder) {
 std::string makeHomeStandIn(const std::string& jobFolder) {
     std::string home = jobFolder + kHomeStandIn;
     if (::mkdir(home.c_str(), S_IRWXU) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('W', "mkdir", error);
+        ZRN_LOG_ERRNO('W', "mkdir");
     }
     return home;
 }
