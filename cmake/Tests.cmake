@@ -34,13 +34,14 @@ function(mero_add_tests target)
     if(ARG_JOBS)
         list(PREPEND ARG_LAUNCHER "${mero_own_tmp}")
     endif()
+    list(PREPEND ARG_LAUNCHER "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh")
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE mero_test_options test_support ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
     target_precompile_headers(${target} REUSE_FROM test_pch)
     # With this CMake only an emulator starts tests that are found by asking their program.
     set_target_properties(${target} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests"
-        CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh;${ARG_LAUNCHER}")
+        CROSSCOMPILING_EMULATOR "${ARG_LAUNCHER}")
     set(properties
         TIMEOUT 120
         PASS_REGULAR_EXPRESSION "  PASSED  . 1 test\\..*${mero_ended_well}")

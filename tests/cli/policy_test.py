@@ -96,7 +96,7 @@ class PolicyUsage(ConsoleTest):
     def testHelpOfGenerateNamesEverySettingAndItsValues(self):
         status, output, errors = self.run_console("policy", "generate", "--help")
         self.assertEqual((status, errors), (0, ""))
-        self.assertIn("\n  --overwrite ", output)
+        self.assertRegex(output, r"\n {2,10}--overwrite ")
         names = re.findall(r"(?m)^  [a-z]+=\S+ +(\w+)$", output)
         self.assertEqual(names, [line.split(":")[0] for line in DEFAULTS.splitlines()])
         for row in ("fm=false|true", "rtp=false|TLS|IPSec", "ecc=true|false", "rpc=TEXT", "upal=TEXT"):

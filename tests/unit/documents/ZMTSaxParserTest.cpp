@@ -112,7 +112,8 @@ TEST_F(SaxParserTest, SkipsAByteOrderMark) {
 
 TEST_F(SaxParserTest, WrongNestingIsMalformed) {
     expectMalformed("<a><b></a>", "Opening and ending tag mismatch: b line 0 and a\n");
-    EXPECT_TRUE(logged('E', "errorCB", "xml errorCB: Premature end of data in tag a line 1\n"));
+    // Of errors that follow from the first one newer libraries say nothing.
+    EXPECT_EQ(logged('E', "errorCB", "xml errorCB: Premature end of data in tag a line 1\n"), kOlderLibrary);
 }
 
 TEST_F(SaxParserTest, ATruncatedDocumentIsMalformedWhereverItEnds) {
@@ -138,8 +139,9 @@ TEST_F(SaxParserTest, SomethingBehindTheRootIsMalformed) {
 }
 
 TEST_F(SaxParserTest, BytesThatAreNotUtf8AreMalformed) {
-    expectMalformed("<a>\xFF</a>",
-                    "Input is not proper UTF-8, indicate encoding !\nBytes: 0xFF 0x3C 0x2F 0x61\n");
+    expectMalformed("<a>\xFF</a>", kOlderLibrary ? "Input is not proper UTF-8, indicate encoding !\n"
+                                                   "Bytes: 0xFF 0x3C 0x2F 0x61\n"
+                                                 : "Invalid bytes in character encoding\n");
 }
 
 TEST_F(SaxParserTest, AnOverlongUtf8SequenceIsMalformed) {
@@ -156,8 +158,13 @@ TEST_F(SaxParserTest, NulBytesAreMalformedInEveryPlace) {
     EXPECT_EQ(m_log.count('E', "Invoked Function: xmlParseDocument\n"), 4);
 }
 
-TEST_F(SaxParserTest, ANulByteBehindTheRootEndsTheDocument) {
-    EXPECT_EQ(eventsOf(std::string("<a/>\0<b>", 8)), (Events{"<a", ">a"}));
+TEST_F(SaxParserTest, ANulByteBehindTheRootIsNoPartOfTheDocument) {
+    const std::string text("<a/>\0<b>", 8);
+    if (kOlderLibrary) {
+        EXPECT_EQ(eventsOf(text), (Events{"<a", ">a"}));
+    } else {
+        expectMalformed(text, "Extra content at the end of the document\n");
+    }
 }
 
 TEST_F(SaxParserTest, ACharacterReferenceToNulIsMalformed) {
@@ -166,7 +173,9 @@ TEST_F(SaxParserTest, ACharacterReferenceToNulIsMalformed) {
 
 TEST_F(SaxParserTest, AnUnknownEncodingIsMalformed) {
     EXPECT_EQ(parseText("<?xml version=\"1.0\" encoding=\"none-such\"?><a/>"), GLOBAL_ERROR_UNEXPECTED);
-    EXPECT_TRUE(logged('E', "errorCB", "xml errorCB: Unsupported encoding none-such\n")) << m_log.dump();
+    const std::string text =
+        kOlderLibrary ? "Unsupported encoding none-such\n" : "Unsupported encoding: none-such\n";
+    EXPECT_TRUE(logged('E', "errorCB", "xml errorCB: " + text)) << m_log.dump();
 }
 
 TEST_F(SaxParserTest, MessagesOfTheLibraryGoToTheLogAndNotToStandardError) {
@@ -177,7 +186,9 @@ TEST_F(SaxParserTest, MessagesOfTheLibraryGoToTheLogAndNotToStandardError) {
     static_cast<void>(ZMTSaxParser(&m_manager).startParser(path("none.xml"), kParseFile));
     static_cast<void>(ZMTSaxParser(&m_manager).startParser(makeFolder("folder.xml"), kParseFile));
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_TRUE(m_log.contains('E', "xml errorCB: input conversion failed")) << m_log.dump();
+    const std::string text =
+        kOlderLibrary ? "input conversion failed" : "Invalid bytes in character encoding";
+    EXPECT_TRUE(m_log.contains('E', "xml errorCB: " + text)) << m_log.dump();
 }
 
 TEST_F(SaxParserTest, WithoutAManagerEachCallbackSaysSo) {

@@ -20,8 +20,7 @@ xmlExternalEntityLoader g_formerLoader = nullptr;
 
 void logFailedCall(const char* function, const char* call, int error, const std::string& path) {
     const std::string reason = std::generic_category().message(error);
-    logReturnCode(function, __FILE__, __LINE__, 'E', call, static_cast<uint32_t>(error), nullptr,
-                  "File: %s\nError: %s", path.c_str(), reason.c_str());
+    ZRN_LOG_CODE_FOR(function, 'E', call, error, "File: %s\nError: %s", path.c_str(), reason.c_str());
 }
 
 } // namespace
@@ -69,6 +68,7 @@ xmlParserInputPtr DocumentSource::openInput(const char* url, xmlParserCtxtPtr co
     if (!buffer) {
         return nullptr;
     }
+    m_pParser = context;
     xmlParserInputPtr input = xmlNewIOInputStream(context, buffer.get(), XML_CHAR_ENCODING_NONE);
     if (input != nullptr) {
         static_cast<void>(buffer.release()); // now the stream's
@@ -100,6 +100,10 @@ int DocumentSource::read(void* source, char* buffer, int size) noexcept {
 }
 
 int DocumentSource::readFile(char* buffer, int size) {
+    // The parser goes on behind an error, to find more of them.
+    if (m_pParser->wellFormed == 0) {
+        return 0;
+    }
     ssize_t got = -1;
     do {
         got = ::read(m_file.get(), buffer, static_cast<std::size_t>(size));

@@ -10,7 +10,8 @@
 /// and other users of libxml2 in the process, notice nothing.
 ///
 /// The path is taken as it stands: "http://..." names a folder "http:", "%41" is three characters. Only
-/// regular files are read, so that reading never blocks.
+/// regular files are read, so that reading never blocks. Once the document is known to be malformed nothing
+/// more of its file is read, so that one of a terabyte is soon given up.
 class DocumentSource {
 public:
     /// A document in memory: nothing at all may be loaded.
@@ -37,6 +38,8 @@ private:
 
     DocumentSource* m_pOuter;
     const std::string* m_pPath = nullptr;
+    /// The parser that reads the file; libxml2's.
+    xmlParserCtxtPtr m_pParser = nullptr;
     FileDescriptor m_file;
     bool m_readFailed = false;
 };

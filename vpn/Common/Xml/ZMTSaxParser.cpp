@@ -53,7 +53,7 @@ template <typename Event> void forward(void* context, const char* callback, Even
     try {
         auto* manager = static_cast<XmlMgr*>(parser->_private);
         if (manager == nullptr) {
-            logMessage(callback, __FILE__, __LINE__, 'E', "No XML Manager provided.");
+            ZRN_LOG_FOR(callback, 'E', "No XML Manager provided.");
             return;
         }
         event(*manager);
@@ -61,7 +61,7 @@ template <typename Event> void forward(void* context, const char* callback, Even
         stopParser(parser);
         // The memory that the event lacked may be missing for the log line too.
         try {
-            logMessage(callback, __FILE__, __LINE__, 'E', "The document can't be taken in; parsing stops.");
+            ZRN_LOG_FOR(callback, 'E', "The document can't be taken in; parsing stops.");
         } catch (...) {
             return;
         }
@@ -114,6 +114,14 @@ void errorCB(void* /*context*/, const char* format, ...) {
     }
 }
 
+/// Newer libraries pass over an entity of the document type that they don't know, and over each reference to
+/// what it may have declared; to us, as to their elders, such a document is not good.
+xmlEntityPtr parameterEntityCB(void* context, const xmlChar* name) {
+    errorCB(context, "PEReference: %%%s; not found\n", reinterpret_cast<const char*>(name));
+    stopParser(static_cast<xmlParserCtxt*>(context));
+    return nullptr;
+}
+
 /// Parses what stands in the context. @return true for a well-formed document.
 [[nodiscard]] bool parseDocument(xmlParserCtxt& context, XmlMgr* manager) {
     context._private = manager;
@@ -121,8 +129,7 @@ void errorCB(void* /*context*/, const char* format, ...) {
     // that it has made itself; with one given, each is undefined and costs neither memory nor time.
     context.myDoc = xmlNewDoc(nullptr);
     if (context.myDoc == nullptr) {
-        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlNewDoc", GLOBAL_ERROR_NULL_POINTER, nullptr,
-                      nullptr);
+        ZRN_LOG_CODE_FOR("startParser", 'E', "xmlNewDoc", GLOBAL_ERROR_NULL_POINTER, nullptr);
         return false;
     }
     // With `initialized` left at 0 the parser uses the element callbacks with flat attribute arrays.
@@ -131,11 +138,13 @@ void errorCB(void* /*context*/, const char* format, ...) {
     handler.endElement = &endElementCB;
     handler.characters = &elementValueCB;
     handler.error = &errorCB;
+    if constexpr (LIBXML_VERSION >= 21400) {
+        handler.getParameterEntity = &parameterEntityCB;
+    }
     const SaxHandlerScope scope(context, handler);
     const int result = xmlParseDocument(&context);
     if (result != 0) {
-        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlParseDocument",
-                      static_cast<uint32_t>(result), nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("startParser", 'E', "xmlParseDocument", result, nullptr);
     }
     return result == 0;
 }
@@ -152,8 +161,7 @@ void errorCB(void* /*context*/, const char* format, ...) {
         text.size() > INT_MAX ? nullptr
                               : xmlCreateMemoryParserCtxt(text.c_str(), static_cast<int>(text.size())));
     if (!context) {
-        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlCreateMemoryParserCtxt",
-                      GLOBAL_ERROR_NULL_POINTER, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("startParser", 'E', "xmlCreateMemoryParserCtxt", GLOBAL_ERROR_NULL_POINTER, nullptr);
         return GLOBAL_ERROR_UNEXPECTED;
     }
     return parseDocument(*context, manager) ? 0 : GLOBAL_ERROR_UNEXPECTED;
@@ -163,8 +171,7 @@ void errorCB(void* /*context*/, const char* format, ...) {
     const DocumentSource source(path);
     const ParserContextHandle context(xmlCreateFileParserCtxt(path.c_str()));
     if (!context) {
-        logReturnCode("startParser", __FILE__, __LINE__, 'E', "xmlCreateFileParserCtxt",
-                      GLOBAL_ERROR_NULL_POINTER, nullptr, nullptr);
+        ZRN_LOG_CODE_FOR("startParser", 'E', "xmlCreateFileParserCtxt", GLOBAL_ERROR_NULL_POINTER, nullptr);
         return GLOBAL_ERROR_UNEXPECTED;
     }
     const bool wellFormed = parseDocument(*context, manager);

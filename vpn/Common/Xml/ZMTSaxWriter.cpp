@@ -36,8 +36,7 @@ void appendSections(WipedString& buffer, std::string_view text) {
 
 /// Logs a failed call of writeDocument. @return the code for its caller.
 uint32_t writeFailure(const char* call, int error) {
-    logReturnCode("writeDocument", __FILE__, __LINE__, 'E', call, static_cast<uint32_t>(error), nullptr, "%s",
-                  std::strerror(error));
+    ZRN_LOG_CODE_FOR("writeDocument", 'E', call, error, "%s", std::strerror(error));
     return GLOBAL_ERROR_UNEXPECTED;
 }
 

@@ -5,6 +5,7 @@
 #include "FileList.h"
 #include "FilePacker.h"
 #include "Log.h"
+#include "NameMarks.h"
 #include "ReplacementFile.h"
 #include "ReturnCodes.h"
 #include "SourceFile.h"
@@ -28,8 +29,7 @@ struct PackOrder {
 };
 
 void logPlaceFailure(const char* call, int error, const std::string& zipPath) {
-    logReturnCode(kFunction, __FILE__, __LINE__, 'E', call, static_cast<uint32_t>(error), nullptr, "%s",
-                  zipPath.c_str());
+    ZRN_LOG_CODE_FOR(kFunction, 'E', call, error, "%s", zipPath.c_str());
 }
 
 /// @return false, logged, if no archive can come there.
@@ -41,8 +41,7 @@ bool makeFile(const std::string& zipPath, ReplacementFile& file) {
     } else {
         return true;
     }
-    logReturnCode(kFunction, __FILE__, __LINE__, 'E', "zipOpen64", GLOBAL_ERROR_BAD_PARAMETER, nullptr, "%s",
-                  zipPath.c_str());
+    ZRN_LOG_CODE_FOR(kFunction, 'E', "zipOpen64", GLOBAL_ERROR_BAD_PARAMETER, "%s", zipPath.c_str());
     return false;
 }
 
@@ -63,15 +62,16 @@ uint32_t packFiles(const PackOrder& order, ZipArchive& archive, PackReport& repo
 uint32_t writeArchive(const PackOrder& order, int file, PackReport& report) {
     ZipArchive archive;
     if (!archive.open(file)) {
-        logReturnCode(kFunction, __FILE__, __LINE__, 'E', "zipOpen64", GLOBAL_ERROR_BAD_PARAMETER, nullptr,
-                      nullptr);
+        ZRN_LOG_CODE_FOR(kFunction, 'E', "zipOpen64", GLOBAL_ERROR_BAD_PARAMETER, nullptr);
         return GLOBAL_ERROR_BAD_PARAMETER;
     }
     uint32_t code = packFiles(order, archive, report);
     if (const int closeResult = archive.close(); closeResult != ZIP_OK) {
-        logReturnCode(kFunction, __FILE__, __LINE__, 'E', "zipClose", static_cast<uint32_t>(closeResult),
-                      nullptr, nullptr);
+        ZRN_LOG_CODE_FOR(kFunction, 'E', "zipClose", closeResult, nullptr);
         code = code != 0 ? code : static_cast<uint32_t>(closeResult);
+    }
+    if (code == 0 && archive.hasForeignNames() && !unmarkForeignNames(file)) {
+        return GLOBAL_ERROR_UNEXPECTED;
     }
     if (code == 0 && !isDirectoryWhole(file, archive.entryCount())) {
         return GLOBAL_ERROR_UNEXPECTED;
@@ -82,7 +82,7 @@ uint32_t writeArchive(const PackOrder& order, int file, PackReport& report) {
 uint32_t writeAndPlace(const PackOrder& order, const std::string& zipPath, PackReport& report) {
     const std::string hiddenName = drawHiddenName();
     if (hiddenName.empty()) {
-        logMessage(kFunction, __FILE__, __LINE__, 'E', "There are no random numbers for a hidden name.");
+        ZRN_LOG_FOR(kFunction, 'E', "There are no random numbers for a hidden name.");
         return GLOBAL_ERROR_UNEXPECTED;
     }
     ReplacementFile file(zipPath, hiddenName);

@@ -118,8 +118,7 @@ private:
     }
 
     static void logFailure(const char* call, int error, const std::string& path) {
-        logReturnCode("getFileList", __FILE__, __LINE__, 'W', call, static_cast<uint32_t>(error), nullptr,
-                      "%s", path.c_str());
+        ZRN_LOG_CODE_FOR("getFileList", 'W', call, error, "%s", path.c_str());
     }
 
     bool m_recursive;

@@ -17,8 +17,7 @@ using Block = SourceFile::Block;
 
 /// Logs a failed step of an archive under the name of the function that makes it, wherever the step stands.
 void logArchiveFailure(char severity, const char* invokedFunction, int result, const std::string& path) {
-    logReturnCode("createZipFile", __FILE__, __LINE__, severity, invokedFunction,
-                  static_cast<uint32_t>(result), nullptr, "%s", path.c_str());
+    ZRN_LOG_CODE_FOR("createZipFile", severity, invokedFunction, result, "%s", path.c_str());
 }
 
 std::tm localTime(time_t seconds) {
@@ -36,7 +35,7 @@ time_t changeTimeOf(const std::string& path, const SourceFile& source) {
     if (path != "-" && ::stat(path.c_str(), &status) == 0) {
         return status.st_mtime;
     }
-    logMessage("createZipFile", __FILE__, __LINE__, 'W', "Failed to get file time attributes.");
+    ZRN_LOG_FOR("createZipFile", 'W', "Failed to get file time attributes.");
     return 0;
 }
 
@@ -67,7 +66,7 @@ std::string refusalOf(int openResult, const ZipEntry& entry) {
 uint32_t FilePacker::pack(const std::string& path, const std::string& entryName) {
     SourceFile source;
     if (const int error = source.open(path); error != 0) {
-        logMessage("createZipFile", __FILE__, __LINE__, 'E', "Could not open %s", path.c_str());
+        ZRN_LOG_FOR("createZipFile", 'E', "Could not open %s", path.c_str());
         logArchiveFailure('E', "open", error, path);
         m_report.add(entryName, reasonOf("could not be opened", error));
     }
@@ -100,8 +99,7 @@ uint32_t FilePacker::packText(const std::string& entryName, std::string_view tex
                                        return std::span<const unsigned char>(block.first(part.size()));
                                    });
     if (outcome.code == 0 && !outcome.refusal.empty()) {
-        logMessage("createZipFile", __FILE__, __LINE__, 'E', "\"%s\" %s", entryName.c_str(),
-                   outcome.refusal.c_str());
+        ZRN_LOG_FOR("createZipFile", 'E', "\"%s\" %s", entryName.c_str(), outcome.refusal.c_str());
         return GLOBAL_ERROR_UNEXPECTED;
     }
     return outcome.code;
@@ -200,8 +198,8 @@ FilePacker::Outcome FilePacker::appendEncrypted(const ZipEntry& entry, const std
     logWriteFailure(writeResult, path);
     const bool isDamaged = writeResult == ZIP_OK && actual.crc != expected.crc;
     if (isDamaged) {
-        logMessage("createZipFile", __FILE__, __LINE__, 'E',
-                   "\"%s\" was changed while it was packed; its entry is damaged.", path.c_str());
+        ZRN_LOG_FOR("createZipFile", 'E', "\"%s\" was changed while it was packed; its entry is damaged.",
+                    path.c_str());
     }
     // The entry states the expected sum in any case: with another one the header would refuse the right
     // password, while so the entry opens and unpackers report the damage.

@@ -53,6 +53,9 @@ public:
     [[nodiscard]] int close();
     /// Entries that were ended so far.
     [[nodiscard]] uint64_t entryCount() const { return m_entryCount; }
+    /// Whether an entry has a name that is not UTF-8; unmarkForeignNames looks after these, once the archive
+    /// is closed.
+    [[nodiscard]] bool hasForeignNames() const { return m_hasForeignNames; }
 
 private:
     [[nodiscard]] int counted(int closeResult);
@@ -61,4 +64,5 @@ private:
     std::unique_ptr<ZipOutput> m_output;
     ZipFileHandle m_file;
     uint64_t m_entryCount = 0;
+    bool m_hasForeignNames = false;
 };

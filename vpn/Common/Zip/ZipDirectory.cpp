@@ -31,8 +31,7 @@ bool isEmptyArchive(int file, off_t sizeBytes) {
 bool isDirectoryWhole(int file, uint64_t countExpected) {
     struct stat status {};
     if (::fstat(file, &status) != 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "fstat", error);
+        ZRN_LOG_ERRNO('E', "fstat");
         return false;
     }
     if (countExpected == 0 && isEmptyArchive(file, status.st_size)) {

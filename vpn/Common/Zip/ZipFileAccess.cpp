@@ -158,8 +158,7 @@ bool ZipInput::fill() {
         count = ::pread(m_file, m_buffer.data(), m_buffer.size(), static_cast<off_t>(m_position));
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
-        const int error = errno;
-        ZRN_LOG_CODE('E', "pread", error);
+        ZRN_LOG_ERRNO('E', "pread");
         m_hasFailed = true;
         return false;
     }

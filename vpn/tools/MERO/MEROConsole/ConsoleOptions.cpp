@@ -14,9 +14,19 @@ namespace {
 
 constexpr const char* kVersionText = "merocli " MERO_VERSION;
 
+/// Newer releases of CLI11 would break the lines of our texts anew, tables included.
+template <typename Formatter> void keepTextsAsTheyStand(Formatter& formatter) {
+    if constexpr (requires { formatter.enable_footer_formatting(false); }) {
+        formatter.enable_footer_formatting(false);
+        formatter.enable_description_formatting(false);
+    }
+}
+
 /// The command line, bound to its parser.
 struct CommandLine {
     CommandLine() {
+        // The commands share it.
+        keepTextsAsTheyStand(*app.get_formatter());
         app.set_version_flag("--version", kVersionText, "Print the version and exit");
         app.require_subcommand(0, 1); // none is told in words of our own, after arguments that nobody knows
         app.footer(

@@ -1,0 +1,148 @@
+#include "NameMarks.h"
+
+#include "Log.h"
+#include "ZipFileAccess.h"
+#include "ZipHandles.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr unsigned kUtf8NameFlag = 0x0800;
+/// Where the flags stand in the two headers of an entry, and where the second one names the place of the
+/// first.
+constexpr off_t kFlagsInLocalHeader = 6;
+constexpr off_t kFlagsInDirectory = 8;
+constexpr off_t kPlaceInDirectory = 42;
+/// Stands for a place that has its room elsewhere.
+constexpr uint64_t kFarAway = 0xFFFFFFFF;
+
+/// Length of the well-formed UTF-8 sequence at the start of `text`, or 0.
+size_t utf8SequenceLength(std::string_view text) {
+    const auto byteAt = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
+    const unsigned lead = byteAt(0);
+    if (lead < 0x80) {
+        return 1;
+    }
+    // The second byte's range is what shuts out overlong forms, surrogates and values above U+10FFFF.
+    unsigned lowest = 0x80;
+    unsigned highest = 0xBF;
+    size_t length = 0;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        lowest = lead == 0xE0 ? 0xA0 : lowest;
+        highest = lead == 0xED ? 0x9F : highest;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        lowest = lead == 0xF0 ? 0x90 : lowest;
+        highest = lead == 0xF4 ? 0x8F : highest;
+    } else {
+        return 0;
+    }
+    if (byteAt(1) < lowest || byteAt(1) > highest) {
+        return 0;
+    }
+    for (size_t i = 2; i < length; ++i) {
+        if ((byteAt(i) & 0xC0U) != 0x80U) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+[[nodiscard]] bool readWhole(int file, unsigned char* bytes, size_t count, off_t at) {
+    if (::pread(file, bytes, count, at) == static_cast<ssize_t>(count)) {
+        return true;
+    }
+    ZRN_LOG_ERRNO('E', "pread");
+    return false;
+}
+
+[[nodiscard]] bool clearMark(int file, off_t flagsAt) {
+    std::array<unsigned char, 2> flags{};
+    if (!readWhole(file, flags.data(), flags.size(), flagsAt)) {
+        return false;
+    }
+    flags[1] = static_cast<unsigned char>(flags[1] & ~(kUtf8NameFlag >> 8U));
+    if (::pwrite(file, flags.data(), flags.size(), flagsAt) == static_cast<ssize_t>(flags.size())) {
+        return true;
+    }
+    ZRN_LOG_ERRNO('E', "pwrite");
+    return false;
+}
+
+/// @param inDirectory  where the entry stands in the archive's directory.
+[[nodiscard]] bool unmark(int file, off_t inDirectory) {
+    std::array<unsigned char, 4> bytes{};
+    if (!readWhole(file, bytes.data(), bytes.size(), inDirectory + kPlaceInDirectory)) {
+        return false;
+    }
+    const uint64_t place =
+        bytes[0] | (uint64_t{bytes[1]} << 8U) | (uint64_t{bytes[2]} << 16U) | (uint64_t{bytes[3]} << 24U);
+    if (place == kFarAway) {
+        ZRN_LOG('W',
+                "An entry far behind in the archive keeps a mark that its name is UTF-8, which it is not.");
+        return true;
+    }
+    return clearMark(file, inDirectory + kFlagsInDirectory) &&
+           clearMark(file, static_cast<off_t>(place) + kFlagsInLocalHeader);
+}
+
+/// Where the marked names that are no UTF-8 stand in the directory.
+[[nodiscard]] std::vector<off_t> wronglyMarked(unzFile archive) {
+    std::vector<off_t> places;
+    std::string name(0xFFFF, '\0');
+    for (int result = unzGoToFirstFile(archive); result == UNZ_OK; result = unzGoToNextFile(archive)) {
+        unz_file_info64 info{};
+        if (unzGetCurrentFileInfo64(archive, &info, name.data(), name.size(), nullptr, 0, nullptr, 0) ==
+                UNZ_OK &&
+            (info.flag & kUtf8NameFlag) != 0 &&
+            !isUtf8Name(std::string_view(name).substr(0, info.size_filename))) {
+            places.push_back(static_cast<off_t>(unzGetOffset64(archive)));
+        }
+    }
+    return places;
+}
+
+} // namespace
+
+bool isUtf8Name(std::string_view name) {
+    while (!name.empty()) {
+        const size_t length = utf8SequenceLength(name);
+        if (length == 0) {
+            return false;
+        }
+        name.remove_prefix(length);
+    }
+    return true;
+}
+
+bool isAsciiName(std::string_view name) {
+    return std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+bool unmarkForeignNames(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0) {
+        ZRN_LOG_ERRNO('E', "fstat");
+        return false;
+    }
+    ZipInput input(file, static_cast<uint64_t>(status.st_size));
+    zlib_filefunc64_def functions = input.functions();
+    const UnzipFileHandle archive(unzOpen2_64("", &functions));
+    if (!archive) {
+        ZRN_LOG('E', "The archive that was written can't be opened.");
+        return false;
+    }
+    const std::vector<off_t> places = wronglyMarked(archive.get());
+    return std::all_of(places.begin(), places.end(), [file](off_t place) { return unmark(file, place); });
+}
