@@ -138,7 +138,7 @@ xmlEntityPtr parameterEntityCB(void* context, const xmlChar* name) {
     handler.endElement = &endElementCB;
     handler.characters = &elementValueCB;
     handler.error = &errorCB;
-    if constexpr (LIBXML_VERSION >= 21400) {
+    if (LIBXML_VERSION >= 21400) {
         handler.getParameterEntity = &parameterEntityCB;
     }
     const SaxHandlerScope scope(context, handler);
