@@ -58,11 +58,13 @@ void logTrace(uint32_t messageId, ...);
 [[nodiscard]] bool isLoggerInstalled();
 
 /// The two log calls with the caller's place filled in.
-#define ZRN_LOG(severity, ...) ZRN_LOG_FOR(__func__, severity, __VA_ARGS__)
+#define ZRN_LOG(severity, ...) logMessage(__func__, __FILE__, __LINE__, severity, __VA_ARGS__)
 #define ZRN_LOG_CODE(severity, invokedFunction, returnCode)                                                  \
-    ZRN_LOG_CODE_FOR(__func__, severity, invokedFunction, returnCode, nullptr)
+    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction,                                   \
+                  static_cast<uint32_t>(returnCode), nullptr, nullptr)
 #define ZRN_LOG_CODE_TEXT(severity, invokedFunction, returnCode, ...)                                        \
-    ZRN_LOG_CODE_FOR(__func__, severity, invokedFunction, returnCode, __VA_ARGS__)
+    logReturnCode(__func__, __FILE__, __LINE__, severity, invokedFunction,                                   \
+                  static_cast<uint32_t>(returnCode), nullptr, __VA_ARGS__)
 
 /// The same for a system call that has failed just now: errno is taken before anything else is looked at.
 #define ZRN_LOG_ERRNO(severity, invokedFunction) ZRN_LOG_ERRNO_TEXT(severity, invokedFunction, nullptr)
