@@ -7,13 +7,16 @@ add_custom_target(threaded_tests)
 set(mero_ended_well "ended with status 0\n$")
 
 # Tests that run a whole job share one working folder of a fixed name in /tmp. They get a /tmp of their own where whoever
-# builds may mount one, and run one at a time elsewhere.
-set(mero_own_tmp "${CMAKE_CURRENT_LIST_DIR}/../tests/support/with-own-tmp.sh")
+# builds may mount one and nothing of the build stands in the machine's, and run one at a time elsewhere.
 execute_process(COMMAND unshare --mount --propagation private mount -t tmpfs tmpfs /tmp
     RESULT_VARIABLE mero_own_tmp_status OUTPUT_QUIET ERROR_QUIET)
-if(mero_own_tmp_status EQUAL 0)
+file(REAL_PATH "${CMAKE_SOURCE_DIR}" mero_real_source)
+file(REAL_PATH "${CMAKE_BINARY_DIR}" mero_real_build)
+if(mero_own_tmp_status EQUAL 0 AND NOT "${mero_real_source}" MATCHES "^/tmp/" AND NOT "${mero_real_build}" MATCHES "^/tmp/")
+    set(mero_job_launcher "${CMAKE_CURRENT_LIST_DIR}/../tests/support/with-own-tmp.sh")
     set(mero_job_properties)
 else()
+    set(mero_job_launcher)
     set(mero_job_properties RESOURCE_LOCK working_folder)
 endif()
 
@@ -32,7 +35,7 @@ endfunction()
 function(mero_add_tests target)
     cmake_parse_arguments(ARG "JOBS" "" "SOURCES;LIBRARIES;LABELS;LAUNCHER" ${ARGN})
     if(ARG_JOBS)
-        list(PREPEND ARG_LAUNCHER "${mero_own_tmp}")
+        list(PREPEND ARG_LAUNCHER ${mero_job_launcher})
     endif()
     list(PREPEND ARG_LAUNCHER "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh")
     add_executable(${target} ${ARG_SOURCES})
@@ -87,7 +90,7 @@ function(mero_add_python_tests script)
             set(name "${ARG_PREFIX}${class}.${CMAKE_MATCH_1}")
             set(launcher ${ARG_LAUNCHER})
             if(class IN_LIST jobClasses)
-                list(PREPEND launcher "${mero_own_tmp}")
+                list(PREPEND launcher ${mero_job_launcher})
             endif()
             add_test(NAME "${name}"
                 COMMAND "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/with-status.sh" ${launcher}
