@@ -8,10 +8,10 @@
 // the machine count. Times are in nanoseconds a call, see SideBySide.h. That a hit allocates nothing is
 // tested, not measured.
 
-#include "GettextRuntime.h"
-#include "MsgCatalog.h"
-#include "SideBySide.h"
-#include "StoragePath.h"
+#include "bench/SideBySide.h"
+#include "Common/i18n/GettextRuntime.h"
+#include "Common/i18n/MsgCatalog.h"
+#include "Common/Utility/StoragePath.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

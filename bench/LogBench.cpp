@@ -8,9 +8,9 @@
 //          in the journal's place, in a mount namespace that nobody else sees, and a thread reads it empty.
 //
 // Times are in nanoseconds a line, see SideBySide.h.
-#include "Handles.h"
-#include "Log.h"
-#include "SideBySide.h"
+#include "bench/SideBySide.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

@@ -8,10 +8,10 @@
 //                    and all that GTK does about them until it is idle; meant to stay under 16 ms
 //   Store            what Next does on that page
 
-#include "MEROGtkMainWindow.h"
-#include "MEROXmlLoader.h"
-#include "ParseConfigXML.h"
-#include "Widgets.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Printing of one section of the summary, 3,000 files with their wrapped descriptions, beside a plain fprintf
 // of the same bytes, line by line. The difference is what building and wrapping the rows costs; both append
 // to a file in the folder for temporary files, which is emptied between the rounds.
-#include "collector.h"
+#include "tools/MERO/MEROEngine/implementations/collector.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>

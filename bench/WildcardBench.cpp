@@ -4,7 +4,7 @@
 // name against every pattern, so the rate is that of single matches.
 // Stars:   a pattern full of stars on a text that it just fails to match, where a careless matcher tries
 // every way of sharing the text out among the stars. The argument is the length of the text.
-#include "Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

@@ -8,7 +8,7 @@
 //
 // ReadIntoTree is meant to stay within three times BareParse of the same run.
 
-#include "MEROXmlLoader.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdio>

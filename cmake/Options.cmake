@@ -4,6 +4,8 @@ check_pie_supported()
 
 add_library(mero_options INTERFACE)
 target_compile_features(mero_options INTERFACE cxx_std_20)
+# One root: an include line names the folder, and with it the layer, that it takes something from.
+target_include_directories(mero_options INTERFACE "${CMAKE_SOURCE_DIR}/vpn")
 target_compile_options(mero_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${MERO_WARNINGS_AS_ERRORS}>:-Werror>
@@ -15,6 +17,7 @@ target_compile_options(mero_options INTERFACE
 # less than half of the time. What they test is compiled as shipped. The reports of a sanitizer want lines.
 add_library(mero_test_options INTERFACE)
 target_link_libraries(mero_test_options INTERFACE mero_options)
+target_include_directories(mero_test_options INTERFACE "${CMAKE_SOURCE_DIR}")
 # All of them take the same precompiled header, and those that use GTK are compiled so.
 target_compile_options(mero_test_options INTERFACE -pthread)
 target_compile_options(mero_test_options INTERFACE

@@ -1,7 +1,7 @@
-#include "BusCaller.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
 
-#include "PrivateBus.h"
-#include "Sandbox.h"
+#include "tests/bus/PrivateBus.h"
+#include "tests/support/Sandbox.h"
 
 #include <array>
 #include <gio/gio.h>

@@ -1,11 +1,11 @@
-#include "DBusClient.h"
-#include "CapturedLog.h"
-#include "MEROStatusInfo.h"
-#include "PrivateBus.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
-#include "StandInHelper.h"
+#include "tools/MERO/MEROOffline/Linux/DBusClient.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/bus/PrivateBus.h"
+#include "tests/bus/StandInHelper.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
+#include "tools/MERO/MEROEngine/implementations/MEROStatusInfo.h"
 
 #include <chrono>
 #include <filesystem>

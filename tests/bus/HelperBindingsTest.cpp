@@ -1,9 +1,9 @@
+#include "Common/Utility/ReturnCodes.h"
 #include "DBusIfc.h"
-#include "PrivateBus.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
-#include "StandInHelper.h"
+#include "tests/bus/PrivateBus.h"
+#include "tests/bus/StandInHelper.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <cstddef>
 #include <gmock/gmock.h>

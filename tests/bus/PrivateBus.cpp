@@ -1,6 +1,6 @@
-#include "PrivateBus.h"
+#include "tests/bus/PrivateBus.h"
 
-#include "GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <array>
 #include <csignal>

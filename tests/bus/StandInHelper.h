@@ -1,7 +1,7 @@
 #pragma once
 
 #include "DBusIfc.h"
-#include "GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <condition_variable>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "StandInHelper.h"
+#include "tests/bus/StandInHelper.h"
 
 #include <cstdlib>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FuzzTarget.h"
+#include "tests/fuzz/FuzzTarget.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,7 +1,7 @@
 // Gives every file of the folders named on the command line to the target, and one empty input. Exit status
 // 1 if there was no file.
 
-#include "FuzzTarget.h"
+#include "tests/fuzz/FuzzTarget.h"
 
 #include <exception>
 #include <filesystem>

@@ -1,8 +1,8 @@
 // A message catalogue: whatever it says of itself, no text comes from outside it. The pieces of the input
 // between NUL bytes are the texts that are looked up.
 
-#include "FuzzTarget.h"
-#include "MoFile.h"
+#include "Common/i18n/MoFile.h"
+#include "tests/fuzz/FuzzTarget.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 // A text of os-release form, and the first line of the input as the key that is looked up in the rest.
 
-#include "FuzzTarget.h"
-#include "SystemIdentity.h"
+#include "Common/Utility/SystemIdentity.h"
+#include "tests/fuzz/FuzzTarget.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // A configured path with references to the environment.
 
-#include "FuzzTarget.h"
-#include "Paths.h"
+#include "tests/fuzz/FuzzTarget.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
 extern "C" int LLVMFuzzerInitialize(int* /*argumentCount*/, char*** /*arguments*/) {
     // Values that name each other and themselves, one that is empty and one that is long.

@@ -1,10 +1,10 @@
 // The file of the local policy; and the lines of the same input as settings to write into one.
 
-#include "FuzzFolder.h"
-#include "PolicySettings.h"
-#include "StoragePath.h"
-#include "StringUtils.h"
-#include "XmlLocalTLPolMgr.h"
+#include "Common/Policy/PolicySettings.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
+#include "Common/Utility/StoragePath.h"
+#include "Common/Utility/StringUtils.h"
+#include "tests/fuzz/FuzzFolder.h"
 
 #include <vector>
 

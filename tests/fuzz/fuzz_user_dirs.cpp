@@ -1,7 +1,7 @@
 // The user's user-dirs.dirs, of which the desktop folder is read.
 
-#include "FuzzFolder.h"
-#include "Paths.h"
+#include "tests/fuzz/FuzzFolder.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
 extern "C" int LLVMFuzzerInitialize(int* /*argumentCount*/, char*** /*arguments*/) {
     return 0;

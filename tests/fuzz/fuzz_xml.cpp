@@ -1,7 +1,7 @@
 // A document in memory, as a request is: it loads or it does not, and a tree that loaded is whole.
 
-#include "FuzzTarget.h"
-#include "MEROXmlLoader.h"
+#include "tests/fuzz/FuzzTarget.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "HelperProgram.h"
-#include "Log.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/HelperProgram.h"
 
 #include <cstdint>
 #include <cstdlib>

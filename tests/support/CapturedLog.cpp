@@ -1,4 +1,4 @@
-#include "CapturedLog.h"
+#include "tests/support/CapturedLog.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "HeapWatch.h"
+#include "tests/support/HeapWatch.h"
 
 #include <atomic>
 #include <cstdlib>

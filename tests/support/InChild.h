@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Sandbox.h"
+#include "tests/support/Sandbox.h"
 
 #include <csignal>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AddressSpaceLimit.h"
+#include "tests/support/AddressSpaceLimit.h"
 
 #include <cstddef>
 #include <gtest/gtest.h>

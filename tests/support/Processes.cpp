@@ -1,6 +1,6 @@
-#include "Processes.h"
+#include "tests/support/Processes.h"
 
-#include "StopRequest.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <chrono>
 #include <csignal>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "StoragePath.h"
+#include "Common/Utility/StoragePath.h"
 
 #include <gtest/gtest.h>
 

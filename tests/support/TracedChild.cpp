@@ -1,6 +1,6 @@
-#include "TracedChild.h"
+#include "tests/support/TracedChild.h"
 
-#include "Handles.h"
+#include "Common/Utility/Handles.h"
 
 #include <csignal>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "ReturnCodes.h"
-#include "UsedLanguage.h"
-#include "WizardFixture.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/wizard/UsedLanguage.h"
+#include "tests/wizard/WizardFixture.h"
 
 #include <gmock/gmock.h>
 

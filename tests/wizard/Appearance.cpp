@@ -1,6 +1,6 @@
-#include "Appearance.h"
+#include "tests/wizard/Appearance.h"
 
-#include "GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <gdk/gdkx.h>
 #include <memory>

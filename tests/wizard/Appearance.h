@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Contrast.h"
+#include "tests/wizard/Contrast.h"
 
 #include <gtk/gtk.h>
 #include <iosfwd>

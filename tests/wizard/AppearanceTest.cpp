@@ -1,10 +1,10 @@
-#include "Appearance.h"
-#include "FocusWalk.h"
-#include "ReturnCodes.h"
-#include "SelectionPage.h"
-#include "ShownTexts.h"
-#include "UsedLanguage.h"
-#include "WindowPictures.h"
+#include "tests/wizard/Appearance.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/wizard/FocusWalk.h"
+#include "tests/wizard/SelectionPage.h"
+#include "tests/wizard/ShownTexts.h"
+#include "tests/wizard/UsedLanguage.h"
+#include "tests/wizard/WindowPictures.h"
 
 #include <cstdlib>
 #include <gdk/gdkx.h>

@@ -1,8 +1,8 @@
-#include "BackgroundRun.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 
-#include "NoNewThreads.h"
-#include "Progress.h"
-#include "WizardFixture.h"
+#include "tests/support/NoNewThreads.h"
+#include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <future>
 #include <thread>

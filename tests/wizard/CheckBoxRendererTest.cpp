@@ -1,4 +1,4 @@
-#include "SelectionPage.h"
+#include "tests/wizard/SelectionPage.h"
 
 #include <gmock/gmock.h>
 

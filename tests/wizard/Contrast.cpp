@@ -1,4 +1,4 @@
-#include "Contrast.h"
+#include "tests/wizard/Contrast.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WindowDrawing.h"
+#include "tests/wizard/WindowDrawing.h"
 
 #include <gtk/gtk.h>
 #include <string>

@@ -1,9 +1,9 @@
-#include "BackgroundRun.h"
-#include "NoNewThreads.h"
-#include "ReturnCodes.h"
-#include "SelectionPage.h"
-#include "SelectionPicture.h"
-#include "SelectionWalk.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/NoNewThreads.h"
+#include "tests/unit/selection/SelectionPicture.h"
+#include "tests/unit/selection/SelectionWalk.h"
+#include "tests/wizard/SelectionPage.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 
 #include <algorithm>
 #include <thread>

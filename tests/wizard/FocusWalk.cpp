@@ -1,7 +1,7 @@
-#include "FocusWalk.h"
+#include "tests/wizard/FocusWalk.h"
 
-#include "ShownTexts.h"
-#include "WindowDrawing.h"
+#include "tests/wizard/ShownTexts.h"
+#include "tests/wizard/WindowDrawing.h"
 
 #include <memory>
 #include <set>

@@ -1,8 +1,8 @@
-#include "BackgroundRun.h"
-#include "PrivateBus.h"
-#include "ReturnCodes.h"
-#include "StandInHelper.h"
-#include "WizardFixture.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/bus/PrivateBus.h"
+#include "tests/bus/StandInHelper.h"
+#include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 
 #include <gmock/gmock.h>
 

@@ -1,10 +1,10 @@
-#include "MsgCatalog.h"
-#include "ReturnCodes.h"
-#include "ShownTexts.h"
-#include "UsedLanguage.h"
-#include "UserTexts.h"
-#include "WizardFixture.h"
-#include "WizardLanguage.h"
+#include "Common/i18n/MsgCatalog.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/wizard/ShownTexts.h"
+#include "tests/wizard/UsedLanguage.h"
+#include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <gmock/gmock.h>
 #include <string>

@@ -1,7 +1,7 @@
-#include "ReturnCodes.h"
-#include "StoragePathAccess.h"
-#include "WizardFixture.h"
-#include "XmlLocalTLPolMgr.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/StoragePathAccess.h"
+#include "tests/wizard/WizardFixture.h"
 
 #include <gtest/gtest.h>
 

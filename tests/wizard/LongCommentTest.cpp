@@ -1,5 +1,5 @@
-#include "Sanitizers.h"
-#include "WizardFixture.h"
+#include "tests/support/Sanitizers.h"
+#include "tests/wizard/WizardFixture.h"
 
 #include <algorithm>
 #include <ctime>

@@ -1,8 +1,8 @@
-#include "Mnemonics.h"
+#include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
 
-#include "UsedLanguage.h"
-#include "UserTexts.h"
-#include "WizardFixture.h"
+#include "tests/wizard/UsedLanguage.h"
+#include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 
 #include <gmock/gmock.h>
 #include <map>

@@ -1,7 +1,7 @@
-#include "Appearance.h"
-#include "ReturnCodes.h"
-#include "WindowDrawing.h"
-#include "WizardFixture.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/wizard/Appearance.h"
+#include "tests/wizard/WindowDrawing.h"
+#include "tests/wizard/WizardFixture.h"
 
 #include <gmock/gmock.h>
 

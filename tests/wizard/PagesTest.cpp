@@ -1,5 +1,5 @@
-#include "ReturnCodes.h"
-#include "WizardFixture.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/wizard/WizardFixture.h"
 
 namespace {
 

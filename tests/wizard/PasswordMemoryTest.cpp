@@ -1,5 +1,5 @@
-#include "HeapWatch.h"
-#include "WizardFixture.h"
+#include "tests/support/HeapWatch.h"
+#include "tests/wizard/WizardFixture.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "Contrast.h"
-#include "WizardFixture.h"
+#include "tests/wizard/Contrast.h"
+#include "tests/wizard/WizardFixture.h"
 
 namespace {
 

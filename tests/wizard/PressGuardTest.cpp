@@ -1,4 +1,4 @@
-#include "PressGuard.h"
+#include "tools/MERO/MEROOffline/Linux/PressGuard.h"
 
 #include <gtest/gtest.h>
 

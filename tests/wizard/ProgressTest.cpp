@@ -1,6 +1,6 @@
-#include "Contrast.h"
-#include "ReturnCodes.h"
-#include "WizardFixture.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/wizard/Contrast.h"
+#include "tests/wizard/WizardFixture.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "RecordedJob.h"
+#include "tests/wizard/RecordedJob.h"
 
-#include "MEROOffline.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
+#include "tools/MERO/MEROOffline/Common/MEROOffline.h"
 
 #include <condition_variable>
 #include <mutex>

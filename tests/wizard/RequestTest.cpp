@@ -1,6 +1,6 @@
-#include "NoNewThreads.h"
-#include "ReturnCodes.h"
-#include "WizardFixture.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/NoNewThreads.h"
+#include "tests/wizard/WizardFixture.h"
 
 #include <filesystem>
 

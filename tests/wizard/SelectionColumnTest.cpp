@@ -1,5 +1,5 @@
-#include "GtkHandles.h"
-#include "SelectionPage.h"
+#include "tests/wizard/SelectionPage.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
 
 #include <chrono>
 #include <gdk/gdkx.h>

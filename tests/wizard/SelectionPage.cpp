@@ -1,8 +1,8 @@
-#include "SelectionPage.h"
+#include "tests/wizard/SelectionPage.h"
 
-#include "GtkHandles.h"
-#include "SelectionPicture.h"
-#include "SelectionWalk.h"
+#include "tests/unit/selection/SelectionPicture.h"
+#include "tests/unit/selection/SelectionWalk.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ReferenceSelection.h"
-#include "WizardFixture.h"
+#include "tests/unit/selection/ReferenceSelection.h"
+#include "tests/wizard/WizardFixture.h"
 
 #include <list>
 #include <string>

@@ -1,6 +1,6 @@
-#include "BackgroundRun.h"
-#include "Sanitizers.h"
-#include "SelectionPage.h"
+#include "tests/support/Sanitizers.h"
+#include "tests/wizard/SelectionPage.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 
 #include <algorithm>
 #include <chrono>

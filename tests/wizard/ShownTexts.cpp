@@ -1,9 +1,9 @@
-#include "ShownTexts.h"
+#include "tests/wizard/ShownTexts.h"
 
-#include "Contrast.h"
-#include "GlibHandles.h"
+#include "tests/wizard/Contrast.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
-#include "GtkHandles.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
 #include <utility>
 
 namespace {

@@ -1,6 +1,6 @@
-#include "Progress.h"
-#include "ReturnCodes.h"
-#include "WizardFixture.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <gmock/gmock.h>
 #include <thread>

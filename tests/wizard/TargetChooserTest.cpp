@@ -1,5 +1,5 @@
-#include "GlibHandles.h"
-#include "WizardFixture.h"
+#include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 namespace {
 

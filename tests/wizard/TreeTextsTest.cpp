@@ -1,6 +1,6 @@
-#include "GlibHandles.h"
-#include "UsedLanguage.h"
-#include "WizardFixture.h"
+#include "tests/wizard/UsedLanguage.h"
+#include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <gmock/gmock.h>
 #include <string>

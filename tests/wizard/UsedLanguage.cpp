@@ -1,6 +1,6 @@
-#include "UsedLanguage.h"
+#include "tests/wizard/UsedLanguage.h"
 
-#include "MsgCatalog.h"
+#include "Common/i18n/MsgCatalog.h"
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>

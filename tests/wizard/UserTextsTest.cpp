@@ -1,6 +1,6 @@
-#include "UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 
-#include "MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

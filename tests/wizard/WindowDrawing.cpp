@@ -1,4 +1,4 @@
-#include "WindowDrawing.h"
+#include "tests/wizard/WindowDrawing.h"
 
 #include <cstddef>
 

@@ -1,6 +1,6 @@
-#include "WindowPictures.h"
+#include "tests/wizard/WindowPictures.h"
 
-#include "WindowDrawing.h"
+#include "tests/wizard/WindowDrawing.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,7 +1,7 @@
-#include "WizardFixture.h"
+#include "tests/wizard/WizardFixture.h"
 
-#include "GlibHandles.h"
-#include "MsgCatalog.h"
+#include "Common/i18n/MsgCatalog.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <utility>
 

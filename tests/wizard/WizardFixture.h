@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "MEROGtkMainWindow.h"
-#include "RecordedJob.h"
-#include "Sandbox.h"
-#include "Widgets.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/wizard/RecordedJob.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <functional>
 #include <gtk/gtk.h>

@@ -1,6 +1,6 @@
-#include "ActionTest.h"
+#include "tests/engine/action/ActionTest.h"
 
-#include "MEROCollectLogsAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
 #include <fcntl.h>
 #include <stdexcept>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "MEROActionInfo.h"
-#include "MEROCollectedFile.h"
-#include "MEROXmlLoader.h"
-#include "MEROXmlObject.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectedFile.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <cstdint>
 #include <list>

@@ -1,8 +1,8 @@
-#include "InChild.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
-#include "ToolTest.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ToolTest.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
+#include "tests/support/SystemCallFilter.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,8 +1,8 @@
-#include "InChild.h"
-#include "Processes.h"
-#include "ProgressLock.h"
-#include "ReturnCodes.h"
-#include "ToolTest.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ToolTest.h"
+#include "tests/engine/pipeline/ProgressLock.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
 
 #include <chrono>
 #include <csignal>

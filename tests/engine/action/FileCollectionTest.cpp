@@ -1,8 +1,8 @@
-#include "ActionTest.h"
-#include "InChild.h"
-#include "MEROCollectLogsAction.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ActionTest.h"
+#include "tests/support/InChild.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

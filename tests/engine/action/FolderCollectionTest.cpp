@@ -1,7 +1,7 @@
-#include "ActionTest.h"
-#include "InChild.h"
-#include "MEROCollectLogsAction.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ActionTest.h"
+#include "tests/support/InChild.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "ActionTest.h"
+#include "tests/engine/action/ActionTest.h"
 
 #include <atomic>
 #include <fstream>

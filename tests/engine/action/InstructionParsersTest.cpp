@@ -1,7 +1,7 @@
-#include "ActionTest.h"
-#include "MEROAction.h"
-#include "Paths.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ActionTest.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
-#include "MEROAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
-#include "ActionTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ActionTest.h"
 
 #include <functional>
 #include <gmock/gmock.h>

@@ -1,9 +1,9 @@
-#include "MEROClearLogsAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROClearLogsAction.h"
 
-#include "InChild.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "ToolTest.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ToolTest.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
 
 #include <cerrno>
 #include <filesystem>

@@ -1,7 +1,7 @@
-#include "MEROCollectLogsAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
-#include "ActionTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ActionTest.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
-#include "ActionTest.h"
-#include "Handles.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ActionTest.h"
 
 #include <csignal>
 #include <cstring>

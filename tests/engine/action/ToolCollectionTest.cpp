@@ -1,7 +1,7 @@
-#include "InChild.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "ToolTest.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ToolTest.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
-#include "Processes.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
-#include "ToolTest.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/action/ToolTest.h"
+#include "tests/support/Processes.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <atomic>
 #include <ctime>

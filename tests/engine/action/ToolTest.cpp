@@ -1,9 +1,9 @@
-#include "ToolTest.h"
+#include "tests/engine/action/ToolTest.h"
 
-#include "Handles.h"
-#include "InChild.h"
-#include "Processes.h"
-#include "Progress.h"
+#include "Common/Utility/Handles.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <array>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ActionTest.h"
-#include "MEROCollectLogsAction.h"
-#include "RecordingListener.h"
+#include "tests/engine/action/ActionTest.h"
+#include "tests/engine/pipeline/RecordingListener.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
 #include <functional>
 #include <string>

@@ -1,5 +1,5 @@
-#include "Processes.h"
-#include "ToolTest.h"
+#include "tests/engine/action/ToolTest.h"
+#include "tests/support/Processes.h"
 
 #include <atomic>
 #include <barrier>

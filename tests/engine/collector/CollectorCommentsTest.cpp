@@ -1,6 +1,6 @@
-#include "ChildProcess.h"
-#include "CollectorTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/collector/CollectorTest.h"
+#include "tests/engine/pipeline/ChildProcess.h"
 
 #include <csignal>
 #include <filesystem>

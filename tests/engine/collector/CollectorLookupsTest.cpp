@@ -1,5 +1,5 @@
-#include "CollectorTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/collector/CollectorTest.h"
 
 #include <cerrno>
 #include <filesystem>

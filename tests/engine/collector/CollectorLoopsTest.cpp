@@ -1,7 +1,7 @@
-#include "CollectorTest.h"
-#include "Progress.h"
-#include "ProgressLock.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/collector/CollectorTest.h"
+#include "tests/engine/pipeline/ProgressLock.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

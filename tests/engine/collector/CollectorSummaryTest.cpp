@@ -1,8 +1,8 @@
-#include "ChildProcess.h"
-#include "CollectorTest.h"
-#include "ReturnCodes.h"
-#include "Summary.h"
-#include "SystemIdentity.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/SystemIdentity.h"
+#include "tests/engine/collector/CollectorTest.h"
+#include "tests/engine/pipeline/ChildProcess.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
 
 #include <csignal>
 #include <ctime>

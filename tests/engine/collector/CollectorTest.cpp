@@ -1,4 +1,4 @@
-#include "CollectorTest.h"
+#include "tests/engine/collector/CollectorTest.h"
 
 CollectorTest::CollectorTest() : m_bundle(makeFolder("bundle")) {}
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "collector.h"
-#include "MEROXmlLoader.h"
-#include "RecordingListener.h"
-#include "Sandbox.h"
+#include "tests/engine/pipeline/RecordingListener.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tools/MERO/MEROEngine/implementations/collector.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
 #include <cstdint>
 #include <list>

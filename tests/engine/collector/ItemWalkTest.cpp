@@ -1,8 +1,8 @@
-#include "ItemWalk.h"
+#include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
 
-#include "ClearPreview.h"
-#include "CollectorTest.h"
-#include "ParseConfigXML.h"
+#include "tests/engine/collector/CollectorTest.h"
+#include "tools/MERO/MEROEngine/implementations/ClearPreview.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 
 #include <algorithm>
 #include <filesystem>

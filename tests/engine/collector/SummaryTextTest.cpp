@@ -1,7 +1,7 @@
-#include "SummaryText.h"
+#include "tools/MERO/MEROEngine/implementations/SummaryText.h"
 
-#include "CapturedLog.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
-#include "EngineRun.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/EngineRun.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "tests/engine/pipeline/ChildProcess.h"
 
 #include <array>
 #include <csignal>

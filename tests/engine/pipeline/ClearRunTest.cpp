@@ -1,6 +1,6 @@
-#include "EngineRun.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tests/support/Processes.h"
 
 #include <chrono>
 #include <filesystem>

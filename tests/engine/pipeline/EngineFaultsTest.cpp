@@ -1,7 +1,7 @@
-#include "ChildProcess.h"
-#include "EngineRun.h"
-#include "NoNewThreads.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/ChildProcess.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tests/support/NoNewThreads.h"
 
 #include <array>
 #include <csignal>

@@ -1,7 +1,7 @@
-#include "EngineRun.h"
+#include "tests/engine/pipeline/EngineRun.h"
 
-#include "Handles.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <cstdlib>
 #include <fcntl.h>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "MEROEngine.h"
-#include "RecordingListener.h"
-#include "Sandbox.h"
+#include "tests/engine/pipeline/RecordingListener.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "EngineRun.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
-#include "collector.h"
-#include "EngineRun.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tools/MERO/MEROEngine/implementations/collector.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

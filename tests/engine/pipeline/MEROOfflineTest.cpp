@@ -1,8 +1,8 @@
-#include "MEROOffline.h"
+#include "tools/MERO/MEROOffline/Common/MEROOffline.h"
 
-#include "EngineRun.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <gmock/gmock.h>
 

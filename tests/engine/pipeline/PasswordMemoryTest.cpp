@@ -1,6 +1,6 @@
-#include "EngineRun.h"
-#include "HeapWatch.h"
-#include "MEROOffline.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tests/support/HeapWatch.h"
+#include "tools/MERO/MEROOffline/Common/MEROOffline.h"
 
 #include <gmock/gmock.h>
 

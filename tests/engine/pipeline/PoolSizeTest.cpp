@@ -1,4 +1,4 @@
-#include "EngineRun.h"
+#include "tests/engine/pipeline/EngineRun.h"
 
 #include <array>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Progress.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <thread>
 

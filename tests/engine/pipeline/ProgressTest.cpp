@@ -1,8 +1,8 @@
-#include "Progress.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
-#include "MEROEngine.h"
-#include "RecordingListener.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/RecordingListener.h"
+#include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
 
 #include <climits>
 #include <gmock/gmock.h>

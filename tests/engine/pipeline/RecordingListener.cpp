@@ -1,7 +1,7 @@
-#include "RecordingListener.h"
+#include "tests/engine/pipeline/RecordingListener.h"
 
-#include "Progress.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <ios>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,7 @@
-#include "EngineRun.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "StopRequest.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tests/support/Processes.h"
 
 #include <chrono>
 #include <filesystem>
@@ -57,8 +57,8 @@ protected:
         EXPECT_FALSE(hasChildren());
     }
 
-    /// A tool whose output is kept is a child of the shell that the run has reaped: the kernel ends it a moment
-    /// after the signal that nobody can ignore.
+    /// A tool whose output is kept is a child of the shell that the run has reaped: the kernel ends it a
+    /// moment after the signal that nobody can ignore.
     void expectToolEnds() const {
         const pid_t tool = pidIn(path("pid"));
         EXPECT_TRUE(eventually([tool] { return hasEnded(tool); }));

@@ -1,10 +1,10 @@
-#include "TidyRun.h"
+#include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
-#include "EngineRun.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "RunFolder.h"
-#include "StopRequest.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tests/support/Processes.h"
+#include "tools/MERO/MEROEngine/implementations/RunFolder.h"
 
 #include <filesystem>
 #include <future>

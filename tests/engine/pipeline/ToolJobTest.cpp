@@ -1,5 +1,5 @@
-#include "EngineRun.h"
-#include "Processes.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tests/support/Processes.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

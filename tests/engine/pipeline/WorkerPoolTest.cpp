@@ -1,8 +1,8 @@
-#include "WorkerPool.h"
+#include "tools/MERO/MEROEngine/implementations/WorkerPool.h"
 
-#include "CapturedLog.h"
-#include "NoNewThreads.h"
-#include "Sanitizers.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/NoNewThreads.h"
+#include "tests/support/Sanitizers.h"
 
 #include <atomic>
 #include <cerrno>

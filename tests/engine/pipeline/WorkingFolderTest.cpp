@@ -1,11 +1,11 @@
-#include "WorkingFolder.h"
+#include "tools/MERO/MEROEngine/implementations/WorkingFolder.h"
 
-#include "CapturedLog.h"
-#include "ChildProcess.h"
-#include "InChild.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/engine/pipeline/ChildProcess.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/SystemCallFilter.h"
 
 #include <array>
 #include <cerrno>

@@ -1,8 +1,8 @@
-#include "CapturedLog.h"
-#include "MEROXmlObject.h"
-#include "ReturnCodes.h"
-#include "Summary.h"
-#include "truncator.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/truncator.h"
 
 #include <array>
 #include <clocale>

@@ -1,7 +1,7 @@
-#include "truncator.h"
-#include "CapturedLog.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
+#include "tools/MERO/MEROEngine/implementations/truncator.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
 
 #include <filesystem>
 #include <limits>

@@ -1,7 +1,7 @@
-#include "CollectCommand.h"
-#include "EngineRun.h"
-#include "HeapWatch.h"
-#include "Progress.h"
+#include "tests/engine/pipeline/EngineRun.h"
+#include "tests/support/HeapWatch.h"
+#include "tools/MERO/MEROConsole/CollectCommand.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 namespace {
 

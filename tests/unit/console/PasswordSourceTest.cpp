@@ -1,8 +1,8 @@
-#include "PasswordSource.h"
+#include "tools/MERO/MEROConsole/PasswordSource.h"
 
-#include "HeapWatch.h"
-#include "LeaseHolder.h"
-#include "Sandbox.h"
+#include "tests/support/HeapWatch.h"
+#include "tests/support/LeaseHolder.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Several threads read documents at once, and several read one tree.
 
-#include "DocumentTest.h"
-#include "MEROMgr.h"
-#include "MEROXmlLoader.h"
+#include "tests/unit/documents/DocumentTest.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
 #include <atomic>
 #include <latch>

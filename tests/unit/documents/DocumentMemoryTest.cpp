@@ -1,7 +1,7 @@
-#include "HeapWatch.h"
-#include "MEROXmlParser.h"
-#include "XmlParser.h"
-#include "ZMTSaxWriter.h"
+#include "Common/Xml/XmlParser.h"
+#include "Common/Xml/ZMTSaxWriter.h"
+#include "tests/support/HeapWatch.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 
 #include <gtest/gtest.h>
 #include <string>

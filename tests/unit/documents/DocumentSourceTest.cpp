@@ -1,10 +1,10 @@
-#include "DocumentTest.h"
-#include "Handles.h"
-#include "InChild.h"
-#include "LeaseHolder.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
-#include "ZMTSaxParser.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Xml/ZMTSaxParser.h"
+#include "tests/support/InChild.h"
+#include "tests/support/LeaseHolder.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/documents/DocumentTest.h"
 
 #include <arpa/inet.h>
 #include <cerrno>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "Sandbox.h"
-#include "XmlMgr.h"
+#include "Common/Xml/XmlMgr.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
 
 #include <algorithm>
 #include <libxml/xmlversion.h>

@@ -1,8 +1,8 @@
 // Documents that are made to exhaust memory, time or the stack.
 
-#include "DocumentTest.h"
-#include "MEROXmlLoader.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/documents/DocumentTest.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
 #include <ctime>
 #include <fstream>

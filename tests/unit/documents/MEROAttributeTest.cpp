@@ -1,4 +1,4 @@
-#include "MEROAttribute.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROAttribute.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "MEROComponent.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROComponent.h"
 
 #include <gtest/gtest.h>
 #include <memory>

@@ -1,9 +1,9 @@
-#include "MEROMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROMgr.h"
 
-#include "DocumentTest.h"
-#include "InChild.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/InChild.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/documents/DocumentTest.h"
 
 #include <algorithm>
 #include <cerrno>

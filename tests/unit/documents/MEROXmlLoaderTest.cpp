@@ -1,7 +1,7 @@
-#include "MEROXmlLoader.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
-#include "DocumentTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/documents/DocumentTest.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
-#include "MEROXmlMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlMgr.h"
 
-#include "DocumentTest.h"
-#include "MEROXmlParser.h"
+#include "tests/unit/documents/DocumentTest.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 
 namespace {
 

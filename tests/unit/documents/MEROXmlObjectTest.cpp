@@ -1,4 +1,4 @@
-#include "MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <gtest/gtest.h>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "NodeStorage.h"
+#include "tools/MERO/MEROEngine/implementations/parser/NodeStorage.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "XmlText.h"
+#include "Common/Xml/XmlText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "ZMTSaxParser.h"
+#include "Common/Xml/ZMTSaxParser.h"
 
-#include "DocumentTest.h"
-#include "MEROXmlParser.h"
-#include "ReturnCodes.h"
-#include "XmlParser.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Xml/XmlParser.h"
+#include "tests/unit/documents/DocumentTest.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 
 #include <new>
 #include <stdexcept>

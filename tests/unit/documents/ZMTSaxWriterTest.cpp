@@ -1,9 +1,9 @@
-#include "ZMTSaxWriter.h"
+#include "Common/Xml/ZMTSaxWriter.h"
 
-#include "DocumentTest.h"
-#include "InChild.h"
-#include "ReturnCodes.h"
-#include "XmlParser.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Xml/XmlParser.h"
+#include "tests/support/InChild.h"
+#include "tests/unit/documents/DocumentTest.h"
 
 #include <cerrno>
 #include <sys/stat.h>

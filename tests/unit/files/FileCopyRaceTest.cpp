@@ -1,6 +1,6 @@
-#include "Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "FileTest.h"
+#include "tests/unit/files/FileTest.h"
 
 #include <atomic>
 #include <thread>

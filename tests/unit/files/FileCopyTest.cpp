@@ -1,9 +1,9 @@
-#include "Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "FileAccess.h"
-#include "FileTest.h"
-#include "RegularFile.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/RegularFile.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/files/FileTest.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
-#include "Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "FileTest.h"
-#include "SystemCallFilter.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/files/FileTest.h"
 
 #include <algorithm>
 #include <cerrno>

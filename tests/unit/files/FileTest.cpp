@@ -1,6 +1,6 @@
-#include "FileTest.h"
+#include "tests/unit/files/FileTest.h"
 
-#include "Handles.h"
+#include "Common/Utility/Handles.h"
 
 #include <algorithm>
 #include <cstdio>

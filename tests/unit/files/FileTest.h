@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,7 @@
-#include "Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "FileTest.h"
-#include "LeaseHolder.h"
+#include "tests/support/LeaseHolder.h"
+#include "tests/unit/files/FileTest.h"
 
 #include <cerrno>
 #include <csignal>

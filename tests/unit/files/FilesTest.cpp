@@ -1,7 +1,7 @@
-#include "Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "FileTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/files/FileTest.h"
 
 #include <cerrno>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "Names.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 
 #include <cstdlib>
 #include <ctime>

@@ -1,7 +1,7 @@
-#include "Paths.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
-#include "FileTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/files/FileTest.h"
 
 #include <filesystem>
 #include <sys/stat.h>

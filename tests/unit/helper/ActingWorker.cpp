@@ -1,7 +1,7 @@
-#include "ActingWorker.h"
+#include "tests/unit/helper/ActingWorker.h"
 
-#include "ProgressRecord.h"
-#include "WorkerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
 
 #include <csignal>
 #include <filesystem>

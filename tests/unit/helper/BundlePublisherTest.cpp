@@ -1,11 +1,11 @@
-#include "BundlePublisher.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 
-#include "CapturedLog.h"
-#include "Handles.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "Processes.h"
-#include "Sandbox.h"
+#include "Common/Utility/Handles.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,8 +1,8 @@
-#include "BundlePublisher.h"
-#include "CapturedLog.h"
-#include "PrivateMounts.h"
-#include "ReadGate.h"
-#include "UsersSandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/unit/helper/ReadGate.h"
+#include "tests/unit/helper/UsersSandbox.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 
 #include <cerrno>
 #include <fcntl.h>

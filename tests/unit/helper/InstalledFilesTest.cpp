@@ -1,8 +1,8 @@
-#include "InstalledFiles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/InstalledFiles.h"
 
-#include "CapturedLog.h"
-#include "Processes.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,15 +1,15 @@
-#include "JobLeavings.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 
-#include "CapturedLog.h"
-#include "FolderAccess.h"
-#include "FolderRemoval.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "Processes.h"
-#include "Sandbox.h"
-#include "StuckFileSystem.h"
-#include "SystemCallFilter.h"
-#include "TracedChild.h"
+#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/FolderRemoval.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/support/TracedChild.h"
+#include "tests/unit/helper/StuckFileSystem.h"
 
 #include <cerrno>
 #include <cstdio>

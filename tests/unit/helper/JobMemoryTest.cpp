@@ -1,7 +1,7 @@
-#include "HeapWatch.h"
-#include "JobArguments.h"
-#include "Pipe.h"
-#include "WorkOrder.h"
+#include "tests/support/HeapWatch.h"
+#include "tests/support/Pipe.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
-#include "PrivateFolders.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/PrivateFolders.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "Processes.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
-#include "ProgressRecord.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
 
-#include "CapturedLog.h"
-#include "Pipe.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Pipe.h"
 
 #include <array>
 #include <cerrno>

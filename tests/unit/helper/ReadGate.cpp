@@ -1,4 +1,4 @@
-#include "ReadGate.h"
+#include "tests/unit/helper/ReadGate.h"
 
 #include <cerrno>
 #include <fcntl.h>

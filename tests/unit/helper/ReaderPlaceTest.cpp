@@ -1,4 +1,4 @@
-#include "ReaderPlace.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <gtest/gtest.h>
 #include <utility>

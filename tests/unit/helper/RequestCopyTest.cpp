@@ -1,14 +1,14 @@
-#include "RequestCopy.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/RequestCopy.h"
 
-#include "CapturedLog.h"
-#include "Handles.h"
-#include "InChild.h"
-#include "LeaseHolder.h"
-#include "PrivateMounts.h"
-#include "ReaderPlace.h"
-#include "ReadGate.h"
-#include "StuckFileSystem.h"
-#include "UsersSandbox.h"
+#include "Common/Utility/Handles.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/LeaseHolder.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/unit/helper/ReadGate.h"
+#include "tests/unit/helper/StuckFileSystem.h"
+#include "tests/unit/helper/UsersSandbox.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <array>
 #include <cerrno>

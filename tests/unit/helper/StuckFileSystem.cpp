@@ -1,4 +1,4 @@
-#include "StuckFileSystem.h"
+#include "tests/unit/helper/StuckFileSystem.h"
 
 #include <array>
 #include <cerrno>

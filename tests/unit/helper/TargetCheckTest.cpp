@@ -1,11 +1,11 @@
-#include "TargetCheck.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TargetCheck.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "ReaderPlace.h"
-#include "StuckFileSystem.h"
-#include "UsersSandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/unit/helper/StuckFileSystem.h"
+#include "tests/unit/helper/UsersSandbox.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <chrono>
 #include <cstring>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Processes.h"
-#include "Sandbox.h"
-#include "UserIdentity.h"
+#include "Common/IPC/UserIdentity.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,9 +1,9 @@
-#include "WorkOrder.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "Pipe.h"
-#include "Sanitizers.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Pipe.h"
+#include "tests/support/Sanitizers.h"
 
 #include <algorithm>
 #include <cerrno>

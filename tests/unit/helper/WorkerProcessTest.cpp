@@ -1,12 +1,12 @@
-#include "WorkerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
 
-#include "ActingWorker.h"
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "Processes.h"
-#include "ProgressRecord.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/helper/ActingWorker.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
 
 #include <array>
 #include <cerrno>

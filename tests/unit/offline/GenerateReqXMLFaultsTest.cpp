@@ -1,11 +1,11 @@
 // What may stand at the request's place, put there by somebody who wants the writer to go astray, and what
 // may be wrong with that place.
 
-#include "GenerateReqXMLTest.h"
-#include "Handles.h"
-#include "InChild.h"
-#include "RequestFile.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/InChild.h"
+#include "tests/unit/offline/GenerateReqXMLTest.h"
+#include "tests/unit/offline/RequestFile.h"
 
 #include <cerrno>
 #include <cstring>

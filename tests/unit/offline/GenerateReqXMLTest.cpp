@@ -1,8 +1,8 @@
-#include "GenerateReqXMLTest.h"
+#include "tests/unit/offline/GenerateReqXMLTest.h"
 
-#include "InChild.h"
-#include "ReturnCodes.h"
-#include "sysutils.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/sysutils.h"
+#include "tests/support/InChild.h"
 
 #include <cerrno>
 #include <functional>

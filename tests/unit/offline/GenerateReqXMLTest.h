@@ -1,7 +1,7 @@
 #pragma once
 
-#include "GenerateReqXML.h"
-#include "RecordingWindow.h"
+#include "tests/unit/offline/RecordingWindow.h"
+#include "tools/MERO/MEROOffline/Common/GenerateReqXML.h"
 
 #include <algorithm>
 #include <memory>

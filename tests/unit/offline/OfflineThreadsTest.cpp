@@ -1,10 +1,10 @@
 // Scans and writers on threads of their own, as the wizard runs them, and several of them at once.
 
-#include "GenerateReqXML.h"
-#include "ParseConfigXML.h"
-#include "RecordingWindow.h"
-#include "RequestFile.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/offline/RecordingWindow.h"
+#include "tests/unit/offline/RequestFile.h"
+#include "tools/MERO/MEROOffline/Common/GenerateReqXML.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 
 #include <array>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
-#include "ParseConfigXML.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 
-#include "RecordingWindow.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/offline/RecordingWindow.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

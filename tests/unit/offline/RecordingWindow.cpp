@@ -1,4 +1,4 @@
-#include "RecordingWindow.h"
+#include "tests/unit/offline/RecordingWindow.h"
 
 #include <algorithm>
 

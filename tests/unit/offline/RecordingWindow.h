@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "CMEROClientIfc.h"
-#include "CMEROOfflineIfc.h"
-#include "ModuleTree.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"
+#include "tools/MERO/MEROOffline/Common/ModuleTree.h"
 
 #include <cstdint>
 #include <list>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROXmlLoader.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
 #include <optional>
 #include <string>

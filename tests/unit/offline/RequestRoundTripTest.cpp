@@ -1,8 +1,8 @@
 // The scan, the request writer and the engine's reader one after the other.
 
-#include "GenerateReqXMLTest.h"
-#include "ParseConfigXML.h"
-#include "RequestFile.h"
+#include "tests/unit/offline/GenerateReqXMLTest.h"
+#include "tests/unit/offline/RequestFile.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 
 #include <gmock/gmock.h>
 #include <set>

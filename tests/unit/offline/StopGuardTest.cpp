@@ -1,8 +1,8 @@
-#include "StopGuard.h"
+#include "tools/MERO/MEROOffline/Common/StopGuard.h"
 
-#include "CleanUp.h"
-#include "InChild.h"
-#include "StopRequest.h"
+#include "Common/Utility/CleanUp.h"
+#include "Common/Utility/StopRequest.h"
+#include "tests/support/InChild.h"
 
 #include <future>
 

@@ -1,9 +1,9 @@
-#include "StopSignals.h"
+#include "tools/MERO/MEROOffline/Common/StopSignals.h"
 
-#include "InChild.h"
-#include "ReplacementFile.h"
-#include "StopRequest.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/ReplacementFile.h"
+#include "Common/Utility/StopRequest.h"
+#include "tests/support/InChild.h"
+#include "tests/support/SystemCallFilter.h"
 
 #include <fcntl.h>
 

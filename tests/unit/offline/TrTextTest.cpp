@@ -1,4 +1,4 @@
-#include "TrText.h"
+#include "tools/MERO/MEROOffline/Common/TrText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "MixedRows.h"
-#include "SelectionPicture.h"
-#include "SelectionWalk.h"
+#include "tools/MERO/MEROOffline/Common/MixedRows.h"
+#include "tests/unit/selection/SelectionPicture.h"
+#include "tests/unit/selection/SelectionWalk.h"
 
 #include <gmock/gmock.h>
 #include <random>

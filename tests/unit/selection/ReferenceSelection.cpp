@@ -1,4 +1,4 @@
-#include "ReferenceSelection.h"
+#include "tests/unit/selection/ReferenceSelection.h"
 
 #include <cstring>
 #include <utility>

@@ -1,5 +1,5 @@
-#include "SelectionIndex.h"
-#include "SelectionPicture.h"
+#include "tools/MERO/MEROOffline/Common/SelectionIndex.h"
+#include "tests/unit/selection/SelectionPicture.h"
 
 #include <gmock/gmock.h>
 

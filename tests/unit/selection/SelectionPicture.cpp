@@ -1,4 +1,4 @@
-#include "SelectionPicture.h"
+#include "tests/unit/selection/SelectionPicture.h"
 
 #include <stdexcept>
 

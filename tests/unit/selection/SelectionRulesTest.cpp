@@ -1,5 +1,5 @@
-#include "SelectionPicture.h"
-#include "ValueSelection.h"
+#include "tests/unit/selection/SelectionPicture.h"
+#include "tests/unit/selection/ValueSelection.h"
 
 #include <gtest/gtest.h>
 

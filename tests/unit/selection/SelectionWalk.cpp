@@ -1,6 +1,6 @@
-#include "SelectionWalk.h"
+#include "tests/unit/selection/SelectionWalk.h"
 
-#include "SelectionPicture.h"
+#include "tests/unit/selection/SelectionPicture.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

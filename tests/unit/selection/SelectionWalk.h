@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ReferenceSelection.h"
+#include "tests/unit/selection/ReferenceSelection.h"
 
 #include <cstddef>
 #include <list>

@@ -1,6 +1,6 @@
-#include "ValueSelection.h"
+#include "tests/unit/selection/ValueSelection.h"
 
-#include "SelectionPicture.h"
+#include "tests/unit/selection/SelectionPicture.h"
 
 #include <stdexcept>
 #include <utility>

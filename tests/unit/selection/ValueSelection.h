@@ -1,8 +1,8 @@
 #pragma once
 
-#include "SelectionIndex.h"
-#include "SelectionRules.h"
-#include "SelectionWalk.h"
+#include "tests/unit/selection/SelectionWalk.h"
+#include "tools/MERO/MEROOffline/Common/SelectionIndex.h"
+#include "tools/MERO/MEROOffline/Common/SelectionRules.h"
 
 #include <list>
 #include <string>

@@ -1,7 +1,7 @@
-#include "ClosedFolders.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ClosedFolders.h"
 
-#include "InChild.h"
-#include "WorkerWorld.h"
+#include "tests/support/InChild.h"
+#include "tests/unit/worker/WorkerWorld.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
-#include "ClosedFolders.h"
-#include "SystemCallFilter.h"
-#include "WorkerWorld.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/worker/WorkerWorld.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ClosedFolders.h"
 
 #include <cerrno>
 #include <filesystem>

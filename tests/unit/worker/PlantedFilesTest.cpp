@@ -1,4 +1,4 @@
-#include "WorkerWorld.h"
+#include "tests/unit/worker/WorkerWorld.h"
 
 #include <filesystem>
 #include <fstream>

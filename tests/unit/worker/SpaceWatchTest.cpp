@@ -1,9 +1,9 @@
-#include "SpaceWatch.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/SpaceWatch.h"
 
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "SpaceUse.h"
-#include "WorkerWorld.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/Processes.h"
+#include "tests/unit/worker/WorkerWorld.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/SpaceUse.h"
 
 #include <chrono>
 #include <filesystem>

@@ -1,5 +1,5 @@
-#include "Sandbox.h"
-#include "SpaceWatch.h"
+#include "tests/support/Sandbox.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/SpaceWatch.h"
 
 #include <chrono>
 #include <future>

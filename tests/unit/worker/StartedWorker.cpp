@@ -1,7 +1,7 @@
-#include "StartedWorker.h"
+#include "tests/unit/worker/StartedWorker.h"
 
-#include "ReturnCodes.h"
-#include "Worker.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/Worker.h"
 
 #include <algorithm>
 #include <csignal>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "Pipe.h"
-#include "ProgressRecord.h"
-#include "WorkOrder.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Pipe.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
 #include <functional>
 #include <string>

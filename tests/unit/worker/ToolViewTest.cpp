@@ -1,7 +1,7 @@
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
-#include "WorkerWorld.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/Processes.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/worker/WorkerWorld.h"
 
 #include <cerrno>
 #include <filesystem>

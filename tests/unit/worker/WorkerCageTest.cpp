@@ -1,8 +1,8 @@
-#include "WorkerCage.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/WorkerCage.h"
 
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
-#include "WorkerWorld.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/worker/WorkerWorld.h"
 
 #include <cerrno>
 #include <cstdlib>

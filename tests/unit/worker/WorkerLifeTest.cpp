@@ -1,6 +1,6 @@
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "WorkerWorld.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/Processes.h"
+#include "tests/unit/worker/WorkerWorld.h"
 
 #include <csignal>
 #include <filesystem>

@@ -1,5 +1,5 @@
-#include "ReturnCodes.h"
-#include "WorkerWorld.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/worker/WorkerWorld.h"
 
 #include <cstdlib>
 #include <filesystem>

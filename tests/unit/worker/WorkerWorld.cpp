@@ -1,9 +1,9 @@
-#include "WorkerWorld.h"
+#include "tests/unit/worker/WorkerWorld.h"
 
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "Sandbox.h"
-#include "StartedWorker.h"
-#include "WorkOrder.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/worker/StartedWorker.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
 #include <functional>
 #include <map>

@@ -1,4 +1,4 @@
-#include "ArchiveTools.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <array>
 #include <cstdlib>

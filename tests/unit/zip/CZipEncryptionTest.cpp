@@ -1,8 +1,8 @@
-#include "ArchiveTools.h"
-#include "CapturedLog.h"
-#include "CZip.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Zip/CZip.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <algorithm>
 #include <cerrno>

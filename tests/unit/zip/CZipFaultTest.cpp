@@ -1,10 +1,10 @@
-#include "ArchiveTools.h"
-#include "CapturedLog.h"
-#include "CZip.h"
-#include "Log.h"
-#include "Logger.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/Logger.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Zip/CZip.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <cerrno>
 #include <csignal>

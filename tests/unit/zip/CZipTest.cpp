@@ -1,9 +1,9 @@
-#include "CZip.h"
-#include "ArchiveTools.h"
-#include "CapturedLog.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
-#include "Sanitizers.h"
+#include "Common/Zip/CZip.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/Sanitizers.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <ctime>
 #include <dirent.h>

@@ -1,9 +1,9 @@
-#include "EntryNames.h"
+#include "Common/Zip/EntryNames.h"
 
-#include "ArchiveTools.h"
-#include "CapturedLog.h"
-#include "CZip.h"
-#include "Sandbox.h"
+#include "Common/Zip/CZip.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,9 @@
-#include "NameMarks.h"
+#include "Common/Zip/NameMarks.h"
 
-#include "ArchiveTools.h"
-#include "CapturedLog.h"
-#include "Handles.h"
-#include "Sandbox.h"
+#include "Common/Utility/Handles.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <fcntl.h>
 #include <minizip/zip.h>

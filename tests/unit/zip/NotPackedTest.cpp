@@ -1,11 +1,11 @@
-#include "ArchiveTools.h"
-#include "CapturedLog.h"
-#include "CZip.h"
-#include "FileList.h"
-#include "InChild.h"
-#include "ReturnCodes.h"
-#include "Sandbox.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Zip/CZip.h"
+#include "Common/Zip/FileList.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "TraditionalCipher.h"
+#include "Common/Zip/TraditionalCipher.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
-#include "ZipArchive.h"
-#include "ArchiveTools.h"
-#include "Handles.h"
-#include "Sandbox.h"
-#include "TraditionalCipher.h"
-#include "ZipDeflater.h"
+#include "Common/Zip/ZipArchive.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Zip/TraditionalCipher.h"
+#include "Common/Zip/ZipDeflater.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <cerrno>
 #include <fcntl.h>

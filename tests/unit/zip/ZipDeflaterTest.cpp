@@ -1,5 +1,5 @@
-#include "ZipDeflater.h"
-#include "ArchiveTools.h"
+#include "Common/Zip/ZipDeflater.h"
+#include "tests/unit/zip/ArchiveTools.h"
 
 #include <zlib.h>
 

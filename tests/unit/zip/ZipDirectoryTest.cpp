@@ -1,9 +1,9 @@
-#include "ZipDirectory.h"
+#include "Common/Zip/ZipDirectory.h"
 
-#include "CapturedLog.h"
-#include "CZip.h"
-#include "Handles.h"
-#include "Sandbox.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Zip/CZip.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

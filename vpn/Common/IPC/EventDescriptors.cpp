@@ -1,6 +1,6 @@
-#include "EventDescriptors.h"
+#include "Common/IPC/EventDescriptors.h"
 
-#include "zmt_select.h"
+#include "Common/Utility/zmt_select.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
-#include "EventList.h"
+#include "Common/IPC/EventList.h"
 
-#include "EventDescriptors.h"
-#include "Log.h"
-#include "ReturnCodes.h"
+#include "Common/IPC/EventDescriptors.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <algorithm>
 #include <limits>

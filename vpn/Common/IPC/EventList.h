@@ -1,6 +1,6 @@
 #pragma once
 
-#include "event.h"
+#include "Common/IPC/event.h"
 
 #include <cstddef>
 #include <cstdint>

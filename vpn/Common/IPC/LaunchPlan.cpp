@@ -1,9 +1,9 @@
-#include "LaunchPlan.h"
+#include "Common/IPC/LaunchPlan.h"
 
-#include "ChildEnvironment.h"
-#include "Log.h"
-#include "PasswordEntry.h"
-#include "ReturnCodes.h"
+#include "Common/IPC/PasswordEntry.h"
+#include "Common/Utility/ChildEnvironment.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <algorithm>
 #include <cerrno>

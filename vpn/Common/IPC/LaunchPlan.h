@@ -1,9 +1,9 @@
 #pragma once
 
-#include "ChildSetup.h"
-#include "ChildView.h"
-#include "ProcessAPI_unix.h"
-#include "UserIdentity.h"
+#include "Common/IPC/ProcessAPI_unix.h"
+#include "Common/IPC/UserIdentity.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/ChildView.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
-#include "PasswordEntry.h"
+#include "Common/IPC/PasswordEntry.h"
 
-#include "DatabaseLookUp.h"
+#include "Common/IPC/DatabaseLookUp.h"
 
 PasswordEntry::PasswordEntry(const char* userName)
     : m_error(lookUp(m_texts, [&](char* texts, std::size_t size) {

@@ -1,13 +1,13 @@
-#include "ProcessAPI_unix.h"
+#include "Common/IPC/ProcessAPI_unix.h"
 
-#include "ChildSetup.h"
-#include "EventList.h"
-#include "Handles.h"
-#include "LaunchPlan.h"
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "StopRequest.h"
-#include "sysutils.h"
+#include "Common/IPC/EventList.h"
+#include "Common/IPC/LaunchPlan.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/sysutils.h"
 
 #include <array>
 #include <cerrno>

@@ -1,10 +1,10 @@
-#include "UnixImpersonate.h"
+#include "Common/IPC/UnixImpersonate.h"
 
-#include "DatabaseLookUp.h"
-#include "Log.h"
-#include "PasswordEntry.h"
-#include "ReturnCodes.h"
-#include "StringUtils.h"
+#include "Common/IPC/DatabaseLookUp.h"
+#include "Common/IPC/PasswordEntry.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StringUtils.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "UserIdentity.h"
+#include "Common/IPC/UserIdentity.h"
 
 #include <algorithm>
 #include <grp.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PasswordEntry.h"
+#include "Common/IPC/PasswordEntry.h"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,9 @@
-#include "event.h"
+#include "Common/IPC/event.h"
 
-#include "EventDescriptors.h"
-#include "EventList.h"
-#include "Log.h"
-#include "ReturnCodes.h"
+#include "Common/IPC/EventDescriptors.h"
+#include "Common/IPC/EventList.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <array>
 #include <cerrno>

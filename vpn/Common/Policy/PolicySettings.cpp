@@ -1,4 +1,4 @@
-#include "PolicySettings.h"
+#include "Common/Policy/PolicySettings.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LocalTLPolicyInfo.h"
+#include "Common/Policy/LocalTLPolicyInfo.h"
 
 #include <span>
 #include <string>

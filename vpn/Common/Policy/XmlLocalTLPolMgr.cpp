@@ -1,15 +1,15 @@
-#include "XmlLocalTLPolMgr.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
 
-#include "InstanceSmartPtr.h"
-#include "Log.h"
-#include "ManualLock.h"
-#include "PolicySettings.h"
-#include "ReturnCodes.h"
-#include "StoragePath.h"
-#include "sysutils.h"
-#include "XmlParser.h"
-#include "XmlText.h"
-#include "ZMTSaxWriter.h"
+#include "Common/Policy/PolicySettings.h"
+#include "Common/Utility/InstanceSmartPtr.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ManualLock.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StoragePath.h"
+#include "Common/Utility/sysutils.h"
+#include "Common/Xml/XmlParser.h"
+#include "Common/Xml/XmlText.h"
+#include "Common/Xml/ZMTSaxWriter.h"
 
 #include <memory>
 #include <mutex>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "LocalTLPolicyInfo.h"
-#include "XmlMgr.h"
+#include "Common/Policy/LocalTLPolicyInfo.h"
+#include "Common/Xml/XmlMgr.h"
 
 #include <cstdint>
 #include <list>

@@ -1,4 +1,4 @@
-#include "BoundedString.h"
+#include "Common/Utility/BoundedString.h"
 
 #include <algorithm>
 #include <cstdio>

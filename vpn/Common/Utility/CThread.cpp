@@ -1,7 +1,7 @@
-#include "CThread.h"
+#include "Common/Utility/CThread.h"
 
-#include "Log.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <cxxabi.h>
 #include <exception>

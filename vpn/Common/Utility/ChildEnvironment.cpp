@@ -1,4 +1,4 @@
-#include "ChildEnvironment.h"
+#include "Common/Utility/ChildEnvironment.h"
 
 #include <optional>
 #include <unistd.h>

@@ -1,7 +1,7 @@
-#include "ChildSetup.h"
+#include "Common/Utility/ChildSetup.h"
 
-#include "ChildEnvironment.h"
-#include "ChildView.h"
+#include "Common/Utility/ChildEnvironment.h"
+#include "Common/Utility/ChildView.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "ChildView.h"
+#include "Common/Utility/ChildView.h"
 
-#include "ChildEnvironment.h"
+#include "Common/Utility/ChildEnvironment.h"
 
 #include <algorithm>
 #include <cerrno>

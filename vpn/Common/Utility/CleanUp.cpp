@@ -1,4 +1,4 @@
-#include "CleanUp.h"
+#include "Common/Utility/CleanUp.h"
 
 #include <condition_variable>
 #include <list>

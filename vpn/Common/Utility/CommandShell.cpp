@@ -1,14 +1,14 @@
-#include "CommandShell.h"
+#include "Common/Utility/CommandShell.h"
 
-#include "ChildEnvironment.h"
-#include "ChildSetup.h"
-#include "ChildView.h"
-#include "Handles.h"
-#include "Log.h"
-#include "OutputPipe.h"
-#include "ReturnCodes.h"
-#include "StartReport.h"
-#include "StopRequest.h"
+#include "Common/Utility/ChildEnvironment.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/ChildView.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/OutputPipe.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StartReport.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <algorithm>
 #include <array>

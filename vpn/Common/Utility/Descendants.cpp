@@ -1,8 +1,8 @@
-#include "Descendants.h"
+#include "Common/Utility/Descendants.h"
 
-#include "FolderAccess.h"
-#include "Handles.h"
-#include "Log.h"
+#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "DescriptorStream.h"
+#include "Common/Utility/DescriptorStream.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <unistd.h>

@@ -1,8 +1,8 @@
-#include "Directory.h"
+#include "Common/Utility/Directory.h"
 
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "sysutils.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/sysutils.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "EscapingLogger.h"
+#include "Common/Utility/EscapingLogger.h"
 
 #include <boost/locale/utf.hpp>
 #include <utility>

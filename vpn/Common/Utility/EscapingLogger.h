@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Logger.h"
+#include "Common/Utility/Logger.h"
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-#include "FileLock.h"
+#include "Common/Utility/FileLock.h"
 
 #include <cerrno>
 #include <sys/file.h>

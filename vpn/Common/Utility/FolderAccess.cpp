@@ -1,6 +1,6 @@
-#include "FolderAccess.h"
+#include "Common/Utility/FolderAccess.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <sys/stat.h>

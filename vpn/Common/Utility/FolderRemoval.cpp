@@ -1,8 +1,8 @@
-#include "FolderRemoval.h"
+#include "Common/Utility/FolderRemoval.h"
 
-#include "FolderAccess.h"
-#include "Handles.h"
-#include "Log.h"
+#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-#include "HiddenFiles.h"
+#include "Common/Utility/HiddenFiles.h"
 
 #include <array>
 #include <atomic>

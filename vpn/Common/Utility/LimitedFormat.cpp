@@ -1,4 +1,4 @@
-#include "LimitedFormat.h"
+#include "Common/Utility/LimitedFormat.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,14 +1,14 @@
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
-#include "BoundedString.h"
-#include "CThread.h"
-#include "LimitedFormat.h"
-#include "LoggerChoice.h"
-#include "ManualLock.h"
-#include "MessageTable.h"
-#include "ReturnCodes.h"
-#include "SDJournalLogger.h"
-#include "StdoutLogger.h"
+#include "Common/Utility/BoundedString.h"
+#include "Common/Utility/CThread.h"
+#include "Common/Utility/LimitedFormat.h"
+#include "Common/Utility/LoggerChoice.h"
+#include "Common/Utility/ManualLock.h"
+#include "Common/Utility/MessageTable.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/SDJournalLogger.h"
+#include "Common/Utility/StdoutLogger.h"
 
 #include <array>
 #include <atomic>

@@ -1,6 +1,6 @@
-#include "LogFormatter.h"
+#include "Common/Utility/LogFormatter.h"
 
-#include "sysutils.h"
+#include "Common/Utility/sysutils.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "LogLevel.h"
+#include "Common/Utility/LogLevel.h"
 
 #include <algorithm>
 #include <array>

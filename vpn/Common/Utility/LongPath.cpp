@@ -1,4 +1,4 @@
-#include "LongPath.h"
+#include "Common/Utility/LongPath.h"
 
 #include <algorithm>
 #include <cerrno>

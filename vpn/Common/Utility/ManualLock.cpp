@@ -1,4 +1,4 @@
-#include "ManualLock.h"
+#include "Common/Utility/ManualLock.h"
 
 CManualLock::CManualLock(uint32_t /*spinCount*/) {
     pthread_mutexattr_t attributes;

@@ -1,4 +1,4 @@
-#include "OutputPipe.h"
+#include "Common/Utility/OutputPipe.h"
 
 #include <array>
 #include <cerrno>

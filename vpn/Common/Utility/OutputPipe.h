@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Handles.h"
+#include "Common/Utility/Handles.h"
 
 /// Makes the pipe from a child to its parent. Both ends are closed by exec.
 /// @param readerOut  the parent's end, which doesn't block. Set on success only, as the other.

@@ -1,7 +1,7 @@
-#include "RegularFile.h"
+#include "Common/Utility/RegularFile.h"
 
-#include "DescriptorPath.h"
-#include "StopRequest.h"
+#include "Common/Utility/DescriptorPath.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
-#include "ReplacementFile.h"
+#include "Common/Utility/ReplacementFile.h"
 
-#include "DescriptorPath.h"
-#include "RegularFile.h"
+#include "Common/Utility/DescriptorPath.h"
+#include "Common/Utility/RegularFile.h"
 
 #include <array>
 #include <cerrno>

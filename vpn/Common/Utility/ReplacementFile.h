@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Handles.h"
-#include "HiddenFiles.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/HiddenFiles.h"
 
 #include <string>
 #include <sys/types.h>

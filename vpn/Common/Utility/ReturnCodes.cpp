@@ -1,4 +1,4 @@
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
-#include "SDJournalLogger.h"
+#include "Common/Utility/SDJournalLogger.h"
 
-#include "LogLevel.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/LogLevel.h"
+#include "Common/Utility/ReturnCodes.h"
 
 // Exactly the three fields below go out, without the place in this file that the macro form would add.
 #define SD_JOURNAL_SUPPRESS_LOCATION // NOLINT(cppcoreguidelines-macro-usage): the header's own switch

@@ -1,6 +1,6 @@
-#include "StartReport.h"
+#include "Common/Utility/StartReport.h"
 
-#include "OutputPipe.h"
+#include "Common/Utility/OutputPipe.h"
 
 #include <cerrno>
 #include <poll.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Handles.h"
+#include "Common/Utility/Handles.h"
 
 /// How a child that could not become the program it was to be tells its parent so. One object for one fork;
 /// it must not outlive the call that forks.

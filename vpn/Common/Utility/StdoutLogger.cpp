@@ -1,7 +1,7 @@
-#include "StdoutLogger.h"
+#include "Common/Utility/StdoutLogger.h"
 
-#include "LogLevel.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/LogLevel.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <array>
 #include <atomic>

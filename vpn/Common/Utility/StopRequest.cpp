@@ -1,4 +1,4 @@
-#include "StopRequest.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,8 +1,8 @@
-#include "StoragePath.h"
+#include "Common/Utility/StoragePath.h"
 
-#include "Log.h"
-#include "ManualLock.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ManualLock.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <array>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "StringUtils.h"
+#include "Common/Utility/StringUtils.h"
 
-#include "BoundedString.h"
+#include "Common/Utility/BoundedString.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
-#include "SystemIdentity.h"
+#include "Common/Utility/SystemIdentity.h"
 
-#include "BoundedString.h"
-#include "StringUtils.h"
-#include "sysutils.h"
-#include "TextFile.h"
+#include "Common/Utility/BoundedString.h"
+#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/sysutils.h"
+#include "Common/Utility/TextFile.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
-#include "TextFile.h"
+#include "Common/Utility/TextFile.h"
 
-#include "Log.h"
-#include "RegularFile.h"
-#include "StringUtils.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/StringUtils.h"
 
 #include <algorithm>
 #include <cerrno>

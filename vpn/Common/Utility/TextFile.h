@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Handles.h"
+#include "Common/Utility/Handles.h"
 
 #include <list>
 #include <string>

@@ -1,6 +1,6 @@
-#include "Thread.h"
+#include "Common/Utility/Thread.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <cxxabi.h>
 #include <exception>

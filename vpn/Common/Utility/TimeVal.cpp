@@ -1,6 +1,6 @@
-#include "TimeVal.h"
+#include "Common/Utility/TimeVal.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <algorithm>
 #include <compare>

@@ -1,4 +1,4 @@
-#include "WipedString.h"
+#include "Common/Utility/WipedString.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,7 @@
-#include "sysutils.h"
+#include "Common/Utility/sysutils.h"
 
-#include "Log.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <array>
 #include <cerrno>

@@ -1,7 +1,7 @@
-#include "zmt_select.h"
+#include "Common/Utility/zmt_select.h"
 
-#include "Log.h"
-#include "TimeVal.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/TimeVal.h"
 
 #include <cerrno>
 

@@ -1,8 +1,8 @@
-#include "DocumentSource.h"
+#include "Common/Xml/DocumentSource.h"
 
-#include "Log.h"
-#include "RegularFile.h"
-#include "XmlHandles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Xml/XmlHandles.h"
 
 #include <cerrno>
 #include <cstddef>

@@ -1,9 +1,9 @@
-#include "XmlParser.h"
+#include "Common/Xml/XmlParser.h"
 
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "WipedString.h"
-#include "ZMTSaxParser.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/WipedString.h"
+#include "Common/Xml/ZMTSaxParser.h"
 
 #include <exception>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "XmlMgr.h"
+#include "Common/Xml/XmlMgr.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SaxWriterIfc.h"
+#include "Common/Xml/SaxWriterIfc.h"
 
 #include <string>
 #include <string_view>

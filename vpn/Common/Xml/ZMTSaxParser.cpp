@@ -1,11 +1,11 @@
-#include "ZMTSaxParser.h"
+#include "Common/Xml/ZMTSaxParser.h"
 
-#include "BoundedString.h"
-#include "DocumentSource.h"
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "WipedString.h"
-#include "XmlHandles.h"
+#include "Common/Utility/BoundedString.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/WipedString.h"
+#include "Common/Xml/DocumentSource.h"
+#include "Common/Xml/XmlHandles.h"
 
 #include <cctype>
 #include <climits>

@@ -1,10 +1,10 @@
-#include "ZMTSaxWriter.h"
+#include "Common/Xml/ZMTSaxWriter.h"
 
-#include "DescriptorStream.h"
-#include "Directory.h"
-#include "Log.h"
-#include "RegularFile.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/DescriptorStream.h"
+#include "Common/Utility/Directory.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <cerrno>
 #include <cstring>

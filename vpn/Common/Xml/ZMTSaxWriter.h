@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SaxWriterIfc.h"
+#include "Common/Xml/SaxWriterIfc.h"
 
 /// Builds a document in memory, in a buffer that is wiped, and writes it to one file. Every opening tag
 /// begins a line, without indentation. Text with markup in it stands in CDATA sections, never in entities.

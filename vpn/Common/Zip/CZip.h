@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PackReport.h"
+#include "Common/Zip/PackReport.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
-#include "EntryNames.h"
+#include "Common/Zip/EntryNames.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <algorithm>
 #include <unordered_set>

@@ -1,10 +1,10 @@
-#include "FileList.h"
+#include "Common/Zip/FileList.h"
 
-#include "Handles.h"
-#include "Log.h"
-#include "LongPath.h"
-#include "PackReport.h"
-#include "StopRequest.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/LongPath.h"
+#include "Common/Utility/StopRequest.h"
+#include "Common/Zip/PackReport.h"
 
 #include <cerrno>
 #include <fcntl.h>

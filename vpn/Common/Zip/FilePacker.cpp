@@ -1,10 +1,10 @@
-#include "FilePacker.h"
+#include "Common/Zip/FilePacker.h"
 
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "StopRequest.h"
-#include "TraditionalCipher.h"
-#include "ZipDeflater.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "Common/Zip/TraditionalCipher.h"
+#include "Common/Zip/ZipDeflater.h"
 
 #include <algorithm>
 #include <ctime>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "PackReport.h"
-#include "SourceFile.h"
-#include "ZipArchive.h"
+#include "Common/Zip/PackReport.h"
+#include "Common/Zip/SourceFile.h"
+#include "Common/Zip/ZipArchive.h"
 
 #include <cstdint>
 #include <string>

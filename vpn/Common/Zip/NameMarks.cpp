@@ -1,8 +1,8 @@
-#include "NameMarks.h"
+#include "Common/Zip/NameMarks.h"
 
-#include "Log.h"
-#include "ZipFileAccess.h"
-#include "ZipHandles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Zip/ZipFileAccess.h"
+#include "Common/Zip/ZipHandles.h"
 
 #include <algorithm>
 #include <array>

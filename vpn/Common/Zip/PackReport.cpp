@@ -1,6 +1,6 @@
-#include "PackReport.h"
+#include "Common/Zip/PackReport.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <algorithm>
 #include <system_error>

@@ -1,9 +1,9 @@
-#include "SourceFile.h"
+#include "Common/Zip/SourceFile.h"
 
-#include "Log.h"
-#include "LongPath.h"
-#include "PackReport.h"
-#include "RegularFile.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/LongPath.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Zip/PackReport.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "ZipArchive.h"
+#include "Common/Zip/ZipArchive.h"
 
-#include "NameMarks.h"
+#include "Common/Zip/NameMarks.h"
 
 #include <string_view>
 #include <zlib.h>

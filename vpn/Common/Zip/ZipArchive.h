@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ZipFileAccess.h"
-#include "ZipHandles.h"
+#include "Common/Zip/ZipFileAccess.h"
+#include "Common/Zip/ZipHandles.h"
 
 #include <cstdint>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "ZipDeflater.h"
+#include "Common/Zip/ZipDeflater.h"
 
 #include <array>
 #include <zlib.h>

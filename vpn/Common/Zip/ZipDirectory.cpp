@@ -1,8 +1,8 @@
-#include "ZipDirectory.h"
+#include "Common/Zip/ZipDirectory.h"
 
-#include "Log.h"
-#include "ZipFileAccess.h"
-#include "ZipHandles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Zip/ZipFileAccess.h"
+#include "Common/Zip/ZipHandles.h"
 
 #include <array>
 #include <cerrno>

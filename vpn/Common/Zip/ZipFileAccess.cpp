@@ -1,6 +1,6 @@
-#include "ZipFileAccess.h"
+#include "Common/Zip/ZipFileAccess.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <algorithm>
 #include <cerrno>

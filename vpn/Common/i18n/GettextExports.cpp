@@ -15,7 +15,7 @@
 // It only finds one that has a folder in its own spelling, "de" or "pt_BR", not "pt-br". A program that has
 // its toolkit initialised before it chooses a domain doesn't depend on that, since GLib asks once.
 
-#include "GettextRuntime.h"
+#include "Common/i18n/GettextRuntime.h"
 
 #include <dlfcn.h>
 #include <libintl.h>

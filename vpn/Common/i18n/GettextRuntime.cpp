@@ -1,8 +1,8 @@
-#include "GettextRuntime.h"
+#include "Common/i18n/GettextRuntime.h"
 
-#include "BoundedString.h"
-#include "LocaleVariants.h"
-#include "TextDomain.h"
+#include "Common/i18n/LocaleVariants.h"
+#include "Common/i18n/TextDomain.h"
+#include "Common/Utility/BoundedString.h"
 
 #include <clocale>
 #include <cstddef>

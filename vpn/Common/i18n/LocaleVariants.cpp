@@ -1,6 +1,6 @@
-#include "LocaleVariants.h"
+#include "Common/i18n/LocaleVariants.h"
 
-#include "BoundedString.h"
+#include "Common/Utility/BoundedString.h"
 
 #include <cctype>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "MappedFile.h"
+#include "Common/i18n/MappedFile.h"
 
-#include "RegularFile.h"
+#include "Common/Utility/RegularFile.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

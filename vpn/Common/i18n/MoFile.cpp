@@ -1,4 +1,4 @@
-#include "MoFile.h"
+#include "Common/i18n/MoFile.h"
 
 #include <cstring>
 

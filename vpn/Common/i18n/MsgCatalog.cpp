@@ -1,12 +1,12 @@
-#include "MsgCatalog.h"
+#include "Common/i18n/MsgCatalog.h"
 
-#include "GettextRuntime.h"
-#include "InstanceSmartPtr.h"
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "StoragePath.h"
-#include "StringUtils.h"
-#include "XmlLocalTLPolMgr.h"
+#include "Common/i18n/GettextRuntime.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
+#include "Common/Utility/InstanceSmartPtr.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StoragePath.h"
+#include "Common/Utility/StringUtils.h"
 
 #include <algorithm>
 #include <clocale>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ManualLock.h"
+#include "Common/Utility/ManualLock.h"
 
 #include <cstdint>
 #include <string>

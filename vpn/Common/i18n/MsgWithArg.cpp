@@ -1,6 +1,6 @@
-#include "MsgWithArg.h"
+#include "Common/i18n/MsgWithArg.h"
 
-#include "MsgCatalog.h"
+#include "Common/i18n/MsgCatalog.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WipedString.h"
+#include "Common/Utility/WipedString.h"
 
 #include <string_view>
 #include <vector>

@@ -1,6 +1,6 @@
-#include "TextDomain.h"
+#include "Common/i18n/TextDomain.h"
 
-#include "BoundedString.h"
+#include "Common/Utility/BoundedString.h"
 
 #include <new>
 #include <sys/stat.h>

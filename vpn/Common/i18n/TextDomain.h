@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MappedFile.h"
-#include "MoFile.h"
+#include "Common/i18n/MappedFile.h"
+#include "Common/i18n/MoFile.h"
 
 #include <array>
 #include <optional>

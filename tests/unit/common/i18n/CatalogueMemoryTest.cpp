@@ -1,6 +1,6 @@
-#include "GettextRuntime.h"
-#include "HeapLimit.h"
-#include "MsgCatalogTest.h"
+#include "Common/i18n/GettextRuntime.h"
+#include "tests/unit/common/i18n/MsgCatalogTest.h"
+#include "tests/unit/common/ipc/HeapLimit.h"
 
 #include <gtest/gtest.h>
 #include <libintl.h>

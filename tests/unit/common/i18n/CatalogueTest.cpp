@@ -1,4 +1,4 @@
-#include "CatalogueTest.h"
+#include "tests/unit/common/i18n/CatalogueTest.h"
 
 #include <clocale>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MoImage.h"
-#include "Sandbox.h"
+#include "tests/support/Sandbox.h"
+#include "tests/unit/common/i18n/MoImage.h"
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,6 @@
-#include "GettextRuntime.h"
+#include "Common/i18n/GettextRuntime.h"
 
-#include "CatalogueTest.h"
+#include "tests/unit/common/i18n/CatalogueTest.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>

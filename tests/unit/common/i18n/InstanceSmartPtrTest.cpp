@@ -1,7 +1,7 @@
-#include "InstanceSmartPtr.h"
+#include "Common/Utility/InstanceSmartPtr.h"
 
-#include "StoragePath.h"
-#include "XmlLocalTLPolMgr.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
+#include "Common/Utility/StoragePath.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "LocaleVariants.h"
+#include "Common/i18n/LocaleVariants.h"
 
 #include <gtest/gtest.h>
 #include <string>

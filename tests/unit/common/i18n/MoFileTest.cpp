@@ -1,6 +1,6 @@
-#include "MoFile.h"
+#include "Common/i18n/MoFile.h"
 
-#include "MoImage.h"
+#include "tests/unit/common/i18n/MoImage.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "MoImage.h"
+#include "tests/unit/common/i18n/MoImage.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
-#include "GettextRuntime.h"
-#include "MsgCatalogTest.h"
+#include "Common/i18n/GettextRuntime.h"
+#include "tests/unit/common/i18n/MsgCatalogTest.h"
 
 #include <libintl.h>
 

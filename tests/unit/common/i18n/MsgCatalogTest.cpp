@@ -1,8 +1,8 @@
-#include "MsgCatalog.h"
+#include "Common/i18n/MsgCatalog.h"
 
-#include "CapturedLog.h"
-#include "MsgCatalogTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/unit/common/i18n/MsgCatalogTest.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>

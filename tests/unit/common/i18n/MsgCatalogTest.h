@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "CatalogueTest.h"
-#include "MsgCatalog.h"
-#include "StoragePath.h"
-#include "XmlLocalTLPolMgr.h"
+#include "Common/i18n/MsgCatalog.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
+#include "Common/Utility/StoragePath.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/unit/common/i18n/CatalogueTest.h"
 
 #include <string>
 

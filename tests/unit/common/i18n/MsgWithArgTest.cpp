@@ -1,6 +1,6 @@
-#include "MsgWithArg.h"
+#include "Common/i18n/MsgWithArg.h"
 
-#include "MsgCatalogTest.h"
+#include "tests/unit/common/i18n/MsgCatalogTest.h"
 
 #include <gtest/gtest.h>
 #include <initializer_list>

@@ -1,9 +1,9 @@
 // Texts of libraries that come with catalogues of their own, in a program that has replaced the functions
 // with which they set these up.
 
-#include "InChild.h"
-#include "MsgCatalogTest.h"
-#include "toolkit_stand_in.h"
+#include "tests/support/InChild.h"
+#include "tests/unit/common/i18n/MsgCatalogTest.h"
+#include "tests/unit/common/i18n/toolkit_stand_in.h"
 
 #include <clocale>
 #include <dlfcn.h>

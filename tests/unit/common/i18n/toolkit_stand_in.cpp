@@ -1,6 +1,6 @@
 // A shared library with texts of its own, as a toolkit is.
 
-#include "toolkit_stand_in.h"
+#include "tests/unit/common/i18n/toolkit_stand_in.h"
 
 #include <glib.h>
 #include <libintl.h>

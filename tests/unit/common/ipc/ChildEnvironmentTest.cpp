@@ -1,10 +1,10 @@
-#include "ChildEnvironment.h"
+#include "Common/Utility/ChildEnvironment.h"
 
-#include "CommandShell.h"
-#include "InChild.h"
-#include "Processes.h"
-#include "ProcessTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <array>
 #include <cstdlib>

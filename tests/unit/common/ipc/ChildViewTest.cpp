@@ -1,13 +1,13 @@
-#include "ChildView.h"
+#include "Common/Utility/ChildView.h"
 
-#include "ChildEnvironment.h"
-#include "CommandShell.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "Processes.h"
-#include "ProcessTest.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/ChildEnvironment.h"
+#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <array>
 #include <cerrno>

@@ -1,9 +1,9 @@
-#include "CapturedLog.h"
-#include "CommandShell.h"
-#include "HeapLimit.h"
-#include "Processes.h"
-#include "ProcessTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Processes.h"
+#include "tests/unit/common/ipc/HeapLimit.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <gtest/gtest.h>
 #include <list>

@@ -1,12 +1,12 @@
-#include "CommandShell.h"
+#include "Common/Utility/CommandShell.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "Interrupter.h"
-#include "Processes.h"
-#include "ProcessTest.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/common/ipc/Interrupter.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <array>
 #include <cerrno>

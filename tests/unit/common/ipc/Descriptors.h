@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Handles.h"
+#include "Common/Utility/Handles.h"
 
 #include <array>
 #include <cerrno>

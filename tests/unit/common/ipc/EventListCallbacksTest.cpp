@@ -1,7 +1,7 @@
-#include "EventList.h"
+#include "Common/IPC/EventList.h"
 
-#include "Descriptors.h"
-#include "ListedEvents.h"
+#include "tests/unit/common/ipc/Descriptors.h"
+#include "tests/unit/common/ipc/ListedEvents.h"
 
 #include <gmock/gmock.h>
 

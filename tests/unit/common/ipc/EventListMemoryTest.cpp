@@ -1,8 +1,8 @@
-#include "EventList.h"
+#include "Common/IPC/EventList.h"
 
-#include "EventTestAccess.h"
-#include "HeapLimit.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/common/ipc/EventTestAccess.h"
+#include "tests/unit/common/ipc/HeapLimit.h"
 
 #include <array>
 #include <gtest/gtest.h>

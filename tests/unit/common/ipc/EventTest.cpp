@@ -1,4 +1,4 @@
-#include "EventFixture.h"
+#include "tests/unit/common/ipc/EventFixture.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "event.h"
-#include "EventList.h"
+#include "Common/IPC/event.h"
+#include "Common/IPC/EventList.h"
 
 #include <gtest/gtest.h>
 

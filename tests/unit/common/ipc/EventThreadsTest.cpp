@@ -1,12 +1,12 @@
-#include "EventList.h"
+#include "Common/IPC/EventList.h"
 
-#include "Descriptors.h"
-#include "EventRecord.h"
-#include "Interrupter.h"
-#include "LoggedTest.h"
-#include "Processes.h"
-#include "ReturnCodes.h"
-#include "SystemCallHooks.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/Processes.h"
+#include "tests/unit/common/ipc/Descriptors.h"
+#include "tests/unit/common/ipc/EventRecord.h"
+#include "tests/unit/common/ipc/Interrupter.h"
+#include "tests/unit/common/ipc/LoggedTest.h"
+#include "tests/unit/common/ipc/SystemCallHooks.h"
 
 #include <atomic>
 #include <chrono>

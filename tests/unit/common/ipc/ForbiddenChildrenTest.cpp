@@ -1,6 +1,6 @@
-#include "ChildSetup.h"
-#include "CommandShell.h"
-#include "InChild.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/CommandShell.h"
+#include "tests/support/InChild.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "HeapLimit.h"
+#include "tests/unit/common/ipc/HeapLimit.h"
 
 #include <atomic>
 #include <cstdlib>

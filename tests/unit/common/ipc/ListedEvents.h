@@ -1,11 +1,11 @@
 #pragma once
 
-#include "EventList.h"
-#include "EventRecord.h"
-#include "EventTestAccess.h"
-#include "LoggedTest.h"
-#include "ReturnCodes.h"
-#include "SystemCallHooks.h"
+#include "Common/IPC/EventList.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/common/ipc/EventRecord.h"
+#include "tests/unit/common/ipc/EventTestAccess.h"
+#include "tests/unit/common/ipc/LoggedTest.h"
+#include "tests/unit/common/ipc/SystemCallHooks.h"
 
 #include <gtest/gtest.h>
 #include <memory>

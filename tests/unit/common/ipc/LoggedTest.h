@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CapturedLog.h"
+#include "tests/support/CapturedLog.h"
 
 #include <algorithm>
 #include <cstdint>

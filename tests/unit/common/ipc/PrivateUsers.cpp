@@ -1,6 +1,6 @@
-#include "PrivateUsers.h"
+#include "tests/unit/common/ipc/PrivateUsers.h"
 
-#include "InChild.h"
+#include "tests/support/InChild.h"
 
 #include <cerrno>
 #include <filesystem>

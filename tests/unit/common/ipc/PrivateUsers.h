@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ProcessTest.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <functional>
 #include <string>

@@ -1,12 +1,12 @@
-#include "CapturedLog.h"
-#include "event.h"
-#include "InChild.h"
-#include "Interrupter.h"
-#include "PrivateUsers.h"
-#include "Processes.h"
-#include "ProcessTest.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
+#include "Common/IPC/event.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/common/ipc/Interrupter.h"
+#include "tests/unit/common/ipc/PrivateUsers.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <array>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "ProcessTest.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
-#include "Processes.h"
+#include "tests/support/Processes.h"
 
 #include <algorithm>
 #include <csignal>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ProcessAPI_unix.h"
-#include "Sandbox.h"
+#include "Common/IPC/ProcessAPI_unix.h"
+#include "tests/support/Sandbox.h"
 
 #include <cstdint>
 #include <map>

@@ -1,8 +1,8 @@
-#include "CommandShell.h"
-#include "event.h"
-#include "Processes.h"
-#include "ProcessTest.h"
-#include "ReturnCodes.h"
+#include "Common/IPC/event.h"
+#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/Processes.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <atomic>
 #include <barrier>

@@ -1,6 +1,6 @@
-#include "InChild.h"
-#include "ProcessTest.h"
-#include "StopRequest.h"
+#include "Common/Utility/StopRequest.h"
+#include "tests/support/InChild.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <chrono>
 #include <gtest/gtest.h>

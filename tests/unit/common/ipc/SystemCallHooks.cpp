@@ -1,4 +1,4 @@
-#include "SystemCallHooks.h"
+#include "tests/unit/common/ipc/SystemCallHooks.h"
 
 #include <cerrno>
 #include <cstdarg>

@@ -1,6 +1,6 @@
-#include "TimeVal.h"
+#include "Common/Utility/TimeVal.h"
 
-#include "CapturedLog.h"
+#include "tests/support/CapturedLog.h"
 
 #include <algorithm>
 #include <array>

@@ -1,13 +1,13 @@
-#include "UnixImpersonate.h"
+#include "Common/IPC/UnixImpersonate.h"
 
-#include "CapturedLog.h"
-#include "Handles.h"
-#include "InChild.h"
-#include "PrivateUsers.h"
-#include "Processes.h"
-#include "ProcessTest.h"
-#include "ReturnCodes.h"
-#include "SystemCallFilter.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
+#include "tests/support/SystemCallFilter.h"
+#include "tests/unit/common/ipc/PrivateUsers.h"
+#include "tests/unit/common/ipc/ProcessTest.h"
 
 #include <array>
 #include <cerrno>

@@ -1,10 +1,10 @@
-#include "zmt_select.h"
+#include "Common/Utility/zmt_select.h"
 
-#include "Descriptors.h"
-#include "Interrupter.h"
-#include "LoggedTest.h"
-#include "SystemCallHooks.h"
-#include "TimeVal.h"
+#include "Common/Utility/TimeVal.h"
+#include "tests/unit/common/ipc/Descriptors.h"
+#include "tests/unit/common/ipc/Interrupter.h"
+#include "tests/unit/common/ipc/LoggedTest.h"
+#include "tests/unit/common/ipc/SystemCallHooks.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
-#include "CThread.h"
+#include "Common/Utility/CThread.h"
 
-#include "AddressSpaceLimit.h"
-#include "CapturedLog.h"
-#include "ReturnCodes.h"
-#include "Sanitizers.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/AddressSpaceLimit.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sanitizers.h"
 
 #include <array>
 #include <cerrno>

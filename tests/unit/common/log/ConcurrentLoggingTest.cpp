@@ -1,6 +1,6 @@
-#include "CapturedLog.h"
-#include "Log.h"
-#include "RedirectedStdout.h"
+#include "Common/Utility/Log.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/unit/common/log/RedirectedStdout.h"
 
 #include <atomic>
 #include <cstdlib>

@@ -1,9 +1,9 @@
-#include "EscapingLogger.h"
+#include "Common/Utility/EscapingLogger.h"
 
-#include "Log.h"
-#include "RedirectedStdout.h"
-#include "ReturnCodes.h"
-#include "StdoutLogger.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StdoutLogger.h"
+#include "tests/unit/common/log/RedirectedStdout.h"
 
 #include <gmock/gmock.h>
 

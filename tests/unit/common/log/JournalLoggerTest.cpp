@@ -1,9 +1,9 @@
-#include "SDJournalLogger.h"
+#include "Common/Utility/SDJournalLogger.h"
 
-#include "JournalSocket.h"
-#include "Log.h"
-#include "RedirectedStdout.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/common/log/JournalSocket.h"
+#include "tests/unit/common/log/RedirectedStdout.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
-#include "JournalSocket.h"
+#include "tests/unit/common/log/JournalSocket.h"
 
-#include "Handles.h"
+#include "Common/Utility/Handles.h"
 
 #include <array>
 #include <cerrno>

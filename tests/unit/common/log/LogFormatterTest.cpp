@@ -1,4 +1,4 @@
-#include "LogFormatter.h"
+#include "Common/Utility/LogFormatter.h"
 
 #include <array>
 #include <cinttypes>

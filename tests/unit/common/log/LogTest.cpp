@@ -1,7 +1,7 @@
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
-#include "MessageTable.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/MessageTable.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "ManualLock.h"
+#include "Common/Utility/ManualLock.h"
 
 #include <array>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "MessageTable.h"
+#include "Common/Utility/MessageTable.h"
 
 #include <array>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
-#include "StdoutLogger.h"
+#include "Common/Utility/StdoutLogger.h"
 
-#include "Log.h"
-#include "RedirectedStdout.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/common/log/RedirectedStdout.h"
 
 #include <cstdlib>
 #include <ctime>

@@ -1,7 +1,7 @@
-#include "Thread.h"
+#include "Common/Utility/Thread.h"
 
-#include "CapturedLog.h"
-#include "NoNewThreads.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/NoNewThreads.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "WipedString.h"
+#include "Common/Utility/WipedString.h"
 
-#include "HeapWatch.h"
+#include "tests/support/HeapWatch.h"
 
 #include <array>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "InChild.h"
-#include "LocalPolicyTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/InChild.h"
+#include "tests/unit/common/policy/LocalPolicyTest.h"
 
 #include <gmock/gmock.h>
 

@@ -1,8 +1,8 @@
 // Files that are no good policy.
 
-#include "InChild.h"
-#include "LocalPolicyTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/InChild.h"
+#include "tests/unit/common/policy/LocalPolicyTest.h"
 
 #include <fstream>
 #include <gmock/gmock.h>

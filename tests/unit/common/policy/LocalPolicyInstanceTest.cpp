@@ -1,5 +1,5 @@
-#include "LocalPolicyTest.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/unit/common/policy/LocalPolicyTest.h"
 
 namespace {
 

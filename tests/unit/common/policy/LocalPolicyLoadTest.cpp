@@ -1,6 +1,6 @@
-#include "InChild.h"
-#include "LocalPolicyTest.h"
-#include "PrivateMounts.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/unit/common/policy/LocalPolicyTest.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CapturedLog.h"
-#include "PolicySettings.h"
-#include "Sandbox.h"
-#include "StoragePathAccess.h"
-#include "XmlLocalTLPolMgr.h"
+#include "Common/Policy/PolicySettings.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/StoragePathAccess.h"
 
 #include <string>
 #include <vector>

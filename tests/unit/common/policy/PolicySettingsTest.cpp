@@ -1,4 +1,4 @@
-#include "LocalPolicyTest.h"
+#include "tests/unit/common/policy/LocalPolicyTest.h"
 
 #include <gmock/gmock.h>
 

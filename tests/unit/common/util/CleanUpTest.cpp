@@ -1,4 +1,4 @@
-#include "CleanUp.h"
+#include "Common/Utility/CleanUp.h"
 
 #include <gmock/gmock.h>
 #include <memory>

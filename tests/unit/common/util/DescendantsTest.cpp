@@ -1,10 +1,10 @@
-#include "Descendants.h"
+#include "Common/Utility/Descendants.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "Pipe.h"
-#include "Processes.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Pipe.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,8 +1,8 @@
-#include "DescriptorStream.h"
+#include "Common/Utility/DescriptorStream.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Sandbox.h"
 
 #include <array>
 #include <cerrno>

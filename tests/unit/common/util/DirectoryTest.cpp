@@ -1,8 +1,8 @@
-#include "Directory.h"
+#include "Common/Utility/Directory.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

@@ -1,8 +1,8 @@
-#include "FolderAccess.h"
+#include "Common/Utility/FolderAccess.h"
 
-#include "CapturedLog.h"
-#include "Processes.h"
-#include "Sandbox.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,12 +1,12 @@
-#include "FolderRemoval.h"
+#include "Common/Utility/FolderRemoval.h"
 
-#include "CapturedLog.h"
-#include "Handles.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
-#include "Processes.h"
-#include "Sandbox.h"
-#include "TracedChild.h"
+#include "Common/Utility/Handles.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/TracedChild.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,7 +1,7 @@
-#include "HiddenFiles.h"
+#include "Common/Utility/HiddenFiles.h"
 
-#include "Handles.h"
-#include "Sandbox.h"
+#include "Common/Utility/Handles.h"
+#include "tests/support/Sandbox.h"
 
 #include <deque>
 #include <fcntl.h>

@@ -1,9 +1,9 @@
-#include "LongPath.h"
+#include "Common/Utility/LongPath.h"
 
-#include "InChild.h"
-#include "Processes.h"
-#include "RegularFile.h"
-#include "Sandbox.h"
+#include "Common/Utility/RegularFile.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Sandbox.h"
 
 #include <cerrno>
 #include <climits>

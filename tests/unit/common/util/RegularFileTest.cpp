@@ -1,7 +1,7 @@
-#include "RegularFile.h"
+#include "Common/Utility/RegularFile.h"
 
-#include "LeaseHolder.h"
-#include "Sandbox.h"
+#include "tests/support/LeaseHolder.h"
+#include "tests/support/Sandbox.h"
 
 #include <cerrno>
 #include <fcntl.h>

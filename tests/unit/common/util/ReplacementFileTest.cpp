@@ -1,8 +1,8 @@
-#include "ReplacementFile.h"
+#include "Common/Utility/ReplacementFile.h"
 
-#include "InChild.h"
-#include "Sandbox.h"
-#include "SystemCallFilter.h"
+#include "tests/support/InChild.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/SystemCallFilter.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,9 +1,9 @@
-#include "StoragePath.h"
+#include "Common/Utility/StoragePath.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "ReturnCodes.h"
-#include "StoragePathAccess.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/StoragePathAccess.h"
 
 #include <pwd.h>
 

@@ -1,6 +1,6 @@
-#include "StoragePath.h"
+#include "Common/Utility/StoragePath.h"
 
-#include "StoragePathAccess.h"
+#include "tests/support/StoragePathAccess.h"
 
 #include <atomic>
 #include <barrier>

@@ -1,4 +1,4 @@
-#include "StringUtils.h"
+#include "Common/Utility/StringUtils.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

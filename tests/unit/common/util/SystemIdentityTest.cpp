@@ -1,8 +1,8 @@
-#include "SystemIdentity.h"
+#include "Common/Utility/SystemIdentity.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "PrivateMounts.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
 
 #include <array>
 #include <cerrno>

@@ -1,8 +1,8 @@
-#include "sysutils.h"
+#include "Common/Utility/sysutils.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
 
 #include <array>
 #include <cerrno>

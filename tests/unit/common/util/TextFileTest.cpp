@@ -1,7 +1,7 @@
-#include "TextFile.h"
+#include "Common/Utility/TextFile.h"
 
-#include "CapturedLog.h"
-#include "InChild.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/InChild.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
-#include "ClearArguments.h"
+#include "tools/MERO/MEROConsole/ClearArguments.h"
 
-#include "PathArguments.h"
+#include "tools/MERO/MEROConsole/PathArguments.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ClearOptions.h"
+#include "tools/MERO/MEROConsole/ClearOptions.h"
 
 namespace CLI {
 class App;

@@ -1,15 +1,15 @@
-#include "ClearCommand.h"
+#include "tools/MERO/MEROConsole/ClearCommand.h"
 
-#include "ClearPreview.h"
-#include "ConfigurationNotes.h"
-#include "ConsoleMessages.h"
-#include "FilesToClear.h"
-#include "MEROEngine.h"
-#include "Paths.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
-#include "TrText.h"
-#include "Utf8Text.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROConsole/ConfigurationNotes.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
+#include "tools/MERO/MEROConsole/FilesToClear.h"
+#include "tools/MERO/MEROConsole/Utf8Text.h"
+#include "tools/MERO/MEROEngine/implementations/ClearPreview.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
+#include "tools/MERO/MEROOffline/Common/TrText.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,11 +1,11 @@
-#include "CollectArguments.h"
+#include "tools/MERO/MEROConsole/CollectArguments.h"
 
-#include "CommentCheck.h"
-#include "PathArguments.h"
-#include "ReplacementFile.h"
-#include "StringUtils.h"
-#include "sysutils.h"
-#include "UsageError.h"
+#include "Common/Utility/ReplacementFile.h"
+#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROConsole/CommentCheck.h"
+#include "tools/MERO/MEROConsole/PathArguments.h"
+#include "tools/MERO/MEROConsole/UsageError.h"
 
 #include <cerrno>
 #include <CLI/CLI.hpp>

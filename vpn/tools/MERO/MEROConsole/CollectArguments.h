@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CollectOptions.h"
+#include "tools/MERO/MEROConsole/CollectOptions.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CollectOptions.h"
+#include "tools/MERO/MEROConsole/CollectOptions.h"
 
 /// Collects a bundle and blocks until it is written or the job has failed. Selects items first if their ids
 /// are given, and reads the password then, from standard input if that was asked for.

@@ -1,6 +1,6 @@
-#include "CommentCheck.h"
+#include "tools/MERO/MEROConsole/CommentCheck.h"
 
-#include "Utf8Text.h"
+#include "tools/MERO/MEROConsole/Utf8Text.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,7 +1,7 @@
-#include "ConfigurationNotes.h"
+#include "tools/MERO/MEROConsole/ConfigurationNotes.h"
 
-#include "ConsoleMessages.h"
-#include "Paths.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
 void printFailedFiles(const std::list<std::string>& paths) {
     for (const std::string& path : paths) {

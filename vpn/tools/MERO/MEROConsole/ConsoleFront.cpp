@@ -1,13 +1,13 @@
-#include "ConsoleFront.h"
+#include "tools/MERO/MEROConsole/ConsoleFront.h"
 
-#include "ClearCommand.h"
-#include "CollectCommand.h"
-#include "ConsoleMessages.h"
-#include "ConsoleOptions.h"
-#include "Handles.h"
-#include "ListCommand.h"
-#include "PolicyCommand.h"
-#include "sysutils.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROConsole/ClearCommand.h"
+#include "tools/MERO/MEROConsole/CollectCommand.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
+#include "tools/MERO/MEROConsole/ConsoleOptions.h"
+#include "tools/MERO/MEROConsole/ListCommand.h"
+#include "tools/MERO/MEROConsole/PolicyCommand.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "ConsoleMessages.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,11 +1,11 @@
-#include "ConsoleOptions.h"
+#include "tools/MERO/MEROConsole/ConsoleOptions.h"
 
-#include "ClearArguments.h"
-#include "CollectArguments.h"
-#include "ConsoleMessages.h"
-#include "ListArguments.h"
-#include "PolicyArguments.h"
-#include "UsageError.h"
+#include "tools/MERO/MEROConsole/ClearArguments.h"
+#include "tools/MERO/MEROConsole/CollectArguments.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
+#include "tools/MERO/MEROConsole/ListArguments.h"
+#include "tools/MERO/MEROConsole/PolicyArguments.h"
+#include "tools/MERO/MEROConsole/UsageError.h"
 
 #include <CLI/CLI.hpp>
 #include <string>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "ClearOptions.h"
-#include "CollectOptions.h"
-#include "ListOptions.h"
-#include "PolicyOptions.h"
+#include "tools/MERO/MEROConsole/ClearOptions.h"
+#include "tools/MERO/MEROConsole/CollectOptions.h"
+#include "tools/MERO/MEROConsole/ListOptions.h"
+#include "tools/MERO/MEROConsole/PolicyOptions.h"
 
 #include <variant>
 

@@ -1,7 +1,7 @@
-#include "FilesToClear.h"
+#include "tools/MERO/MEROConsole/FilesToClear.h"
 
-#include "Files.h"
-#include "Names.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 
 #include <fcntl.h>
 #include <list>

@@ -1,7 +1,7 @@
-#include "ItemListing.h"
+#include "tools/MERO/MEROConsole/ItemListing.h"
 
-#include "TrText.h"
-#include "Utf8Text.h"
+#include "tools/MERO/MEROConsole/Utf8Text.h"
+#include "tools/MERO/MEROOffline/Common/TrText.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

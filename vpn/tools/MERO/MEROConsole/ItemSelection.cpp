@@ -1,6 +1,6 @@
-#include "ItemSelection.h"
+#include "tools/MERO/MEROConsole/ItemSelection.h"
 
-#include "ParseConfigXML.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 
 #include <set>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
-#include "CMEROOfflineIfc.h"
-#include "ModuleTree.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"
+#include "tools/MERO/MEROOffline/Common/ModuleTree.h"
 
 #include <list>
 #include <string>

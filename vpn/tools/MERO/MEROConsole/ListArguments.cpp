@@ -1,6 +1,6 @@
-#include "ListArguments.h"
+#include "tools/MERO/MEROConsole/ListArguments.h"
 
-#include "PathArguments.h"
+#include "tools/MERO/MEROConsole/PathArguments.h"
 
 #include <CLI/CLI.hpp>
 

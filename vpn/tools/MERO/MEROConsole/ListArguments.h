@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ListOptions.h"
+#include "tools/MERO/MEROConsole/ListOptions.h"
 
 namespace CLI {
 class App;

@@ -1,9 +1,9 @@
-#include "ListCommand.h"
+#include "tools/MERO/MEROConsole/ListCommand.h"
 
-#include "ConfigurationNotes.h"
-#include "ConsoleMessages.h"
-#include "ItemListing.h"
-#include "ItemSelection.h"
+#include "tools/MERO/MEROConsole/ConfigurationNotes.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
+#include "tools/MERO/MEROConsole/ItemListing.h"
+#include "tools/MERO/MEROConsole/ItemSelection.h"
 
 int listItems(const ListOptions& options) {
     ItemSelection items;

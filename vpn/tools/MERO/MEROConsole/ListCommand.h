@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ListOptions.h"
+#include "tools/MERO/MEROConsole/ListOptions.h"
 
 /// Prints what can be collected on standard output. A configuration file that can't be read is named on
 /// standard error, and the others are listed.

@@ -1,4 +1,4 @@
-#include "OwnRequest.h"
+#include "tools/MERO/MEROConsole/OwnRequest.h"
 
 int OwnRequest::write(ItemSelection& items) {
     const int error = m_folder.make();

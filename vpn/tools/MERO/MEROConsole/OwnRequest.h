@@ -1,8 +1,8 @@
 #pragma once
 
-#include "GenerateReqXML.h"
-#include "ItemSelection.h"
-#include "PrivateFolder.h"
+#include "tools/MERO/MEROConsole/ItemSelection.h"
+#include "tools/MERO/MEROConsole/PrivateFolder.h"
+#include "tools/MERO/MEROOffline/Common/GenerateReqXML.h"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,9 @@
-#include "PasswordSource.h"
+#include "tools/MERO/MEROConsole/PasswordSource.h"
 
-#include "Handles.h"
-#include "Log.h"
-#include "RegularFile.h"
-#include "TerminalEcho.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "tools/MERO/MEROConsole/TerminalEcho.h"
 
 #include <array>
 #include <cerrno>

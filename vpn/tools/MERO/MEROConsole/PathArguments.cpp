@@ -1,7 +1,7 @@
-#include "PathArguments.h"
+#include "tools/MERO/MEROConsole/PathArguments.h"
 
-#include "sysutils.h"
-#include "UsageError.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROConsole/UsageError.h"
 
 #include <CLI/CLI.hpp>
 #include <filesystem>

@@ -1,7 +1,7 @@
-#include "PolicyArguments.h"
+#include "tools/MERO/MEROConsole/PolicyArguments.h"
 
-#include "PolicySettings.h"
-#include "UsageError.h"
+#include "Common/Policy/PolicySettings.h"
+#include "tools/MERO/MEROConsole/UsageError.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>

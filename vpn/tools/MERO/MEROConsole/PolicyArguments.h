@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PolicyOptions.h"
+#include "tools/MERO/MEROConsole/PolicyOptions.h"
 
 #include <string>
 

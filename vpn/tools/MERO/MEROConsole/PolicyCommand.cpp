@@ -1,13 +1,13 @@
-#include "PolicyCommand.h"
+#include "tools/MERO/MEROConsole/PolicyCommand.h"
 
-#include "ConsoleMessages.h"
-#include "Handles.h"
-#include "PolicySettings.h"
-#include "ReturnCodes.h"
-#include "StoragePath.h"
-#include "sysutils.h"
-#include "Utf8Text.h"
-#include "XmlLocalTLPolMgr.h"
+#include "Common/Policy/PolicySettings.h"
+#include "Common/Policy/XmlLocalTLPolMgr.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StoragePath.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
+#include "tools/MERO/MEROConsole/Utf8Text.h"
 
 #include <memory>
 #include <sys/stat.h>

@@ -1,9 +1,9 @@
-#include "PrivateFolder.h"
+#include "tools/MERO/MEROConsole/PrivateFolder.h"
 
-#include "ConsoleMessages.h"
-#include "FolderRemoval.h"
-#include "Handles.h"
-#include "Log.h"
+#include "Common/Utility/FolderRemoval.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROConsole/ConsoleMessages.h"
 
 #include <cerrno>
 #include <cstdint>

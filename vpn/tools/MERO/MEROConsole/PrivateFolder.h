@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CleanUp.h"
+#include "Common/Utility/CleanUp.h"
 
 #include <optional>
 #include <string>

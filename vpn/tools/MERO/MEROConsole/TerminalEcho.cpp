@@ -1,7 +1,7 @@
-#include "TerminalEcho.h"
+#include "tools/MERO/MEROConsole/TerminalEcho.h"
 
-#include "Log.h"
-#include "StopRequest.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "Utf8Text.h"
+#include "tools/MERO/MEROConsole/Utf8Text.h"
 
 #include <algorithm>
 #include <boost/locale/encoding_utf.hpp>

@@ -1,5 +1,5 @@
-#include "ConsoleFront.h"
-#include "Log.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROConsole/ConsoleFront.h"
 
 namespace {
 

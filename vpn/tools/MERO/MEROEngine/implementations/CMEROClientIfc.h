@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROStatusInfo.h"
+#include "tools/MERO/MEROEngine/implementations/MEROStatusInfo.h"
 
 #include <cstdint>
 

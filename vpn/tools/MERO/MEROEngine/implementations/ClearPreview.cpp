@@ -1,9 +1,9 @@
-#include "ClearPreview.h"
+#include "tools/MERO/MEROEngine/implementations/ClearPreview.h"
 
-#include "ItemWalk.h"
-#include "MEROAction.h"
-#include "MEROXmlLoader.h"
-#include "Paths.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
+#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
 #include <memory>
 #include <utility>

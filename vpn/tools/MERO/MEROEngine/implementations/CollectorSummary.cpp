@@ -1,15 +1,15 @@
-#include "collector.h"
+#include "tools/MERO/MEROEngine/implementations/collector.h"
 
-#include "AttributeText.h"
-#include "Files.h"
-#include "Log.h"
-#include "Paths.h"
-#include "ReturnCodes.h"
-#include "Summary.h"
-#include "SummaryText.h"
-#include "SystemIdentity.h"
-#include "sysutils.h"
-#include "truncator.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/SystemIdentity.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
+#include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"
+#include "tools/MERO/MEROEngine/implementations/SummaryText.h"
+#include "tools/MERO/MEROEngine/implementations/truncator.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,8 +1,8 @@
-#include "Log.h"
-#include "MEROAction.h"
-#include "Names.h"
-#include "Paths.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
-#include "ItemWalk.h"
+#include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
 
-#include "AttributeText.h"
-#include "PlatformSection.h"
+#include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"
+#include "tools/MERO/MEROEngine/implementations/parser/PlatformSection.h"
 
 namespace {
 

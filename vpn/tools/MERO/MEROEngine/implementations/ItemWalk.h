@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MEROComponent.h"
-#include "MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROComponent.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <list>
 #include <string>

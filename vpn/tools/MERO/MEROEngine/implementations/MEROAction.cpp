@@ -1,10 +1,10 @@
-#include "MEROAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
-#include "Files.h"
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "StopRequest.h"
-#include "Summary.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
 
 #include <string_view>
 

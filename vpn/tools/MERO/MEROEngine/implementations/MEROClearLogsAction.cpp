@@ -1,8 +1,8 @@
-#include "MEROClearLogsAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROClearLogsAction.h"
 
-#include "Files.h"
-#include "Names.h"
-#include "Paths.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
 MEROClearLogsAction::MEROClearLogsAction(const MEROActionInfo& info, MEROComponent* reader, bool /*adminRun*/)
     : MEROAction(info, reader, false) {}

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
 /// Clears an item's logs: acts on the instructions that carry clear_log with apply "true", and on no other.
 /// Nothing is recorded and nothing stops the run.

@@ -1,10 +1,10 @@
-#include "MEROCollectLogsAction.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
-#include "Files.h"
-#include "Log.h"
-#include "Names.h"
-#include "ReturnCodes.h"
-#include "StopRequest.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <filesystem>

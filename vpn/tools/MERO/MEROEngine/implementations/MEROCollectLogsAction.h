@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Files.h"
-#include "MEROAction.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
 /// Brings an item's files into the bundle, below the item's folder. A file that can't be found or copied
 /// becomes a row of the summary's omitted files, and the others go on.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROActionInfo.h"
+#include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 
 #include <cstdint>
 #include <string>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "MEROXmlLoader.h"
-#include "MEROXmlObject.h"
-#include "RequestEntries.h"
-#include "WipedString.h"
-#include "WorkingFolder.h"
+#include "Common/Utility/WipedString.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/RequestEntries.h"
+#include "tools/MERO/MEROEngine/implementations/WorkingFolder.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,6 @@
-#include "Progress.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
 
 #include <cstdio>
 #include <memory>

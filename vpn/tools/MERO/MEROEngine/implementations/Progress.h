@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
-#include "MEROStatusInfo.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROEngine/implementations/MEROStatusInfo.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,8 +1,8 @@
-#include "RequestEntries.h"
+#include "tools/MERO/MEROEngine/implementations/RequestEntries.h"
 
-#include "AttributeText.h"
-#include "Paths.h"
-#include "StringUtils.h"
+#include "Common/Utility/StringUtils.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"
 
 #include <algorithm>
 #include <map>

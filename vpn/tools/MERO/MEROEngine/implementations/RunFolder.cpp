@@ -1,8 +1,8 @@
-#include "RunFolder.h"
+#include "tools/MERO/MEROEngine/implementations/RunFolder.h"
 
-#include "FolderAccess.h"
-#include "FolderRemoval.h"
-#include "Log.h"
+#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/FolderRemoval.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <fcntl.h>

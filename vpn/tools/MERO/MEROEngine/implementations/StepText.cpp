@@ -1,4 +1,4 @@
-#include "StepText.h"
+#include "tools/MERO/MEROEngine/implementations/StepText.h"
 
 namespace {
 

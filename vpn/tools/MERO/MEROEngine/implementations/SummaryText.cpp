@@ -1,6 +1,6 @@
-#include "SummaryText.h"
+#include "tools/MERO/MEROEngine/implementations/SummaryText.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <algorithm>
 #include <cctype>

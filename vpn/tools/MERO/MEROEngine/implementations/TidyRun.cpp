@@ -1,11 +1,11 @@
-#include "TidyRun.h"
+#include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
-#include "ChildSetup.h"
-#include "CleanUp.h"
-#include "Descendants.h"
-#include "HiddenFiles.h"
-#include "RunFolder.h"
-#include "StopRequest.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/CleanUp.h"
+#include "Common/Utility/Descendants.h"
+#include "Common/Utility/HiddenFiles.h"
+#include "Common/Utility/StopRequest.h"
+#include "tools/MERO/MEROEngine/implementations/RunFolder.h"
 
 #include <chrono>
 #include <exception>

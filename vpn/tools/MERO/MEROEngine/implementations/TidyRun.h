@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROEngine.h"
+#include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
 
 #include <cstdint>
 

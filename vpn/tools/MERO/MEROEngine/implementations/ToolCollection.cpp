@@ -1,9 +1,9 @@
-#include "Files.h"
-#include "Log.h"
-#include "MEROCollectLogsAction.h"
-#include "Names.h"
-#include "Paths.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
 #include <boost/algorithm/string/replace.hpp>
 

@@ -1,7 +1,7 @@
-#include "ToolOutput.h"
+#include "tools/MERO/MEROEngine/implementations/ToolOutput.h"
 
-#include "FileAccess.h"
-#include "RegularFile.h"
+#include "Common/Utility/RegularFile.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
-#include "WorkerPool.h"
+#include "tools/MERO/MEROEngine/implementations/WorkerPool.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <boost/asio/post.hpp>
 #include <cerrno>

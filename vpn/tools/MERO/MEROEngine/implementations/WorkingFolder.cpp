@@ -1,11 +1,11 @@
-#include "WorkingFolder.h"
+#include "tools/MERO/MEROEngine/implementations/WorkingFolder.h"
 
-#include "FileLock.h"
-#include "Files.h"
-#include "Log.h"
-#include "Names.h"
-#include "ReturnCodes.h"
-#include "sysutils.h"
+#include "Common/Utility/FileLock.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 
 #include <cerrno>
 #include <fcntl.h>

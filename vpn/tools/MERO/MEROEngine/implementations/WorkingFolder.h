@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RunFolder.h"
+#include "tools/MERO/MEROEngine/implementations/RunFolder.h"
 
 #include <cstdint>
 #include <memory>

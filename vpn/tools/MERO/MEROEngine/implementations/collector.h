@@ -1,9 +1,9 @@
 #pragma once
 
-#include "ItemWalk.h"
-#include "MEROActionInfo.h"
-#include "MEROCollectedFile.h"
-#include "MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
+#include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectedFile.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <cstdint>
 #include <list>

@@ -1,10 +1,10 @@
-#include "truncator.h"
+#include "tools/MERO/MEROEngine/implementations/truncator.h"
 
-#include "Files.h"
-#include "Log.h"
-#include "Names.h"
-#include "ReturnCodes.h"
-#include "Summary.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MEROCollectedFile.h"
-#include "MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/MEROCollectedFile.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <cstdint>
 #include <list>

@@ -1,11 +1,11 @@
-#include "GenerateReqXML.h"
+#include "tools/MERO/MEROOffline/Common/GenerateReqXML.h"
 
-#include "Log.h"
-#include "Paths.h"
-#include "RegularFile.h"
-#include "ReturnCodes.h"
-#include "sysutils.h"
-#include "XmlText.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/sysutils.h"
+#include "Common/Xml/XmlText.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CleanUp.h"
-#include "CMEROClientIfc.h"
-#include "CMEROOfflineIfc.h"
-#include "Handles.h"
-#include "Thread.h"
+#include "Common/Utility/CleanUp.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Thread.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"
 
 #include <string>
 

@@ -1,12 +1,12 @@
-#include "MEROOffline.h"
+#include "tools/MERO/MEROOffline/Common/MEROOffline.h"
 
-#include "Descendants.h"
-#include "EngineMessages.h"
-#include "Log.h"
-#include "MEROEngine.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
-#include "TidyRun.h"
+#include "Common/Utility/Descendants.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
+#include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
+#include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
 #include <memory>
 

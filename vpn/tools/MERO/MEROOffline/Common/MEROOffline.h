@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
-#include "Thread.h"
-#include "WipedString.h"
+#include "Common/Utility/Thread.h"
+#include "Common/Utility/WipedString.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "MixedRows.h"
+#include "tools/MERO/MEROOffline/Common/MixedRows.h"
 
 MixedRows::MixedRows(const SelectionIndex& index) : m_index(index), m_rows(index.rows().size()) {
     // Rows stand behind those above them, so that what is below a row is complete when its turn comes.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SelectionIndex.h"
+#include "tools/MERO/MEROOffline/Common/SelectionIndex.h"
 
 #include <cstddef>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "ModuleTree.h"
+#include "tools/MERO/MEROOffline/Common/ModuleTree.h"
 
 #include <algorithm>
 

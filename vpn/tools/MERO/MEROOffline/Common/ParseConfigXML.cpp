@@ -1,10 +1,10 @@
-#include "ParseConfigXML.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 
-#include "AttributeText.h"
-#include "ItemWalk.h"
-#include "Log.h"
-#include "Paths.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
+#include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
-#include "CMEROOfflineIfc.h"
-#include "ItemWalk.h"
-#include "MEROXmlLoader.h"
-#include "ModuleTree.h"
-#include "Thread.h"
+#include "Common/Utility/Thread.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
+#include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"
+#include "tools/MERO/MEROOffline/Common/ModuleTree.h"
 
 #include <list>
 #include <memory>

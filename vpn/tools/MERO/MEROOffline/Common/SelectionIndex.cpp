@@ -1,4 +1,4 @@
-#include "SelectionIndex.h"
+#include "tools/MERO/MEROOffline/Common/SelectionIndex.h"
 
 SelectionIndex::SelectionIndex(std::list<RootItem>& roots, const ShownText& shownText) {
     for (RootItem& root : roots) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ModuleTree.h"
+#include "tools/MERO/MEROOffline/Common/ModuleTree.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "SelectionRules.h"
+#include "tools/MERO/MEROOffline/Common/SelectionRules.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "StopGuard.h"
+#include "tools/MERO/MEROOffline/Common/StopGuard.h"
 
-#include "Log.h"
-#include "OutputPipe.h"
-#include "StopRequest.h"
-#include "TidyRun.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/OutputPipe.h"
+#include "Common/Utility/StopRequest.h"
+#include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
 #include <array>
 #include <cerrno>

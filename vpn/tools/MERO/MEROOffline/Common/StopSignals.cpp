@@ -1,8 +1,8 @@
-#include "StopSignals.h"
+#include "tools/MERO/MEROOffline/Common/StopSignals.h"
 
-#include "HiddenFiles.h"
-#include "Log.h"
-#include "StopRequest.h"
+#include "Common/Utility/HiddenFiles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <array>
 #include <atomic>

@@ -1,7 +1,7 @@
-#include "Accessibility.h"
+#include "tools/MERO/MEROOffline/Linux/Accessibility.h"
 
-#include "GlibHandles.h"
-#include "Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <array>
 

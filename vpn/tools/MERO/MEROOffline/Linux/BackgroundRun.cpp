@@ -1,4 +1,4 @@
-#include "BackgroundRun.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 
 #include <atomic>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Thread.h"
+#include "Common/Utility/Thread.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "CheckBoxRenderer.h"
+#include "tools/MERO/MEROOffline/Linux/CheckBoxRenderer.h"
 
 #include <gtk/gtk-a11y.h>
 

@@ -1,6 +1,6 @@
-#include "CommentView.h"
+#include "tools/MERO/MEROOffline/Linux/CommentView.h"
 
-#include "HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <string_view>
 

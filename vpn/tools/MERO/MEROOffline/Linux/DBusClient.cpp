@@ -1,7 +1,7 @@
-#include "DBusClient.h"
+#include "tools/MERO/MEROOffline/Linux/DBusClient.h"
 
-#include "HandlerGuard.h"
-#include "MEROStatusInfo.h"
+#include "tools/MERO/MEROEngine/implementations/MEROStatusInfo.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
+#include "Common/Utility/Log.h"
 #include "DBusIfc.h"
-#include "GlibHandles.h"
-#include "Log.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <cstdint>
 #include <memory>

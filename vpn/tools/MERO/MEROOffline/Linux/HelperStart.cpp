@@ -1,4 +1,4 @@
-#include "HelperStart.h"
+#include "tools/MERO/MEROOffline/Linux/HelperStart.h"
 
 #include <utility>
 

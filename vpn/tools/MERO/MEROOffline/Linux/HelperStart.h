@@ -1,10 +1,10 @@
 #pragma once
 
-#include "DBusClient.h"
-#include "GlibHandles.h"
-#include "Thread.h"
-#include "WindowRelay.h"
-#include "WipedString.h"
+#include "Common/Utility/Thread.h"
+#include "Common/Utility/WipedString.h"
+#include "tools/MERO/MEROOffline/Linux/DBusClient.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/WindowRelay.h"
 
 #include <atomic>
 #include <functional>

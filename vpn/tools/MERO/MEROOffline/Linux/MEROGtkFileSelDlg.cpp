@@ -1,16 +1,16 @@
-#include "MEROGtkFileSelDlg.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkFileSelDlg.h"
 
-#include "BackgroundRun.h"
-#include "CheckBoxRenderer.h"
-#include "GtkHandles.h"
-#include "HandlerGuard.h"
-#include "Log.h"
-#include "MEROGtkMainWindow.h"
-#include "MsgCatalog.h"
-#include "SelectionKeys.h"
-#include "TrText.h"
-#include "UserTexts.h"
-#include "Widgets.h"
+#include "Common/i18n/MsgCatalog.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Common/TrText.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
+#include "tools/MERO/MEROOffline/Linux/CheckBoxRenderer.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/SelectionKeys.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 namespace {
 

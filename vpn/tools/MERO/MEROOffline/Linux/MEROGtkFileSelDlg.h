@@ -1,13 +1,13 @@
 #pragma once
 
-#include "GlibHandles.h"
-#include "ModuleTree.h"
-#include "ParseConfigXML.h"
-#include "SelectionColumn.h"
-#include "SelectionIndex.h"
-#include "SelectionRules.h"
-#include "SelectionStore.h"
-#include "Thread.h"
+#include "Common/Utility/Thread.h"
+#include "tools/MERO/MEROOffline/Common/ModuleTree.h"
+#include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
+#include "tools/MERO/MEROOffline/Common/SelectionIndex.h"
+#include "tools/MERO/MEROOffline/Common/SelectionRules.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/SelectionColumn.h"
+#include "tools/MERO/MEROOffline/Linux/SelectionStore.h"
 
 #include <gtk/gtk.h>
 #include <list>

@@ -1,12 +1,12 @@
-#include "MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 
-#include "Log.h"
-#include "MsgCatalog.h"
-#include "Progress.h"
-#include "ReturnCodes.h"
-#include "sysutils.h"
-#include "Widgets.h"
-#include "WizardLanguage.h"
+#include "Common/i18n/MsgCatalog.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
     : m_status(MEROENGINE_ERROR_NOT_INITIALIZED), m_relay(std::make_shared<WindowRelay>(this, this, this)) {

@@ -1,9 +1,9 @@
-#include "BackgroundRun.h"
-#include "HandlerGuard.h"
-#include "Log.h"
-#include "MEROGtkMainWindow.h"
-#include "ReturnCodes.h"
-#include "UserTexts.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 
 #include <utility>
 

@@ -1,10 +1,10 @@
-#include "Accessibility.h"
-#include "HandlerGuard.h"
-#include "Log.h"
-#include "MEROGtkMainWindow.h"
-#include "Mnemonics.h"
-#include "UserTexts.h"
-#include "Widgets.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Accessibility.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <array>
 

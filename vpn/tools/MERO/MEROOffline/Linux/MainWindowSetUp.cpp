@@ -1,11 +1,11 @@
 #include "BuildVersion.h"
-#include "CommentView.h"
-#include "MEROGtkMainWindow.h"
-#include "Mnemonics.h"
-#include "Names.h"
-#include "UserTexts.h"
-#include "Widgets.h"
-#include "WindowGrowth.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROOffline/Linux/CommentView.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/WindowGrowth.h"
 
 #include <utility>
 

@@ -1,10 +1,10 @@
-#include "EngineMessages.h"
-#include "HandlerGuard.h"
-#include "MEROGtkMainWindow.h"
-#include "ReturnCodes.h"
-#include "UserTexts.h"
-#include "Widgets.h"
-#include "WizardLanguage.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <array>
 #include <cstdio>

@@ -1,10 +1,10 @@
-#include "CommentView.h"
-#include "GlibHandles.h"
-#include "HandlerGuard.h"
-#include "MEROGtkMainWindow.h"
-#include "Names.h"
-#include "UserTexts.h"
-#include "Widgets.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROOffline/Linux/CommentView.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <cstdio>
 

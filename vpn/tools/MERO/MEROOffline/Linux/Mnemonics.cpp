@@ -1,7 +1,7 @@
-#include "Mnemonics.h"
+#include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
 
-#include "GlibHandles.h"
-#include "Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <gtk/gtk.h>
 

@@ -1,6 +1,6 @@
-#include "PressFilter.h"
+#include "tools/MERO/MEROOffline/Linux/PressFilter.h"
 
-#include "HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "GlibHandles.h"
-#include "PressGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/PressGuard.h"
 
 #include <gtk/gtk.h>
 

@@ -1,8 +1,8 @@
-#include "SelectionColumn.h"
+#include "tools/MERO/MEROOffline/Linux/SelectionColumn.h"
 
-#include "GtkHandles.h"
-#include "HandlerGuard.h"
-#include "Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <set>
 #include <vector>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "GlibHandles.h"
-#include "SelectionIndex.h"
-#include "SelectionStore.h"
+#include "tools/MERO/MEROOffline/Common/SelectionIndex.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/SelectionStore.h"
 
 #include <gtk/gtk.h>
 #include <string>

@@ -1,7 +1,7 @@
-#include "SelectionKeys.h"
+#include "tools/MERO/MEROOffline/Linux/SelectionKeys.h"
 
-#include "GlibHandles.h"
-#include "GtkHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "SelectionStore.h"
+#include "tools/MERO/MEROOffline/Linux/SelectionStore.h"
 
-#include "GtkHandles.h"
-#include "Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <span>
 

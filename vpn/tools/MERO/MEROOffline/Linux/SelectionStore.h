@@ -1,9 +1,9 @@
 #pragma once
 
-#include "GlibHandles.h"
-#include "MixedRows.h"
-#include "SelectionIndex.h"
-#include "SelectionRules.h"
+#include "tools/MERO/MEROOffline/Common/MixedRows.h"
+#include "tools/MERO/MEROOffline/Common/SelectionIndex.h"
+#include "tools/MERO/MEROOffline/Common/SelectionRules.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <cstddef>
 #include <gtk/gtk.h>

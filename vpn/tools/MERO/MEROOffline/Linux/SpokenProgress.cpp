@@ -1,8 +1,8 @@
-#include "SpokenProgress.h"
+#include "tools/MERO/MEROOffline/Linux/SpokenProgress.h"
 
-#include "Accessibility.h"
-#include "HandlerGuard.h"
-#include "Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/Accessibility.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <utility>
 

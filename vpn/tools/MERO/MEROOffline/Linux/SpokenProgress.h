@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <array>
 #include <gtk/gtk.h>

@@ -1,4 +1,4 @@
-#include "UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 
 #include <algorithm>
 #include <array>

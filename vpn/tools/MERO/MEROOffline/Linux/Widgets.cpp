@@ -1,6 +1,6 @@
-#include "Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "WindowGrowth.h"
+#include "tools/MERO/MEROOffline/Linux/WindowGrowth.h"
 
-#include "GlibHandles.h"
-#include "HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <algorithm>
 

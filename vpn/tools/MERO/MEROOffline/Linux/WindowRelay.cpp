@@ -1,4 +1,4 @@
-#include "WindowRelay.h"
+#include "tools/MERO/MEROOffline/Linux/WindowRelay.h"
 
 void WindowRelay::updateStatus(const MEROStatusInfo* info, uint64_t status) {
     const std::lock_guard guard(m_lock);

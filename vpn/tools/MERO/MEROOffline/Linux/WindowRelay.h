@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
-#include "CMEROOfflineIfc.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"
 
 #include <cstdint>
 #include <glib.h>

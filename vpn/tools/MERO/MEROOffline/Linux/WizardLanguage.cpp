@@ -1,11 +1,11 @@
-#include "WizardLanguage.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
-#include "EngineMessages.h"
-#include "MEROGtkMainWindow.h"
-#include "MsgCatalog.h"
-#include "StepText.h"
-#include "TrText.h"
-#include "UserTexts.h"
+#include "Common/i18n/MsgCatalog.h"
+#include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
+#include "tools/MERO/MEROEngine/implementations/StepText.h"
+#include "tools/MERO/MEROOffline/Common/TrText.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 
 #include <array>
 #include <filesystem>

@@ -1,10 +1,10 @@
-#include "BackgroundRun.h"
-#include "GlibHandles.h"
-#include "Log.h"
-#include "MEROGtkMainWindow.h"
-#include "StopGuard.h"
-#include "StopRequest.h"
-#include "StopSignals.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/StopRequest.h"
+#include "tools/MERO/MEROOffline/Common/StopGuard.h"
+#include "tools/MERO/MEROOffline/Common/StopSignals.h"
+#include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 
 #include <chrono>
 #include <csignal>

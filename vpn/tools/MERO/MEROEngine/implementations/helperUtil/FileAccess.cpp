@@ -1,6 +1,6 @@
-#include "FileAccess.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
-#include "StopRequest.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <algorithm>
 #include <array>

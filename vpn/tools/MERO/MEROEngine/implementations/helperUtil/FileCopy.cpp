@@ -1,10 +1,10 @@
-#include "FileAccess.h"
-#include "Files.h"
-#include "Log.h"
-#include "RegularFile.h"
-#include "ReturnCodes.h"
-#include "StopRequest.h"
-#include "sysutils.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
 #include <cerrno>
 #include <cstring>

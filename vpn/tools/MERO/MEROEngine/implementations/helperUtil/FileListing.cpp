@@ -1,9 +1,9 @@
-#include "FileAccess.h"
-#include "Files.h"
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "StopRequest.h"
-#include "StringUtils.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/StringUtils.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
-#include "FileAccess.h"
-#include "Files.h"
-#include "Log.h"
-#include "RegularFile.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,9 +1,9 @@
-#include "Files.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "Log.h"
-#include "Paths.h"
-#include "ReturnCodes.h"
-#include "sysutils.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
 #include <cerrno>
 #include <sys/stat.h>

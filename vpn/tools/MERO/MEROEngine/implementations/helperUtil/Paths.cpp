@@ -1,10 +1,10 @@
-#include "Paths.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
-#include "FileAccess.h"
-#include "Log.h"
-#include "Names.h"
-#include "RegularFile.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 
 #include <array>
 #include <cerrno>

@@ -1,8 +1,8 @@
-#include "Summary.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
 
-#include "Log.h"
-#include "MEROActionInfo.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 
 #include <array>
 #include <charconv>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <cstdint>
 #include <string>

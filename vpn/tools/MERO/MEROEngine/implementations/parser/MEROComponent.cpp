@@ -1,6 +1,6 @@
-#include "MEROComponent.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROComponent.h"
 
-#include "NodeStorage.h"
+#include "tools/MERO/MEROEngine/implementations/parser/NodeStorage.h"
 
 #include <algorithm>
 #include <memory>

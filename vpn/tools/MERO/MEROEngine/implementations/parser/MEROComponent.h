@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROAttribute.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROAttribute.h"
 
 #include <cstddef>
 #include <cstdint>

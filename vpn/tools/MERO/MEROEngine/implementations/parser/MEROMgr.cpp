@@ -1,9 +1,9 @@
-#include "MEROMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROMgr.h"
 
-#include "Handles.h"
-#include "Log.h"
-#include "MEROXmlMgr.h"
-#include "MEROXmlParser.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 
 #include <cerrno>
 #include <memory>

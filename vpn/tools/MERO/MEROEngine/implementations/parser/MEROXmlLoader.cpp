@@ -1,8 +1,8 @@
-#include "MEROXmlLoader.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
-#include "Log.h"
-#include "MEROMgr.h"
-#include "MEROXmlParser.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 
 #include <exception>
 

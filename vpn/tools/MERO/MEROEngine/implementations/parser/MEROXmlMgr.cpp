@@ -1,4 +1,4 @@
-#include "MEROXmlMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlMgr.h"
 
 MEROXmlMgr::MEROXmlMgr() : m_object(std::make_unique<MEROXmlObject>()) {}
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MEROXmlObject.h"
-#include "XmlMgr.h"
+#include "Common/Xml/XmlMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <memory>
 #include <stack>

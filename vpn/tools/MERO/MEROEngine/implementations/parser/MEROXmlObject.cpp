@@ -1,4 +1,4 @@
-#include "MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <memory>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROComponent.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROComponent.h"
 
 #include <cstdint>
 #include <list>

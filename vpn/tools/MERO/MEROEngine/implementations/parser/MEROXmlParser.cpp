@@ -1,9 +1,9 @@
-#include "MEROXmlParser.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 
-#include "Log.h"
-#include "ReturnCodes.h"
-#include "WipedString.h"
-#include "ZMTSaxParser.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/WipedString.h"
+#include "Common/Xml/ZMTSaxParser.h"
 
 #include <exception>
 

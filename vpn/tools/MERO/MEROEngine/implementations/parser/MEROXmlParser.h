@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MEROXmlMgr.h"
+#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlMgr.h"
 
 #include <cstdint>
 #include <string>

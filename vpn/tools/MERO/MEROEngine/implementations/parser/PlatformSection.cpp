@@ -1,6 +1,6 @@
-#include "PlatformSection.h"
+#include "tools/MERO/MEROEngine/implementations/parser/PlatformSection.h"
 
-#include "SystemIdentity.h"
+#include "Common/Utility/SystemIdentity.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "BundlePublisher.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 
-#include "ChildEnd.h"
-#include "ChildSetup.h"
-#include "CopyBounds.h"
-#include "Handles.h"
-#include "Log.h"
-#include "ReplacementFile.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReplacementFile.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CopyBounds.h"
 
 #include <array>
 #include <cerrno>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "SpaceLimits.h"
-#include "UserIdentity.h"
+#include "Common/IPC/UserIdentity.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
 
 #include <optional>
 #include <string>

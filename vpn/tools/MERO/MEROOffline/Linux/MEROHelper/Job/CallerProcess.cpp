@@ -1,9 +1,9 @@
-#include "CallerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
 
-#include "ChildEnd.h"
-#include "ChildSetup.h"
-#include "Log.h"
-#include "OutputPipe.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/OutputPipe.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
 
 #include <algorithm>
 #include <cerrno>

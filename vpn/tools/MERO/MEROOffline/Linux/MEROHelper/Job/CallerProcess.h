@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Handles.h"
-#include "ReaderPlace.h"
-#include "UserIdentity.h"
+#include "Common/IPC/UserIdentity.h"
+#include "Common/Utility/Handles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <chrono>
 #include <cstddef>

@@ -1,6 +1,6 @@
-#include "ChildEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
 
-#include "ChildSetup.h"
+#include "Common/Utility/ChildSetup.h"
 
 #include <poll.h>
 

@@ -1,4 +1,4 @@
-#include "CopyBounds.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CopyBounds.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FreeSpace.h"
-#include "SpaceLimits.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/FreeSpace.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
 
 #include <cstdint>
 

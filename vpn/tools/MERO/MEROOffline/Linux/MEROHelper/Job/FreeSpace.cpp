@@ -1,4 +1,4 @@
-#include "FreeSpace.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/FreeSpace.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SpaceLimits.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
 
 #include <cstdint>
 #include <optional>

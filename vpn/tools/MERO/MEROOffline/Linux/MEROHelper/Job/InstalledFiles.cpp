@@ -1,8 +1,8 @@
-#include "InstalledFiles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/InstalledFiles.h"
 
-#include "FolderAccess.h"
-#include "Handles.h"
-#include "Log.h"
+#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <fcntl.h>

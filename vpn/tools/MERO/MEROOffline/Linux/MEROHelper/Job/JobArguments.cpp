@@ -1,7 +1,7 @@
-#include "JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 
-#include "StringUtils.h"
-#include "TextCut.h"
+#include "Common/Utility/StringUtils.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
 
 #include <algorithm>
 #include <array>

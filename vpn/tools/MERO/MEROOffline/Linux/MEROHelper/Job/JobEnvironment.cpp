@@ -1,4 +1,4 @@
-#include "JobEnvironment.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 
 namespace {
 

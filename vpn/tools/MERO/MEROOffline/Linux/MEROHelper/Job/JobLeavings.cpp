@@ -1,10 +1,10 @@
-#include "JobLeavings.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 
-#include "FileLock.h"
-#include "FolderAccess.h"
-#include "FolderRemoval.h"
-#include "Handles.h"
-#include "Log.h"
+#include "Common/Utility/FileLock.h"
+#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/FolderRemoval.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <dirent.h>

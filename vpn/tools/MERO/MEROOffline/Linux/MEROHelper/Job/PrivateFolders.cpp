@@ -1,8 +1,8 @@
-#include "PrivateFolders.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/PrivateFolders.h"
 
-#include "FolderAccess.h"
-#include "FolderRemoval.h"
-#include "Log.h"
+#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/FolderRemoval.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <cstdlib>

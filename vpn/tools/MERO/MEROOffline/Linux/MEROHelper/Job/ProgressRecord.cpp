@@ -1,7 +1,7 @@
-#include "ProgressRecord.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
 
-#include "Log.h"
-#include "TextCut.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
 
 #include <algorithm>
 #include <array>

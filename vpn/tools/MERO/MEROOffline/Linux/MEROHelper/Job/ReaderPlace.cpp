@@ -1,4 +1,4 @@
-#include "ReaderPlace.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <mutex>
 #include <set>

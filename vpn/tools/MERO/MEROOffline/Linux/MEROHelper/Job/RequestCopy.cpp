@@ -1,11 +1,11 @@
-#include "RequestCopy.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/RequestCopy.h"
 
-#include "CallerProcess.h"
-#include "Handles.h"
-#include "JobArguments.h"
-#include "Log.h"
-#include "ReaderPlace.h"
-#include "RegularFile.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <cerrno>
 #include <chrono>

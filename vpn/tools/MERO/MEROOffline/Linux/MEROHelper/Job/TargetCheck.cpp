@@ -1,10 +1,10 @@
-#include "TargetCheck.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TargetCheck.h"
 
-#include "CallerProcess.h"
-#include "JobArguments.h"
-#include "Log.h"
-#include "ReaderPlace.h"
-#include "ReplacementFile.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReplacementFile.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <cerrno>
 #include <chrono>

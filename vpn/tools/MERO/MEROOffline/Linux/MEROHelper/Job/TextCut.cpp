@@ -1,4 +1,4 @@
-#include "TextCut.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
 
 #include <algorithm>
 

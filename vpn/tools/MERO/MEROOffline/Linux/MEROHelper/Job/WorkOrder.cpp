@@ -1,6 +1,6 @@
-#include "WorkOrder.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
-#include "Log.h"
+#include "Common/Utility/Log.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "SpaceLimits.h"
-#include "UserIdentity.h"
-#include "WipedString.h"
+#include "Common/IPC/UserIdentity.h"
+#include "Common/Utility/WipedString.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
 
 #include <cstddef>
 #include <optional>

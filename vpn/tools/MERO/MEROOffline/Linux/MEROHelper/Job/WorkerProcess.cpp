@@ -1,9 +1,9 @@
-#include "WorkerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
 
-#include "ChildEnd.h"
-#include "ChildSetup.h"
-#include "JobEnvironment.h"
-#include "Log.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 
 #include <array>
 #include <cerrno>

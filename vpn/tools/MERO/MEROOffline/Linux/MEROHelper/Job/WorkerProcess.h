@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Handles.h"
-#include "WorkOrder.h"
+#include "Common/Utility/Handles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
 #include <memory>
 #include <sys/types.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "JobArguments.h"
-#include "PrivateFolders.h"
-#include "UserIdentity.h"
+#include "Common/IPC/UserIdentity.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/PrivateFolders.h"
 
 #include <string>
 

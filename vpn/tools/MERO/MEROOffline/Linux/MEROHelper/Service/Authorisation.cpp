@@ -1,7 +1,7 @@
-#include "Authorisation.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Authorisation.h"
 
-#include "HandlerGuard.h"
-#include "Log.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <memory>
 #include <polkit/polkit.h>

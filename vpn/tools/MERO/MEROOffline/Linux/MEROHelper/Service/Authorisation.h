@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BusCaller.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
 
 #include <functional>
 

@@ -1,7 +1,7 @@
-#include "BackgroundStep.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BackgroundStep.h"
 
-#include "GlibHandles.h"
-#include "HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <gio/gio.h>
 #include <memory>

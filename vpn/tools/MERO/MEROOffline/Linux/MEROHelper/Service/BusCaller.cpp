@@ -1,7 +1,7 @@
-#include "BusCaller.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
 
-#include "HandlerGuard.h"
-#include "Log.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <memory>
 #include <utility>

@@ -1,6 +1,6 @@
-#include "DescriptorWatch.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/DescriptorWatch.h"
 
-#include "HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <glib-unix.h>
 #include <utility>

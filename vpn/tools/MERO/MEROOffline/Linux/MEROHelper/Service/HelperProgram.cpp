@@ -1,14 +1,14 @@
-#include "HelperProgram.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/HelperProgram.h"
 
-#include "EscapingLogger.h"
-#include "GlibHandles.h"
-#include "HandlerGuard.h"
-#include "HelperService.h"
-#include "Log.h"
-#include "LoggerChoice.h"
-#include "ServiceProcess.h"
-#include "Worker.h"
-#include "WorkerProcess.h"
+#include "Common/Utility/EscapingLogger.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/LoggerChoice.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/HelperService.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/Worker.h"
 
 #include <array>
 #include <csignal>

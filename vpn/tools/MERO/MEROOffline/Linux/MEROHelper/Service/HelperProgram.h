@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Logger.h"
-#include "ServiceSettings.h"
+#include "Common/Utility/Logger.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceSettings.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
-#include "HelperService.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/HelperService.h"
 
-#include "HandlerGuard.h"
-#include "Log.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <algorithm>
 #include <array>

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "BusCaller.h"
 #include "DBusIfc.h"
-#include "GlibHandles.h"
-#include "OwedAnswer.h"
-#include "RunningJob.h"
-#include "ServiceSettings.h"
-#include "StartCall.h"
-#include "Timer.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/OwedAnswer.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/RunningJob.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceSettings.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/StartCall.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Timer.h"
 
 #include <chrono>
 #include <functional>

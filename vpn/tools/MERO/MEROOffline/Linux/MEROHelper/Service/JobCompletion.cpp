@@ -1,15 +1,15 @@
-#include "JobCompletion.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobCompletion.h"
 
-#include "BundlePublisher.h"
-#include "Descendants.h"
-#include "EngineMessages.h"
-#include "Handles.h"
-#include "JobLeavings.h"
-#include "Log.h"
-#include "Names.h"
-#include "Progress.h"
-#include "RegularFile.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Descendants.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 
 #include <chrono>
 #include <fcntl.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "AcceptedJob.h"
-#include "ProgressRecord.h"
-#include "SpaceLimits.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/AcceptedJob.h"
 
 #include <cstdint>
 #include <string>

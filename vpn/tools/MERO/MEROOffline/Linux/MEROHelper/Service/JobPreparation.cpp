@@ -1,12 +1,12 @@
-#include "JobPreparation.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobPreparation.h"
 
-#include "Handles.h"
-#include "InstalledFiles.h"
-#include "JobCompletion.h"
-#include "Log.h"
-#include "PasswordEntry.h"
-#include "RequestCopy.h"
-#include "TargetCheck.h"
+#include "Common/IPC/PasswordEntry.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/InstalledFiles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/RequestCopy.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TargetCheck.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobCompletion.h"
 
 #include <cerrno>
 #include <fcntl.h>

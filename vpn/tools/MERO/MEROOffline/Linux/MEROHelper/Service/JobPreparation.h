@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AcceptedJob.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/AcceptedJob.h"
 
 #include <optional>
 #include <sys/types.h>

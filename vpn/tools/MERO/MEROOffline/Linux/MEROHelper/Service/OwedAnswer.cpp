@@ -1,4 +1,4 @@
-#include "OwedAnswer.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/OwedAnswer.h"
 
 #include "DBusIfc.h"
 

@@ -1,9 +1,9 @@
-#include "RunningJob.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/RunningJob.h"
 
-#include "BackgroundStep.h"
-#include "JobCompletion.h"
-#include "Log.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BackgroundStep.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobCompletion.h"
 
 #include <array>
 #include <cerrno>

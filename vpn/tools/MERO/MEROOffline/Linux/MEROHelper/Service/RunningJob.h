@@ -1,12 +1,12 @@
 #pragma once
 
-#include "AcceptedJob.h"
-#include "DescriptorWatch.h"
-#include "Handles.h"
-#include "ProgressRecord.h"
-#include "ServiceSettings.h"
-#include "Timer.h"
-#include "WorkerProcess.h"
+#include "Common/Utility/Handles.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/AcceptedJob.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/DescriptorWatch.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceSettings.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Timer.h"
 
 #include <functional>
 #include <memory>

@@ -1,11 +1,11 @@
-#include "ServiceProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceProcess.h"
 
-#include "Descendants.h"
-#include "FileLock.h"
-#include "JobLeavings.h"
-#include "Log.h"
-#include "PrivateFolders.h"
-#include "RegularFile.h"
+#include "Common/Utility/Descendants.h"
+#include "Common/Utility/FileLock.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/RegularFile.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/PrivateFolders.h"
 
 #include <cerrno>
 #include <chrono>

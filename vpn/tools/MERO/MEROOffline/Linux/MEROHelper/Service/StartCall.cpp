@@ -1,8 +1,8 @@
-#include "StartCall.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/StartCall.h"
 
-#include "BackgroundStep.h"
-#include "JobPreparation.h"
-#include "Log.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BackgroundStep.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobPreparation.h"
 
 #include <utility>
 #include <variant>

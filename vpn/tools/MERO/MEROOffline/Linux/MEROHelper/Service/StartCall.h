@@ -1,10 +1,10 @@
 #pragma once
 
-#include "AcceptedJob.h"
-#include "Authorisation.h"
-#include "BusCaller.h"
-#include "JobArguments.h"
-#include "Timer.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/AcceptedJob.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Authorisation.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Timer.h"
 
 #include <functional>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "Timer.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Timer.h"
 
-#include "HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <algorithm>
 #include <limits>

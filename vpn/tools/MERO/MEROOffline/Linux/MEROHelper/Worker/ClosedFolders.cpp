@@ -1,9 +1,9 @@
-#include "ClosedFolders.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ClosedFolders.h"
 
-#include "FolderPlace.h"
-#include "Handles.h"
-#include "JobArguments.h"
-#include "Log.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/FolderPlace.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "UserIdentity.h"
+#include "Common/IPC/UserIdentity.h"
 
 #include <optional>
 #include <string>

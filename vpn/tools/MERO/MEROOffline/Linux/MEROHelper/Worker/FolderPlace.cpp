@@ -1,7 +1,7 @@
-#include "FolderPlace.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/FolderPlace.h"
 
-#include "FileAccess.h"
-#include "Log.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
-#include "PipeListener.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/PipeListener.h"
 
-#include "Progress.h"
-#include "ReturnCodes.h"
+#include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CMEROClientIfc.h"
-#include "ProgressRecord.h"
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
 
 /// Sends the engine's steps to the service, and is the engine's listener for as long as it lives. What the
 /// engine reports as its end is held back: a job has one outcome, which is told when nothing can follow it.

@@ -1,10 +1,10 @@
-#include "ServiceEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ServiceEnd.h"
 
-#include "ChildSetup.h"
-#include "CleanUp.h"
-#include "Descendants.h"
-#include "Log.h"
-#include "StopRequest.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/CleanUp.h"
+#include "Common/Utility/Descendants.h"
+#include "Common/Utility/Log.h"
+#include "Common/Utility/StopRequest.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,8 +1,8 @@
-#include "SpaceWatch.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/SpaceWatch.h"
 
-#include "EngineMessages.h"
-#include "Log.h"
-#include "SpaceUse.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/SpaceUse.h"
 
 #include <algorithm>
 #include <cinttypes>

@@ -1,11 +1,11 @@
-#include "ToolEnvironment.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ToolEnvironment.h"
 
-#include "ChildEnvironment.h"
-#include "ChildSetup.h"
-#include "ChildView.h"
-#include "ClosedFolders.h"
-#include "JobEnvironment.h"
-#include "Log.h"
+#include "Common/Utility/ChildEnvironment.h"
+#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/ChildView.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ClosedFolders.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,8 +1,8 @@
-#include "WorkerCage.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/WorkerCage.h"
 
-#include "Handles.h"
-#include "JobEnvironment.h"
-#include "Log.h"
+#include "Common/Utility/Handles.h"
+#include "Common/Utility/Log.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 
 #include <algorithm>
 #include <cerrno>
