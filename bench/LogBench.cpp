@@ -9,8 +9,8 @@
 //
 // Times are in nanoseconds a line, see SideBySide.h.
 #include "bench/SideBySide.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

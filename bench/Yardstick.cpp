@@ -1,7 +1,7 @@
 // What the end-to-end bench measures the console front against: a bare loop that packs a folder with minizip
 // at level 9, single-threaded, with no checks beyond errors.   yardstick FOLDER TARGET.zip
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <cerrno>
 #include <chrono>

@@ -3,7 +3,7 @@
 #include "Common/Policy/PolicySettings.h"
 #include "Common/Policy/XmlLocalTLPolMgr.h"
 #include "Common/Utility/StoragePath.h"
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/text/StringUtils.h"
 #include "tests/fuzz/FuzzFolder.h"
 
 #include <vector>

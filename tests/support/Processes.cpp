@@ -1,6 +1,6 @@
 #include "tests/support/Processes.h"
 
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/process/StopRequest.h"
 
 #include <chrono>
 #include <csignal>

@@ -1,6 +1,6 @@
 #include "tests/support/TracedChild.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <csignal>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/engine/action/ActionTest.h"
 

@@ -1,6 +1,6 @@
 #include "tests/engine/action/ToolTest.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tests/support/InChild.h"
 #include "tests/support/Processes.h"
 #include "tools/MERO/MEROEngine/implementations/Progress.h"

@@ -1,6 +1,6 @@
 #include "tests/engine/pipeline/EngineRun.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/ReturnCodes.h"
 
 #include <cstdlib>

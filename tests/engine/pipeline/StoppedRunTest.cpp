@@ -1,5 +1,5 @@
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
 #include "tests/engine/pipeline/EngineRun.h"
 #include "tests/support/Processes.h"
 

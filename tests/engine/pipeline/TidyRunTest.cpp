@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
 #include "tests/engine/pipeline/EngineRun.h"
 #include "tests/support/Processes.h"
 #include "tools/MERO/MEROEngine/implementations/RunFolder.h"

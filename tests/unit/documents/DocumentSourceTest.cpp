@@ -1,4 +1,4 @@
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Xml/ZMTSaxParser.h"
 #include "tests/support/InChild.h"

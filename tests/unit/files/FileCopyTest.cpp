@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
 #include "tests/support/SystemCallFilter.h"
 #include "tests/unit/files/FileTest.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"

@@ -1,6 +1,6 @@
 #include "tests/unit/files/FileTest.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"
 #include "tests/support/PrivateMounts.h"

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 
-#include "Common/Utility/FolderAccess.h"
-#include "Common/Utility/FolderRemoval.h"
+#include "Common/Utility/files/FolderAccess.h"
+#include "Common/Utility/files/FolderRemoval.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"
 #include "tests/support/PrivateMounts.h"

@@ -1,7 +1,7 @@
 // What may stand at the request's place, put there by somebody who wants the writer to go astray, and what
 // may be wrong with that place.
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/InChild.h"
 #include "tests/unit/offline/GenerateReqXMLTest.h"

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Common/StopGuard.h"
 
-#include "Common/Utility/CleanUp.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/process/CleanUp.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "tests/support/InChild.h"
 
 #include <future>

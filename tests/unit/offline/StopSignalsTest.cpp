@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Common/StopSignals.h"
 
-#include "Common/Utility/ReplacementFile.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/files/ReplacementFile.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "tests/support/InChild.h"
 #include "tests/support/SystemCallFilter.h"
 

@@ -1,5 +1,5 @@
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
 #include "Common/Zip/CZip.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"

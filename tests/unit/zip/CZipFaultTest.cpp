@@ -1,5 +1,5 @@
-#include "Common/Utility/Log.h"
-#include "Common/Utility/Logger.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/log/Logger.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Zip/CZip.h"
 #include "tests/support/CapturedLog.h"

@@ -1,6 +1,6 @@
 #include "Common/Zip/NameMarks.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Sandbox.h"
 #include "tests/unit/zip/ArchiveTools.h"

@@ -1,5 +1,5 @@
 #include "Common/Zip/ZipArchive.h"
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Zip/TraditionalCipher.h"
 #include "Common/Zip/ZipDeflater.h"
 #include "tests/support/Sandbox.h"

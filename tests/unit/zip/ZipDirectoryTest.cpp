@@ -1,6 +1,6 @@
 #include "Common/Zip/ZipDirectory.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Zip/CZip.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Sandbox.h"

@@ -1,6 +1,6 @@
 #include "Common/IPC/EventDescriptors.h"
 
-#include "Common/Utility/zmt_select.h"
+#include "Common/Utility/time/zmt_select.h"
 
 #include <algorithm>
 

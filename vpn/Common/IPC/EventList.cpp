@@ -1,7 +1,7 @@
 #include "Common/IPC/EventList.h"
 
 #include "Common/IPC/EventDescriptors.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "Common/IPC/LaunchPlan.h"
 
 #include "Common/IPC/PasswordEntry.h"
-#include "Common/Utility/ChildEnvironment.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/ChildEnvironment.h"
 #include "Common/Utility/ReturnCodes.h"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 
 #include "Common/IPC/ProcessAPI_unix.h"
 #include "Common/IPC/UserIdentity.h"
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/ChildView.h"
+#include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/ChildView.h"
 
 #include <optional>
 #include <string>

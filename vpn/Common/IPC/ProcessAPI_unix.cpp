@@ -2,11 +2,11 @@
 
 #include "Common/IPC/EventList.h"
 #include "Common/IPC/LaunchPlan.h"
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
 #include "Common/Utility/sysutils.h"
 
 #include <array>

@@ -2,9 +2,9 @@
 
 #include "Common/IPC/DatabaseLookUp.h"
 #include "Common/IPC/PasswordEntry.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/text/StringUtils.h"
 
 #include <array>
 #include <cerrno>

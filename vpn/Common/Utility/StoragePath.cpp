@@ -1,8 +1,8 @@
 #include "Common/Utility/StoragePath.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/ManualLock.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/threads/ManualLock.h"
 
 #include <array>
 #include <cerrno>

@@ -1,9 +1,9 @@
 #include "Common/Utility/SystemIdentity.h"
 
-#include "Common/Utility/BoundedString.h"
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/files/TextFile.h"
 #include "Common/Utility/sysutils.h"
-#include "Common/Utility/TextFile.h"
+#include "Common/Utility/text/BoundedString.h"
+#include "Common/Utility/text/StringUtils.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "Common/Xml/DocumentSource.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Xml/XmlHandles.h"
 
 #include <cerrno>

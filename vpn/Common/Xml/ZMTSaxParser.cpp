@@ -1,9 +1,9 @@
 #include "Common/Xml/ZMTSaxParser.h"
 
-#include "Common/Utility/BoundedString.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/WipedString.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/WipedString.h"
+#include "Common/Utility/text/BoundedString.h"
 #include "Common/Xml/DocumentSource.h"
 #include "Common/Xml/XmlHandles.h"
 

@@ -1,9 +1,9 @@
 #include "Common/Xml/ZMTSaxWriter.h"
 
-#include "Common/Utility/DescriptorStream.h"
-#include "Common/Utility/Directory.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/DescriptorStream.h"
+#include "Common/Utility/files/Directory.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 
 #include <cerrno>

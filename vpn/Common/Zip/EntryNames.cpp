@@ -1,6 +1,6 @@
 #include "Common/Zip/EntryNames.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
 #include <algorithm>
 #include <unordered_set>

@@ -1,9 +1,9 @@
 #include "Common/Zip/FileList.h"
 
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/LongPath.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/files/LongPath.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Zip/PackReport.h"
 
 #include <cerrno>

@@ -1,8 +1,8 @@
 #include "Common/Zip/FilePacker.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
 #include "Common/Zip/TraditionalCipher.h"
 #include "Common/Zip/ZipDeflater.h"
 

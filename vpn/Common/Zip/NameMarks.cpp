@@ -1,6 +1,6 @@
 #include "Common/Zip/NameMarks.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Zip/ZipFileAccess.h"
 #include "Common/Zip/ZipHandles.h"
 

@@ -1,6 +1,6 @@
 #include "Common/Zip/PackReport.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
 #include <algorithm>
 #include <system_error>

@@ -1,8 +1,8 @@
 #include "Common/Zip/SourceFile.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/LongPath.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/LongPath.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Zip/PackReport.h"
 
 #include <algorithm>

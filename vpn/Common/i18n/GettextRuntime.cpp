@@ -2,7 +2,7 @@
 
 #include "Common/i18n/LocaleVariants.h"
 #include "Common/i18n/TextDomain.h"
-#include "Common/Utility/BoundedString.h"
+#include "Common/Utility/text/BoundedString.h"
 
 #include <clocale>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "Common/i18n/LocaleVariants.h"
 
-#include "Common/Utility/BoundedString.h"
+#include "Common/Utility/text/BoundedString.h"
 
 #include <cctype>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "Common/i18n/MappedFile.h"
 
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -2,11 +2,11 @@
 
 #include "Common/i18n/GettextRuntime.h"
 #include "Common/Policy/XmlLocalTLPolMgr.h"
-#include "Common/Utility/InstanceSmartPtr.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/InstanceSmartPtr.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/StoragePath.h"
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/text/StringUtils.h"
 
 #include <algorithm>
 #include <clocale>

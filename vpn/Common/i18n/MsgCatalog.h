@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/ManualLock.h"
+#include "Common/Utility/threads/ManualLock.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #include "Common/i18n/TextDomain.h"
 
-#include "Common/Utility/BoundedString.h"
+#include "Common/Utility/text/BoundedString.h"
 
 #include <new>
 #include <sys/stat.h>

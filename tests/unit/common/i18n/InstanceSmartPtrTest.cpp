@@ -1,4 +1,4 @@
-#include "Common/Utility/InstanceSmartPtr.h"
+#include "Common/Utility/memory/InstanceSmartPtr.h"
 
 #include "Common/Policy/XmlLocalTLPolMgr.h"
 #include "Common/Utility/StoragePath.h"

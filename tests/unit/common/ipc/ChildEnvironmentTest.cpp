@@ -1,6 +1,6 @@
-#include "Common/Utility/ChildEnvironment.h"
+#include "Common/Utility/process/ChildEnvironment.h"
 
-#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/process/CommandShell.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/InChild.h"
 #include "tests/support/Processes.h"

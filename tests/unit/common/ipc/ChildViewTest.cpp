@@ -1,7 +1,7 @@
-#include "Common/Utility/ChildView.h"
+#include "Common/Utility/process/ChildView.h"
 
-#include "Common/Utility/ChildEnvironment.h"
-#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/process/ChildEnvironment.h"
+#include "Common/Utility/process/CommandShell.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/InChild.h"
 #include "tests/support/PrivateMounts.h"

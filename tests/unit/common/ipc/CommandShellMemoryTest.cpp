@@ -1,4 +1,4 @@
-#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/process/CommandShell.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Processes.h"

@@ -1,5 +1,5 @@
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/CommandShell.h"
 #include "tests/support/InChild.h"
 
 #include <array>

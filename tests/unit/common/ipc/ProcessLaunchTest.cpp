@@ -1,4 +1,4 @@
-#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/process/ChildSetup.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"

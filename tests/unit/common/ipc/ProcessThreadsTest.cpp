@@ -1,5 +1,5 @@
 #include "Common/IPC/event.h"
-#include "Common/Utility/CommandShell.h"
+#include "Common/Utility/process/CommandShell.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/Processes.h"
 #include "tests/unit/common/ipc/ProcessTest.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "tests/support/InChild.h"
 #include "tests/unit/common/ipc/ProcessTest.h"
 

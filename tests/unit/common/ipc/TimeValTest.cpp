@@ -1,4 +1,4 @@
-#include "Common/Utility/TimeVal.h"
+#include "Common/Utility/time/TimeVal.h"
 
 #include "tests/support/CapturedLog.h"
 

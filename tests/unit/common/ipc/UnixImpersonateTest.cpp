@@ -1,6 +1,6 @@
 #include "Common/IPC/UnixImpersonate.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"

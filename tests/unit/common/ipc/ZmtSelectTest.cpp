@@ -1,6 +1,6 @@
-#include "Common/Utility/zmt_select.h"
+#include "Common/Utility/time/zmt_select.h"
 
-#include "Common/Utility/TimeVal.h"
+#include "Common/Utility/time/TimeVal.h"
 #include "tests/unit/common/ipc/Descriptors.h"
 #include "tests/unit/common/ipc/Interrupter.h"
 #include "tests/unit/common/ipc/LoggedTest.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/CThread.h"
+#include "Common/Utility/threads/CThread.h"
 
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/AddressSpaceLimit.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/unit/common/log/RedirectedStdout.h"
 

@@ -1,8 +1,8 @@
-#include "Common/Utility/EscapingLogger.h"
+#include "Common/Utility/log/EscapingLogger.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/log/StdoutLogger.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StdoutLogger.h"
 #include "tests/unit/common/log/RedirectedStdout.h"
 
 #include <gmock/gmock.h>

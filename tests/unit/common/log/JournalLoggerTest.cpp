@@ -1,6 +1,6 @@
-#include "Common/Utility/SDJournalLogger.h"
+#include "Common/Utility/log/SDJournalLogger.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/unit/common/log/JournalSocket.h"
 #include "tests/unit/common/log/RedirectedStdout.h"

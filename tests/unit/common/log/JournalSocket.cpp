@@ -1,6 +1,6 @@
 #include "tests/unit/common/log/JournalSocket.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "Common/Utility/LogFormatter.h"
+#include "Common/Utility/log/LogFormatter.h"
 
 #include <array>
 #include <cinttypes>

@@ -1,6 +1,6 @@
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
-#include "Common/Utility/MessageTable.h"
+#include "Common/Utility/log/MessageTable.h"
 #include "Common/Utility/ReturnCodes.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "Common/Utility/ManualLock.h"
+#include "Common/Utility/threads/ManualLock.h"
 
 #include <array>
 #include <gtest/gtest.h>

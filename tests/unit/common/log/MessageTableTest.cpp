@@ -1,4 +1,4 @@
-#include "Common/Utility/MessageTable.h"
+#include "Common/Utility/log/MessageTable.h"
 
 #include <array>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "Common/Utility/Thread.h"
+#include "Common/Utility/threads/Thread.h"
 
 #include "tests/support/CapturedLog.h"
 #include "tests/support/NoNewThreads.h"

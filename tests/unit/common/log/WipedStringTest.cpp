@@ -1,4 +1,4 @@
-#include "Common/Utility/WipedString.h"
+#include "Common/Utility/memory/WipedString.h"
 
 #include "tests/support/HeapWatch.h"
 

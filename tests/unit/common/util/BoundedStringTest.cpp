@@ -1,4 +1,4 @@
-#include "Common/Utility/BoundedString.h"
+#include "Common/Utility/text/BoundedString.h"
 
 #include <array>
 #include <clocale>

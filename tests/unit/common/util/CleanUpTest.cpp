@@ -1,4 +1,4 @@
-#include "Common/Utility/CleanUp.h"
+#include "Common/Utility/process/CleanUp.h"
 
 #include <gmock/gmock.h>
 #include <memory>

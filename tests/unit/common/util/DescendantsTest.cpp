@@ -1,4 +1,4 @@
-#include "Common/Utility/Descendants.h"
+#include "Common/Utility/process/Descendants.h"
 
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/DescriptorStream.h"
+#include "Common/Utility/files/DescriptorStream.h"
 
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/Directory.h"
+#include "Common/Utility/files/Directory.h"
 
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/CapturedLog.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/FolderAccess.h"
+#include "Common/Utility/files/FolderAccess.h"
 
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Processes.h"

@@ -1,6 +1,6 @@
-#include "Common/Utility/FolderRemoval.h"
+#include "Common/Utility/files/FolderRemoval.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"
 #include "tests/support/PrivateMounts.h"

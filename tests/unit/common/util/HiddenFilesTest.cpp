@@ -1,6 +1,6 @@
-#include "Common/Utility/HiddenFiles.h"
+#include "Common/Utility/files/HiddenFiles.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tests/support/Sandbox.h"
 
 #include <deque>

@@ -1,6 +1,6 @@
-#include "Common/Utility/LongPath.h"
+#include "Common/Utility/files/LongPath.h"
 
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
 #include "tests/support/InChild.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Sandbox.h"

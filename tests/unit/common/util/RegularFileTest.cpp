@@ -1,4 +1,4 @@
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
 
 #include "tests/support/LeaseHolder.h"
 #include "tests/support/Sandbox.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/ReplacementFile.h"
+#include "Common/Utility/files/ReplacementFile.h"
 
 #include "tests/support/InChild.h"
 #include "tests/support/Sandbox.h"

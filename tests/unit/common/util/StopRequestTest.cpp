@@ -1,4 +1,4 @@
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/process/StopRequest.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/text/StringUtils.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

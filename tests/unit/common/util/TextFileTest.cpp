@@ -1,4 +1,4 @@
-#include "Common/Utility/TextFile.h"
+#include "Common/Utility/files/TextFile.h"
 
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"

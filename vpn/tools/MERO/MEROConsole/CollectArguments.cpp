@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROConsole/CollectArguments.h"
 
-#include "Common/Utility/ReplacementFile.h"
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/files/ReplacementFile.h"
 #include "Common/Utility/sysutils.h"
+#include "Common/Utility/text/StringUtils.h"
 #include "tools/MERO/MEROConsole/CommentCheck.h"
 #include "tools/MERO/MEROConsole/PathArguments.h"
 #include "tools/MERO/MEROConsole/UsageError.h"

@@ -1,9 +1,9 @@
 #include "tools/MERO/MEROConsole/CollectCommand.h"
 
-#include "Common/Utility/Descendants.h"
+#include "Common/Utility/memory/WipedString.h"
+#include "Common/Utility/process/Descendants.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
-#include "Common/Utility/WipedString.h"
 #include "tools/MERO/MEROConsole/ConfigurationNotes.h"
 #include "tools/MERO/MEROConsole/ConsoleMessages.h"
 #include "tools/MERO/MEROConsole/ItemSelection.h"

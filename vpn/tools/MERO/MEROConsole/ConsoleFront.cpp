@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROConsole/ConsoleFront.h"
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/sysutils.h"
 #include "tools/MERO/MEROConsole/ClearCommand.h"
 #include "tools/MERO/MEROConsole/CollectCommand.h"

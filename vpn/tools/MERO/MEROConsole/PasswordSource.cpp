@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROConsole/PasswordSource.h"
 
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROConsole/TerminalEcho.h"
 
 #include <array>

@@ -2,7 +2,7 @@
 
 #include "Common/Policy/PolicySettings.h"
 #include "Common/Policy/XmlLocalTLPolMgr.h"
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/StoragePath.h"
 #include "Common/Utility/sysutils.h"

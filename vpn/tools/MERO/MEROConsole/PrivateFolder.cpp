@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROConsole/PrivateFolder.h"
 
-#include "Common/Utility/FolderRemoval.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/files/FolderRemoval.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROConsole/ConsoleMessages.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/CleanUp.h"
+#include "Common/Utility/process/CleanUp.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROConsole/TerminalEcho.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/StopRequest.h"
 
 #include <array>
 #include <cerrno>

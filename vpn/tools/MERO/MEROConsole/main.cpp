@@ -1,4 +1,4 @@
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROConsole/ConsoleFront.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/collector.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/SystemIdentity.h"
 #include "Common/Utility/sysutils.h"

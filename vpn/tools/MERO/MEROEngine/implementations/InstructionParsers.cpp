@@ -1,4 +1,4 @@
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"

@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
 

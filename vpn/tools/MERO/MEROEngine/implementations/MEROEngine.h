@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/WipedString.h"
+#include "Common/Utility/memory/WipedString.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 #include "tools/MERO/MEROEngine/implementations/RequestEntries.h"

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/RequestEntries.h"
 
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/text/StringUtils.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 #include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"
 

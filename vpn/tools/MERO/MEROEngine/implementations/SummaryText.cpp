@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/SummaryText.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
 #include <algorithm>
 #include <cctype>

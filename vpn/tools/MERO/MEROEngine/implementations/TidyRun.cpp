@@ -1,10 +1,10 @@
 #include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/CleanUp.h"
-#include "Common/Utility/Descendants.h"
-#include "Common/Utility/HiddenFiles.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/files/HiddenFiles.h"
+#include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/CleanUp.h"
+#include "Common/Utility/process/Descendants.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "tools/MERO/MEROEngine/implementations/RunFolder.h"
 
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/ToolOutput.h"
 
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
 #include <cerrno>

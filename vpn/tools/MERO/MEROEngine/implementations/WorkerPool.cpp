@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/WorkerPool.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
 #include <boost/asio/post.hpp>
 #include <cerrno>

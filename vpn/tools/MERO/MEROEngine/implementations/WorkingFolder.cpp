@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROEngine/implementations/WorkingFolder.h"
 
-#include "Common/Utility/FileLock.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/files/FileLock.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/sysutils.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"

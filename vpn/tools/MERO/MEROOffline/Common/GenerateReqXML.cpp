@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Common/GenerateReqXML.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/sysutils.h"
 #include "Common/Xml/XmlText.h"

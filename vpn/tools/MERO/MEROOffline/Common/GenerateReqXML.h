@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Common/Utility/CleanUp.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Thread.h"
+#include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/process/CleanUp.h"
+#include "Common/Utility/threads/Thread.h"
 #include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"
 

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Common/MEROOffline.h"
 
-#include "Common/Utility/Descendants.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/Descendants.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROEngine/implementations/MEROEngine.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Thread.h"
+#include "Common/Utility/threads/Thread.h"
 #include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"

@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Common/StopGuard.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/OutputPipe.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/OutputPipe.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
 #include <array>

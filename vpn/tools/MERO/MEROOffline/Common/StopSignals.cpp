@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Common/StopSignals.h"
 
-#include "Common/Utility/HiddenFiles.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/files/HiddenFiles.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/StopRequest.h"
 
 #include <array>
 #include <atomic>

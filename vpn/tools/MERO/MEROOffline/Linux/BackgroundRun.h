@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Thread.h"
+#include "Common/Utility/threads/Thread.h"
 
 #include <memory>
 

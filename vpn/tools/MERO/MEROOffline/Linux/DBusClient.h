@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "DBusIfc.h"
 #include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <gtk/gtk.h>
 #include <memory>

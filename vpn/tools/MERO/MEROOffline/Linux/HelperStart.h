@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Common/Utility/Thread.h"
-#include "Common/Utility/WipedString.h"
+#include "Common/Utility/memory/WipedString.h"
+#include "Common/Utility/threads/Thread.h"
 #include "tools/MERO/MEROOffline/Linux/DBusClient.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 #include "tools/MERO/MEROOffline/Linux/WindowRelay.h"

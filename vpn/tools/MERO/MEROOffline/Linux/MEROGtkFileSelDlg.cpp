@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROGtkFileSelDlg.h"
 
 #include "Common/i18n/MsgCatalog.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Common/TrText.h"
 #include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 #include "tools/MERO/MEROOffline/Linux/CheckBoxRenderer.h"

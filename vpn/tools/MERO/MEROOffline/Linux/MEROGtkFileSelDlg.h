@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Thread.h"
+#include "Common/Utility/threads/Thread.h"
 #include "tools/MERO/MEROOffline/Common/ModuleTree.h"
 #include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 #include "tools/MERO/MEROOffline/Common/SelectionIndex.h"

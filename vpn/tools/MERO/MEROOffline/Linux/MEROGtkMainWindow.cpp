@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 
 #include "Common/i18n/MsgCatalog.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/sysutils.h"
 #include "tools/MERO/MEROEngine/implementations/Progress.h"

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Common/Policy/XmlLocalTLPolMgr.h"
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/memory/WipedString.h"
 #include "Common/Utility/StoragePath.h"
-#include "Common/Utility/Thread.h"
-#include "Common/Utility/WipedString.h"
+#include "Common/Utility/threads/Thread.h"
 #include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 #include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"

@@ -1,4 +1,4 @@
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
 namespace {
 

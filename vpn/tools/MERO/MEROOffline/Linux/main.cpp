@@ -1,5 +1,5 @@
-#include "Common/Utility/Log.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "tools/MERO/MEROOffline/Common/StopGuard.h"
 #include "tools/MERO/MEROOffline/Common/StopSignals.h"
 #include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/process/StopRequest.h"
 
 #include <algorithm>
 #include <array>

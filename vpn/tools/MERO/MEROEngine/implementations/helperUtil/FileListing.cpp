@@ -1,7 +1,7 @@
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/text/StringUtils.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 

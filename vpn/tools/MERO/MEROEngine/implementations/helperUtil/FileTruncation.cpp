@@ -1,5 +1,5 @@
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/sysutils.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROEngine/implementations/parser/MEROMgr.h"
 
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlMgr.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROMgr.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 

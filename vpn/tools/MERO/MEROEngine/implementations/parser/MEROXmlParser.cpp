@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlParser.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/WipedString.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/WipedString.h"
 #include "Common/Xml/ZMTSaxParser.h"
 
 #include <exception>

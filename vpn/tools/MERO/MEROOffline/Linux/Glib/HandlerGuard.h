@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
 #include <exception>
 

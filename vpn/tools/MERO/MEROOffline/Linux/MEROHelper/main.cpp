@@ -1,4 +1,4 @@
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/HelperProgram.h"
 
 namespace {

@@ -1,9 +1,9 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/ReplacementFile.h"
+#include "Common/Utility/files/ReplacementFile.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/process/ChildSetup.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CopyBounds.h"
 

@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
 
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/OutputPipe.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/OutputPipe.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Common/IPC/UserIdentity.h"
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <chrono>

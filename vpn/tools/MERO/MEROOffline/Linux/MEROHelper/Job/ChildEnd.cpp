@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
 
-#include "Common/Utility/ChildSetup.h"
+#include "Common/Utility/process/ChildSetup.h"
 
 #include <poll.h>
 

@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/InstalledFiles.h"
 
-#include "Common/Utility/FolderAccess.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/files/FolderAccess.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <cerrno>
 #include <fcntl.h>

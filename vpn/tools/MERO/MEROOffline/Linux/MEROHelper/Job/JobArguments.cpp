@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 
-#include "Common/Utility/StringUtils.h"
+#include "Common/Utility/text/StringUtils.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/WipedString.h"
+#include "Common/Utility/memory/WipedString.h"
 
 #include <cstddef>
 #include <string>

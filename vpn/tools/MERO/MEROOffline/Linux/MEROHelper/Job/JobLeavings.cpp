@@ -1,10 +1,10 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 
-#include "Common/Utility/FileLock.h"
-#include "Common/Utility/FolderAccess.h"
-#include "Common/Utility/FolderRemoval.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/files/FileLock.h"
+#include "Common/Utility/files/FolderAccess.h"
+#include "Common/Utility/files/FolderRemoval.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 
 #include <cerrno>
 #include <dirent.h>

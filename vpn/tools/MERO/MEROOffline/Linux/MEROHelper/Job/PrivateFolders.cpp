@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/PrivateFolders.h"
 
-#include "Common/Utility/FolderAccess.h"
-#include "Common/Utility/FolderRemoval.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/files/FolderAccess.h"
+#include "Common/Utility/files/FolderRemoval.h"
+#include "Common/Utility/log/Log.h"
 
 #include <cerrno>
 #include <cstdlib>

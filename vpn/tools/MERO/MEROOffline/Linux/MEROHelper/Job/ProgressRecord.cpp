@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
 
 #include <algorithm>

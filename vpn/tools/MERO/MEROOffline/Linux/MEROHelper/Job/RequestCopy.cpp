@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/RequestCopy.h"
 
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TargetCheck.h"
 
-#include "Common/Utility/Log.h"
-#include "Common/Utility/ReplacementFile.h"
+#include "Common/Utility/files/ReplacementFile.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Common/IPC/UserIdentity.h"
-#include "Common/Utility/WipedString.h"
+#include "Common/Utility/memory/WipedString.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
 
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/ChildSetup.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <memory>

@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/HelperProgram.h"
 
-#include "Common/Utility/EscapingLogger.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/LoggerChoice.h"
+#include "Common/Utility/log/EscapingLogger.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/log/LoggerChoice.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Logger.h"
+#include "Common/Utility/log/Logger.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceSettings.h"
 
 #include <memory>

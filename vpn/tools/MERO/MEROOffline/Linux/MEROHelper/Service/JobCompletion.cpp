@@ -1,9 +1,9 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobCompletion.h"
 
-#include "Common/Utility/Descendants.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/process/Descendants.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"

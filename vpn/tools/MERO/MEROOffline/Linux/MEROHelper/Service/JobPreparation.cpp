@@ -1,8 +1,8 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobPreparation.h"
 
 #include "Common/IPC/PasswordEntry.h"
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/InstalledFiles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/RequestCopy.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TargetCheck.h"

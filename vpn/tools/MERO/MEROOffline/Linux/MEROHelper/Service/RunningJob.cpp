@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/RunningJob.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BackgroundStep.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/JobCompletion.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/AcceptedJob.h"

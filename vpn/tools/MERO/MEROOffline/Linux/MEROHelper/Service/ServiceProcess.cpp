@@ -1,9 +1,9 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceProcess.h"
 
-#include "Common/Utility/Descendants.h"
-#include "Common/Utility/FileLock.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/RegularFile.h"
+#include "Common/Utility/files/FileLock.h"
+#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/Descendants.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/PrivateFolders.h"
 

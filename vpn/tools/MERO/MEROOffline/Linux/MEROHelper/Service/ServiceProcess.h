@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Common/Utility/Handles.h"
+#include "Common/Utility/memory/Handles.h"
 
 /// What the service's process is before it serves anybody. The worker's surroundings are its own affair.
 

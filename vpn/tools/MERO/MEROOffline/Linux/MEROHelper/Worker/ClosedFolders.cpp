@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ClosedFolders.h"
 
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/FolderPlace.h"
 

@@ -1,10 +1,10 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ServiceEnd.h"
 
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/CleanUp.h"
-#include "Common/Utility/Descendants.h"
-#include "Common/Utility/Log.h"
-#include "Common/Utility/StopRequest.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/CleanUp.h"
+#include "Common/Utility/process/Descendants.h"
+#include "Common/Utility/process/StopRequest.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/SpaceWatch.h"
 
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/SpaceUse.h"
 

@@ -1,9 +1,9 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ToolEnvironment.h"
 
-#include "Common/Utility/ChildEnvironment.h"
-#include "Common/Utility/ChildSetup.h"
-#include "Common/Utility/ChildView.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/ChildEnvironment.h"
+#include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/ChildView.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ClosedFolders.h"
 

@@ -1,9 +1,9 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/Worker.h"
 
-#include "Common/Utility/Handles.h"
-#include "Common/Utility/Log.h"
+#include "Common/Utility/log/Log.h"
+#include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/StopRequest.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
 #include "tools/MERO/MEROEngine/implementations/TidyRun.h"

@@ -1,9 +1,0 @@
-#pragma once
-
-#include "Common/Utility/Handles.h"
-
-/// Makes the pipe from a child to its parent. Both ends are closed by exec.
-/// @param readerOut  the parent's end, which doesn't block. Set on success only, as the other.
-/// @param writerOut  the child's end, which does.
-/// @return 0 or an errno.
-[[nodiscard]] int openOutputPipe(FileDescriptor& readerOut, FileDescriptor& writerOut);
