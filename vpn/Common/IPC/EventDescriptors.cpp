@@ -24,14 +24,6 @@ void takeOut(fd_set& set, int fd) {
     }
 }
 
-bool waitsForReading(const CCEvent& event) {
-    return event.getExtraFd() > 0 && event.getExtraFdType() == kExtraFdReadable;
-}
-
-bool waitsForWriting(const CCEvent& event) {
-    return event.getExtraFd() > 0 && event.getExtraFdType() == kExtraFdWritable;
-}
-
 } // namespace
 
 EventDescriptors::EventDescriptors() {
@@ -39,14 +31,9 @@ EventDescriptors::EventDescriptors() {
     FD_ZERO(&m_writeSet);
 }
 
-bool EventDescriptors::add(const CCEvent& event) {
-    if (!add(event.getReadFd(), m_readSet)) {
-        return false;
-    }
-    if (waitsForReading(event)) {
-        return add(event.getExtraFd(), m_readSet);
-    }
-    return !waitsForWriting(event) || add(event.getExtraFd(), m_writeSet);
+bool EventDescriptors::add(const WaitedDescriptors& event) {
+    return add(event.pipe, m_readSet) && (event.readable < 0 || add(event.readable, m_readSet)) &&
+           (event.writable < 0 || add(event.writable, m_writeSet));
 }
 
 bool EventDescriptors::add(int fd, fd_set& set) {
@@ -64,18 +51,12 @@ int EventDescriptors::wait(uint32_t timeoutMs) {
     return zmt_select(m_descriptorsEnd, &m_readSet, &m_writeSet, nullptr, &timeout);
 }
 
-bool EventDescriptors::contain(const CCEvent& event) const {
-    return isIn(m_readSet, event.getReadFd()) ||
-           (waitsForReading(event) && isIn(m_readSet, event.getExtraFd())) ||
-           (waitsForWriting(event) && isIn(m_writeSet, event.getExtraFd()));
+bool EventDescriptors::contain(const WaitedDescriptors& event) const {
+    return isIn(m_readSet, event.pipe) || isIn(m_readSet, event.readable) || isIn(m_writeSet, event.writable);
 }
 
-void EventDescriptors::remove(const CCEvent& event) {
-    takeOut(m_readSet, event.getReadFd());
-    if (waitsForReading(event)) {
-        takeOut(m_readSet, event.getExtraFd());
-    }
-    if (waitsForWriting(event)) {
-        takeOut(m_writeSet, event.getExtraFd());
-    }
+void EventDescriptors::remove(const WaitedDescriptors& event) {
+    takeOut(m_readSet, event.pipe);
+    takeOut(m_readSet, event.readable);
+    takeOut(m_writeSet, event.writable);
 }

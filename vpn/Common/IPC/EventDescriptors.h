@@ -1,9 +1,16 @@
 #pragma once
 
-#include "Common/IPC/event.h"
-
 #include <cstdint>
 #include <sys/select.h>
+
+/// The descriptors by which one event fires; -1 for none.
+struct WaitedDescriptors {
+    /// Must be one.
+    int pipe = -1;
+    /// A further one until it can be read, and one until it can be written.
+    int readable = -1;
+    int writable = -1;
+};
 
 /// The descriptors of the events of one wait: those to wait on before it, and those that are ready after it.
 /// For the one thread that waits.
@@ -11,15 +18,14 @@ class EventDescriptors {
 public:
     EventDescriptors();
 
-    /// Adds the event's pipe and its further descriptor; the latter not if its type is unknown.
     /// @return false for a descriptor that no wait can take: it is negative or FD_SETSIZE or more.
-    [[nodiscard]] bool add(const CCEvent& event);
+    [[nodiscard]] bool add(const WaitedDescriptors& event);
     /// Waits for the descriptors added. @return as zmt_select.
     [[nodiscard]] int wait(uint32_t timeoutMs);
-    /// Whether the event's pipe or its further descriptor is in.
-    [[nodiscard]] bool contain(const CCEvent& event) const;
-    /// Takes the event's descriptors out.
-    void remove(const CCEvent& event);
+    /// Whether any of the event is in.
+    [[nodiscard]] bool contain(const WaitedDescriptors& event) const;
+    /// Takes all of the event out.
+    void remove(const WaitedDescriptors& event);
 
 private:
     [[nodiscard]] bool add(int fd, fd_set& set);

@@ -1,6 +1,5 @@
 #include "Common/IPC/EventList.h"
 
-#include "Common/IPC/EventDescriptors.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 
@@ -121,7 +120,7 @@ uint32_t CEventList::collectDescriptors(EventDescriptors& descriptors) const {
         if (event->getExtraFd() > 0 && event->getExtraFdType() > kExtraFdWritable) {
             return EVENTLIST_ERROR_BAD_EVENT_HANDLE_TYPE;
         }
-        if (!descriptors.add(*event)) {
+        if (!descriptors.add(event->getWaitedDescriptors())) {
             ZRN_LOG_FOR("WaitOnEvents", 'E', "Descriptors '%d' and '%d' can't be waited on",
                         event->getReadFd(), event->getExtraFd());
             return EVENT_ERROR_WAIT_FAILED;
@@ -133,11 +132,11 @@ uint32_t CEventList::collectDescriptors(EventDescriptors& descriptors) const {
 uint32_t CEventList::processReadyEvents(EventDescriptors& ready) {
     for (std::size_t i = 0; i < m_events.size();) {
         CCEvent* const event = m_events[i];
-        if (!ready.contain(*event)) {
+        if (!ready.contain(event->getWaitedDescriptors())) {
             ++i;
             continue;
         }
-        ready.remove(*event);
+        ready.remove(event->getWaitedDescriptors());
         // The callback may destroy the event and move all others.
         const uint32_t code = event->processSignaledEvent(true);
         if (code != 0) {

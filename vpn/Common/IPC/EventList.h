@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <vector>
 
-class EventDescriptors;
-
 /// Waits without an end, as far as anybody will see. An empty list refuses it.
 inline constexpr uint32_t kInfiniteTimeoutMs = 0xFFFFFFFF;
 

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "Common/IPC/ProcessAPI_unix.h"
+#include "Common/IPC/ProcessLaunchInfo.h"
 #include "Common/IPC/UserIdentity.h"
 #include "Common/Utility/process/ChildSetup.h"
 #include "Common/Utility/process/ChildView.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <sys/types.h>

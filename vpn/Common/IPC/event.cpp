@@ -1,6 +1,5 @@
 #include "Common/IPC/event.h"
 
-#include "Common/IPC/EventDescriptors.h"
 #include "Common/IPC/EventList.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
@@ -144,7 +143,7 @@ uint32_t CCEvent::WaitEvent(uint32_t timeoutMs, void* /*reserved*/, bool runCall
         return EVENT_ERROR_NOT_INITIALIZED;
     }
     EventDescriptors descriptors;
-    if (!descriptors.add(*this)) {
+    if (!descriptors.add(getWaitedDescriptors())) {
         ZRN_LOG('E', "Descriptors '%d' and '%d' can't be waited on", m_readFd.get(), m_extraFd);
         return EVENT_ERROR_WAIT_FAILED;
     }
@@ -156,7 +155,7 @@ uint32_t CCEvent::WaitEvent(uint32_t timeoutMs, void* /*reserved*/, bool runCall
         ZRN_LOG_CODE('E', "zmt_select", errno);
         return EVENT_ERROR_WAIT_FAILED;
     }
-    if (!descriptors.contain(*this)) {
+    if (!descriptors.contain(getWaitedDescriptors())) {
         return EVENT_ERROR_WAIT_FAILED;
     }
     // From here on the event may be gone.
@@ -195,6 +194,15 @@ uint32_t CCEvent::setExtraFd(int extraFd, uint32_t extraFdType) {
     m_extraFd = extraFd;
     m_extraFdType = extraFdType;
     return 0;
+}
+
+WaitedDescriptors CCEvent::getWaitedDescriptors() const {
+    const auto extraFdFor = [this](uint32_t type) {
+        return m_extraFd > 0 && m_extraFdType == type ? m_extraFd : -1;
+    };
+    return {.pipe = m_readFd.get(),
+            .readable = extraFdFor(kExtraFdReadable),
+            .writable = extraFdFor(kExtraFdWritable)};
 }
 
 uint32_t CCEvent::setEventList(CEventList* list) {

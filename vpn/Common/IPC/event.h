@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/IPC/EventDescriptors.h"
 #include "Common/Utility/memory/Handles.h"
 
 #include <cstdint>
@@ -91,6 +92,8 @@ public:
     [[nodiscard]] uint32_t setEventList(CEventList* list);
     /// The pipe's end to wait on; -1 without a pipe.
     [[nodiscard]] int getReadFd() const { return m_readFd.get(); }
+    /// What a wait for the event waits on: the pipe, and the further descriptor unless its type is unknown.
+    [[nodiscard]] WaitedDescriptors getWaitedDescriptors() const;
     [[nodiscard]] int getExtraFd() const { return m_extraFd; }
     [[nodiscard]] uint32_t getExtraFdType() const { return m_extraFdType; }
 

@@ -7,7 +7,6 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/text/BoundedString.h"
 #include "Common/Utility/text/LimitedFormat.h"
-#include "Common/Utility/threads/CThread.h"
 #include "Common/Utility/threads/ManualLock.h"
 
 #include <array>
@@ -16,6 +15,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <new>
+#include <pthread.h>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -97,7 +97,7 @@ LogState::~LogState() {
 
 int threadIdForLine() {
     if (t_threadId == 0) {
-        t_threadId = static_cast<uint64_t>(CThread::getCurrentThreadId());
+        t_threadId = static_cast<uint64_t>(::pthread_self());
     }
     return static_cast<int>(t_threadId);
 }
