@@ -23,9 +23,9 @@ public:
     CEventList(const CEventList&) = delete;
     CEventList& operator=(const CEventList&) = delete;
 
-    /// @return 0, EVENTLIST_ERROR_LIMIT_EXCEEDED, EVENTLIST_ERROR_BAD_PARAMETER for null, the event's own
-    /// objection (CCEvent::setEventList), or EVENTLIST_ERROR_MEMALLOC_FAILED. Only with 0 is the event on the
-    /// list.
+    /// @return 0, EVENTLIST_ERROR_LIMIT_EXCEEDED, EVENTLIST_ERROR_BAD_PARAMETER for null, the event's
+    /// own objection (CCEvent::setEventList), or EVENTLIST_ERROR_MEMALLOC_FAILED. Only with 0 is the
+    /// event on the list.
     [[nodiscard]] uint32_t AddEvent(CCEvent* event);
     /// @return 0, EVENTLIST_ERROR_BAD_PARAMETER for null, or EVENTLIST_ERROR_EVENT_NOT_FOUND.
     [[nodiscard]] uint32_t RemoveEvent(CCEvent* event);

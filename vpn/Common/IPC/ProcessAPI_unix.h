@@ -45,8 +45,8 @@ public:
     /// @param reserved     not read.
     /// @param timeoutMs    0xFFFFFFFF without an event waits without end; 0 doesn't look at the child at all.
     /// @return 0; PROCESS_API_ERROR_WAIT_TIMEOUT, also for a child that a signal has ended;
-    /// PROCESS_API_ERROR_WAIT_INTERRUPTED, also after a stop request, which a wait without end doesn't see;
-    /// PROCESS_API_ERROR_UNKNOWN.
+    /// PROCESS_API_ERROR_WAIT_INTERRUPTED, also after a stop request, which a wait without
+    /// end doesn't see; PROCESS_API_ERROR_UNKNOWN.
     [[nodiscard]] uint32_t WaitForProcess(int pid, uint32_t* exitCodeOut, CCEvent* event, void* reserved,
                                           uint32_t timeoutMs);
     /// Ends the child with SIGTERM, or with SIGKILL if it has not gone after 5 seconds, and reaps it. If it
@@ -62,8 +62,8 @@ public:
     [[nodiscard]] static int getCurrentProcessId();
     /// Sets the nice value of the calling thread, which fails for one whose nice value is -1.
     /// @param priority  gets the former value on success. Not null.
-    /// @return 0, PROCESS_API_ERROR_GET_THREAD_PRIORITY_FAILED or
-    /// PROCESS_API_ERROR_SET_THREAD_PRIORITY_FAILED.
+    /// @return 0, PROCESS_API_ERROR_GET_THREAD_PRIORITY_FAILED
+    /// or PROCESS_API_ERROR_SET_THREAD_PRIORITY_FAILED.
     [[nodiscard]] static uint32_t SetThreadPriority(int* priority);
     /// The file of a process's program, cut to what fits.
     /// @param size  bytes of the buffer, the terminating zero included.

@@ -16,8 +16,8 @@ public:
     virtual ~ISignalable() = default;
 };
 
-/// What is called when an event fires, on the thread that waits. It may destroy the event, and must not
-/// throw.
+/// What is called when an event fires, on the thread that waits. It may destroy the event,
+/// and must not throw.
 class IEventCallback {
 public:
     virtual void onEvent(uint64_t arg1, uint64_t arg2) = 0;
@@ -73,9 +73,9 @@ public:
     /// Waits for this event alone, and takes its signals.
     /// @param reserved     not read.
     /// @param runCallback  whether the callback is called when the event fires.
-    /// @return 0; EVENT_ERROR_NOT_INITIALIZED, EVENT_ERROR_WAIT_TIMEOUT, EVENT_ERROR_WAIT_FAILED (logged;
-    /// also for a descriptor of FD_SETSIZE or more, which select can't take), or what processSignaledEvent
-    /// gives.
+    /// @return 0; EVENT_ERROR_NOT_INITIALIZED, EVENT_ERROR_WAIT_TIMEOUT,
+    /// EVENT_ERROR_WAIT_FAILED (logged; also for a descriptor of FD_SETSIZE or more, which
+    /// select can't take), or what processSignaledEvent gives.
     [[nodiscard]] uint32_t WaitEvent(uint32_t timeoutMs, void* reserved, bool runCallback);
     /// Takes the signals, disarms the event and calls the callback if that is wanted.
     /// @return 0, EVENT_ERROR_RESET_FAILED, or EVENT_ERROR_NO_CALLBACK.
@@ -87,8 +87,8 @@ public:
     [[nodiscard]] bool isArmed() const { return m_bArmed; }
     /// For the list: says whether the event may go on it, and notes it.
     /// @param list  null takes the note back.
-    /// @return 0, EVENT_ERROR_EVENT_IS_ALREADY_ON_A_LIST, EVENT_ERROR_NO_CALLBACK or
-    /// EVENT_ERROR_EVENT_TYPE_INVALID_FOR_LISTS.
+    /// @return 0, EVENT_ERROR_EVENT_IS_ALREADY_ON_A_LIST,
+    /// EVENT_ERROR_NO_CALLBACK or EVENT_ERROR_EVENT_TYPE_INVALID_FOR_LISTS.
     [[nodiscard]] uint32_t setEventList(CEventList* list);
     /// The pipe's end to wait on; -1 without a pipe.
     [[nodiscard]] int getReadFd() const { return m_readFd.get(); }

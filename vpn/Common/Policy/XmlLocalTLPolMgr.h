@@ -31,8 +31,8 @@ public:
     [[nodiscard]] static uint32_t CreateSingletonInstance(XmlLocalTLPolMgr*& instanceOut);
     /// The instance with one more reference, or null if there is none.
     [[nodiscard]] static XmlLocalTLPolMgr* acquireInstance();
-    /// Drops a reference; the last one deletes the instance. A pointer that is not the instance is deleted at
-    /// once.
+    /// Drops a reference; the last one deletes the instance. A pointer that is not the instance
+    /// is deleted at once.
     static void releaseInstance(XmlLocalTLPolMgr* object);
 
     /// Reads the file. Without one all settings have their defaults, and that is no failure.

@@ -218,8 +218,8 @@ constexpr Rows<24> kMeroEngineRows = {
     "MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT:Error: Binary executable took too long to finish.",
     "MEROENGINE_ERROR_UNKNOWN",
     "MEROENGINE_ERROR_BUNDLE_INCOMPLETE:Warning: Files could not be packed into the bundle",
-    "MEROENGINE_ERROR_UNKNOWN", // a module ends with the text of what it doesn't know, and no code moves for
-                                // it
+    // A module ends with the text of what it doesn't know, and no code moves for it.
+    "MEROENGINE_ERROR_UNKNOWN",
 };
 
 constexpr Rows<15> kMeroOfflineRows = {

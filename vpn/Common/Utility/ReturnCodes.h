@@ -96,18 +96,18 @@ struct ReturnCodeModule {
     const char* const* rows;
 };
 
-/// Number of slots of the return-code table. A code's module field has eight bits, so the slots from 256 on
-/// cannot be reached; the bound stays 265 all the same, because all programs of the suite share the
-/// numbering.
+/// Number of slots of the return-code table. A code's module field has eight bits, so the slots
+/// from 256 on cannot be reached; the bound stays 265 all the same, because all programs of the
+/// suite share the numbering.
 inline constexpr uint32_t kReturnCodeModuleCount = 265;
 
 /// The table of kReturnCodeModuleCount slots, indexed by module number. Slots of other programs are empty.
 [[nodiscard]] const ReturnCodeModule* getReturnCodeTable();
 
 /// The text of a code in `table`, the whole row "NAME" or "NAME:text", or null.
-/// Null for a code below 0xFE000000, an unset or empty table, a module that the table lacks or whose slot is
-/// empty. A row index beyond the module's rows, or a row left out, gives the module's last row. The text is
-/// static.
+/// Null for a code below 0xFE000000, an unset or empty table, a module that the table lacks or whose
+/// slot is empty. A row index beyond the module's rows, or a row left out, gives the module's last row.
+/// The text is static.
 [[nodiscard]] const char* getReturnCodeDescription(uint32_t returnCode, const ReturnCodeModule* table,
                                                    uint32_t moduleCount);
 

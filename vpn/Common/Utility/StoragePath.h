@@ -14,8 +14,8 @@ public:
     [[nodiscard]] static uint32_t CreateSingletonInstance(CStoragePath*& instance);
     /// The instance with one more reference, or null if there is none.
     [[nodiscard]] static CStoragePath* acquireInstance();
-    /// Drops a reference; the last one deletes the instance. A pointer that is not the instance is deleted at
-    /// once.
+    /// Drops a reference; the last one deletes the instance. A pointer that is not the instance
+    /// is deleted at once.
     static void releaseInstance(CStoragePath* instance);
     [[nodiscard]] static uint32_t getReferenceCount();
 
@@ -25,13 +25,13 @@ public:
     /// The user's folder of a module if `perUser` is set, else the VPN data folder.
     [[nodiscard]] std::string getModulePath(bool perUser, int module, const std::string& userName,
                                             bool systemWide) const;
-    /// The user's home, and for modules 1 to 3, unless `systemWide` is set, the module's hidden folder below
-    /// it.
+    /// The user's home, and for modules 1 to 3, unless `systemWide` is set, the module's
+    /// hidden folder below it.
     [[nodiscard]] std::string getUserModulePath(int module, const std::string& userName,
                                                 bool systemWide) const;
     [[nodiscard]] std::string getVpnDataPath() const;
-    /// Home of a user, or of the real user for an empty name, with a trailing "/"; "./" with a warning if
-    /// unknown.
+    /// Home of a user, or of the real user for an empty name, with a trailing "/"; "./" with
+    /// a warning if unknown.
     [[nodiscard]] std::string GetUserProgramDataPath(const std::string& userName) const;
     [[nodiscard]] std::string getFeedbackDataPath(const std::string& base) const;
     [[nodiscard]] std::string getProfilePath(int module) const;

@@ -32,9 +32,9 @@ void getOSInfo(OSInfo& record, const OSReleaseFiles& files = {});
 /// The whole of /etc/os-release, else the first line of /proc/version or /etc/issue. The first file that
 /// exists counts, also if it can't be read. @return false if none can be read.
 [[nodiscard]] bool readOSReleaseText(std::string& textOut, const OSReleaseFiles& files = {});
-/// The value behind the first `key` followed by "=", wherever it stands, so also at the end of a longer key.
-/// Taken up to the next double quote if it starts with one, else to the line's end. @return false if there is
-/// none.
+/// The value behind the first `key` followed by "=", wherever it stands, so also at the end of a longer
+/// key. Taken up to the next double quote if it starts with one, else to the line's end. @return false
+/// if there is none.
 [[nodiscard]] bool getNamedValue(const std::string& text, const std::string& key, std::string& valueOut);
 
 using Version = std::vector<int32_t>;

@@ -16,9 +16,9 @@ public:
     uint32_t characters(const std::string& text) override;
     uint32_t endElement(const std::string& name) override;
     uint32_t endDocument() override;
-    /// Makes the folder if it is missing and replaces the content of the file; what is no regular file is
-    /// refused without being touched. The buffer stays as it is, and a failed write leaves what it has
-    /// written.
+    /// Makes the folder if it is missing and replaces the content of the file; what is no regular
+    /// file is refused without being touched. The buffer stays as it is, and a failed write leaves
+    /// what it has written.
     /// @return 0, or GLOBAL_ERROR_UNEXPECTED with the cause in the log.
     [[nodiscard]] uint32_t writeDocument() override;
     [[nodiscard]] const WipedString* getDocumentBuffer() const override;

@@ -10,9 +10,9 @@
 /// Turns a folder into a zip archive, with the traditional zip encryption if there is a password. File names
 /// and the archive's directory stay readable. Files are streamed and never held whole. Holds no state; used
 /// by one thread.
-/// An archive comes into being out of sight, is read back once it is written, and then takes the place of
-/// what stands under its name, with the rights 0600. What can't be packed is named in the archive's last
-/// entry.
+/// An archive comes into being out of sight, is read back once it is written, and then takes the
+/// place of what stands under its name, with the rights 0600. What can't be packed is named in
+/// the archive's last entry.
 class CZip {
 public:
     virtual ~CZip() = default;
@@ -36,9 +36,9 @@ public:
     /// file while it is packed stays out. An encrypted file of which another content is there at the second
     /// reading shows as damaged to whoever unpacks it with the password. All these but the empty ones are
     /// reported, and listed in the last entry (see PackReport).
-    /// @param zipPath  a file or a link of that name is replaced in one step at the end, and left as it is
-    /// until then and after a failure; a folder, pipe, device or socket there, or behind a link there, is
-    /// refused.
+    /// @param zipPath  a file or a link of that name is replaced in one step at the end, and left as
+    /// it is until then and after a failure; a folder, pipe, device or socket there, or behind a
+    /// link there, is refused.
     /// @return 0; GLOBAL_ERROR_BAD_PARAMETER if the archive can't be made, or if the lists differ in length;
     /// GLOBAL_ERROR_UNEXPECTED without memory or random numbers, and for an archive that can't be read back;
     /// MEROENGINE_ERROR_ACTION_CANCELED_BY_USER where a stop was requested before the end;
@@ -59,7 +59,7 @@ public:
     [[nodiscard]] bool isLargeFile(const std::string& path);
     /// CRC-32 of the content; 0, logged, if it is no regular file or can't be opened.
     [[nodiscard]] unsigned long getCrc(const std::string& path);
-    /// Makes an absolute folder path with all its parents. @return false if it is not absolute or can't be
-    /// made.
+    /// Makes an absolute folder path with all its parents. @return false if it is not absolute
+    /// or can't be made.
     [[nodiscard]] bool createDirectoryPath(const char* path);
 };

@@ -16,8 +16,8 @@
 namespace {
 
 constexpr unsigned kUtf8NameFlag = 0x0800;
-/// Where the flags stand in the two headers of an entry, and where the second one names the place of the
-/// first.
+/// Where the flags stand in the two headers of an entry, and where the second one names the
+/// place of the first.
 constexpr off_t kFlagsInLocalHeader = 6;
 constexpr off_t kFlagsInDirectory = 8;
 constexpr off_t kPlaceInDirectory = 42;

@@ -11,7 +11,7 @@
 
 /// Takes the mark from names that are not UTF-8. Some releases of the library set it by a look of their own,
 /// which takes encoded surrogates for UTF-8, and strict readers then refuse the whole archive.
-/// @param file  a finished archive, open for reading and writing. An entry behind the first 4 GiB keeps its
-/// mark.
+/// @param file  a finished archive, open for reading and writing. An entry behind the first 4
+/// GiB keeps its mark.
 /// @return false, logged, if the archive can't be read or written.
 [[nodiscard]] bool unmarkForeignNames(int file);

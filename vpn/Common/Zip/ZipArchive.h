@@ -33,8 +33,8 @@ public:
     /// @param file  empty file, open for writing; must stay open as long as the archive is.
     /// @return false if the library has no memory for it.
     [[nodiscard]] bool open(int file);
-    /// Begins an entry whose data is deflated on its way in. @return ZIP_PARAMERROR for a name that is too
-    /// long.
+    /// Begins an entry whose data is deflated on its way in. @return ZIP_PARAMERROR for a name
+    /// that is too long.
     [[nodiscard]] int openEntry(const ZipEntry& entry);
     /// Begins an entry whose data comes ready: encryption header, then the deflated and encrypted bytes.
     /// @return as openEntry.
@@ -45,9 +45,8 @@ public:
     [[nodiscard]] int closeEntry();
     /// Ends an entry begun by openEncryptedEntry.
     /// @param sizeBytes  length of the content as it was before deflating.
-    /// @param crc        CRC-32 of that content. Its high byte must be the one that the encryption header
-    /// has,
-    ///                   or the password won't open the entry.
+    /// @param crc        CRC-32 of that content. Its high byte must be the one that the encryption
+    ///                   header has, or the password won't open the entry.
     [[nodiscard]] int closeEncryptedEntry(uint64_t sizeBytes, uint32_t crc);
     /// Writes the directory and closes the file. The archive is whole only if this and all else gave 0.
     [[nodiscard]] int close();

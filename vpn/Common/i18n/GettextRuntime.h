@@ -13,8 +13,8 @@
 /// its texts. MsgCatalog does, by its lock. A call needs up to 32 KiB of stack. None fails: what can't be
 /// translated comes back as it is, without a log line.
 
-/// Number of the category of messages; the others, 0 to 4, are LC_CTYPE, LC_NUMERIC, LC_TIME, LC_COLLATE and
-/// LC_MONETARY.
+/// Number of the category of messages; the others, 0 to 4, are LC_CTYPE, LC_NUMERIC,
+/// LC_TIME, LC_COLLATE and LC_MONETARY.
 inline constexpr int kMessagesCategory = 5;
 
 /// Looks a text up.

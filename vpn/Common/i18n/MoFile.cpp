@@ -20,8 +20,8 @@ enum HeaderWord : std::size_t {
     kHeaderWords
 };
 
-/// The words of a file and the bounds of what they name. Sums are taken in 64 bits, where they can't
-/// overflow.
+/// The words of a file and the bounds of what they name. Sums are taken in 64 bits,
+/// where they can't overflow.
 class WordReader {
 public:
     explicit WordReader(std::string_view file) : m_file(file), m_lastNul(file.rfind('\0')) {}
@@ -63,8 +63,8 @@ private:
         return m_isSwapped ? __builtin_bswap32(value) : value;
     }
 
-    /// Strings are read up to a NUL byte wherever the file has it, so that any place is good up to the last
-    /// one.
+    /// Strings are read up to a NUL byte wherever the file has it, so that any place is good up
+    /// to the last one.
     [[nodiscard]] bool holdsString(uint32_t place, uint32_t length) const {
         return uint64_t{place} + length + 1 <= m_file.size() && m_lastNul != std::string_view::npos &&
                place <= m_lastNul;

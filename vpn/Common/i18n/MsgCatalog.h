@@ -46,8 +46,8 @@ public:
     static void getMessage(const char* keySingular, const char* keyPlural, uint64_t count,
                            std::string& messageOut);
 
-    /// The folder of the primary catalogues, by language. Empty, with a log line, if CStoragePath has no
-    /// instance.
+    /// The folder of the primary catalogues, by language. Empty, with a log line, if
+    /// CStoragePath has no instance.
     static void getLocalizationPath(std::string& pathOut);
     /// The same of the default catalogues.
     static void getEmbeddedLocalizationPath(std::string& pathOut);

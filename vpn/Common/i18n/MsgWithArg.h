@@ -27,9 +27,9 @@ public:
     /// by the UTF-8 form of their characters, those of the arguments too. References to what is no character
     /// stay, and what a reference gave is not looked at again.
     ///
-    /// Every conversion counts as one of text, whatever letter it has: "%d" is "%s" here, and so is "%%". A
-    /// missing argument is empty. With arguments the text is cut at 2047 bytes; without, it is taken as it
-    /// stands.
+    /// Every conversion counts as one of text, whatever letter it has: "%d" is "%s" here, and so is
+    /// "%%". A missing argument is empty. With arguments the text is cut at 2047 bytes; without, it is
+    /// taken as it stands.
     /// @param translate  look the message up in MsgCatalog.
     void getFormattedMessage(WipedString& textOut, bool translate) const;
 

@@ -25,10 +25,10 @@ public:
     /// Sets the folder; the next load loads again. Until then the former catalogue stays in memory.
     void setFolder(const char* folder);
 
-    /// Makes sure that a catalogue is loaded, the first good one of
-    /// "<folder>/<locale>/<category>/<domain>.mo".
-    /// @param locales   names with ":" between them. Empty ones are passed over; "C" and "POSIX" end the
-    ///                  search.
+    /// Makes sure that a catalogue is loaded, the first good
+    /// one of "<folder>/<locale>/<category>/<domain>.mo".
+    /// @param locales   names with ":" between them. Empty ones are passed over; "C" and
+    ///                  "POSIX" end the search.
     /// @param category  such as "LC_MESSAGES". Nothing with a "/" in it is looked for.
     /// @return false if there is none. With a catalogue loaded, true as soon as any of the files exists.
     [[nodiscard]] bool load(std::string_view locales, std::string_view category) noexcept;

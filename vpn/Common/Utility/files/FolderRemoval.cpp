@@ -45,16 +45,16 @@ Removed unlinkEntry(int folder, const char* name) {
     return Removed::No;
 }
 
-/// A folder of ours may keep its owner from reading or changing it. What is to go anyway may be opened for
-/// that.
+/// A folder of ours may keep its owner from reading or changing it. What is to go anyway may
+/// be opened for that.
 void giveOwnerAccess(int folder) {
     struct stat status {};
     if (::fstat(folder, &status) != 0 || status.st_uid != ::geteuid() ||
         (status.st_mode & S_IRWXU) == S_IRWXU) {
         return;
     }
-    // The way to change the mode of what is open as a place only. Where it fails, so do the steps that
-    // follow.
+    // The way to change the mode of what is open as a place only. Where it fails, so do
+    // the steps that follow.
     const std::string open = "/proc/self/fd/" + std::to_string(folder);
     static_cast<void>(::chmod(open.c_str(), (status.st_mode & 07777) | S_IRWXU));
 }

@@ -10,8 +10,8 @@ inline constexpr std::size_t kRemovalEntryLimit = 1'000'000;
 /// `parent`, and a folder that is moved away meanwhile doesn't lead to where it went. Goes on after a
 /// failure; each is logged once. Folders of this process's user that keep their owner out are opened first.
 /// Keeps a few dozen descriptors open at most, however deep the folders are. Any thread.
-/// @param parent      descriptor of the folder that holds the entry, which O_PATH is enough for; the
-/// caller's.
+/// @param parent      descriptor of the folder that holds the entry, which O_PATH is
+/// enough for; the caller's.
 /// @param name        one name, no path.
 /// @param entryLimit  after this many entries it gives up, so that nobody can keep it busy by making more.
 /// @return whether the entry is gone with all that was in it, or has never been there. What appears meanwhile

@@ -12,8 +12,8 @@
 /// may be replaced. Takes no memory; may wait for the file system of the path.
 [[nodiscard]] int refusalOfTarget(int folder, const char* path) noexcept;
 
-/// A new hidden name for a file on its way, different each time. @return an empty text if there are no random
-/// numbers.
+/// A new hidden name for a file on its way, different each time. @return an empty text if there
+/// are no random numbers.
 [[nodiscard]] std::string drawHiddenName();
 
 /// A file that is written out of sight and then takes its place in one step, so that nothing half stands
@@ -35,8 +35,8 @@ public:
         [[nodiscard]] bool happened() const noexcept { return call != Call::None; }
     };
 
-    /// @param path        the place; empty and those that end in "/" name none, and fail when the file is put
-    /// there.
+    /// @param path        the place; empty and those that end in "/" name none, and fail when the
+    /// file is put there.
     /// @param hiddenName  name of the file until then, where it needs one; see drawHiddenName.
     ReplacementFile(const std::string& path, std::string hiddenName);
     ~ReplacementFile();

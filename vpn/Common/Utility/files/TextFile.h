@@ -29,8 +29,8 @@
 [[nodiscard]] bool SeachFileForMatchingLine(const std::string& file, const std::string& matchText);
 /// Appends a line of its own, also behind a last line without an end; the file is made if it is missing.
 [[nodiscard]] bool AppendLineToFile(const std::string& file, const std::string& line);
-/// True if no line holds anything but blanks, tabs, line feeds, carriage returns, vertical tabs and form
-/// feeds.
+/// True if no line holds anything but blanks, tabs, line feeds, carriage returns, vertical
+/// tabs and form feeds.
 [[nodiscard]] bool FileHasOnlyWhiteSpace(const std::string& file);
 /// Gives the lines. After a read error it holds those that could be read.
 [[nodiscard]] bool ReadTextFile(const std::string& file, std::list<std::string>& linesOut);

@@ -31,8 +31,8 @@ public:
 /// Logs a failed call.
 /// @param invokedFunction  the call that failed.
 /// @param returnCode       its return code, or the errno of a failed system call.
-/// @param description      null to take the code's text from the return-code table ("unknown" if it has
-/// none).
+/// @param description      null to take the code's text from the return-code table ("unknown"
+/// if it has none).
 /// @param format           printf format of what else there is to say, or null.
 [[gnu::format(printf, 8, 9)]] void logReturnCode(const char* function, const char* file, uint32_t line,
                                                  char severity, const char* invokedFunction,

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// Where finished log texts go. One is installed for the whole process by CLogClient and is called by any
-/// thread.
+/// Where finished log texts go. One is installed for the whole process by CLogClient and is
+/// called by any thread.
 class ILogger {
 public:
     /// Records one line.

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// One numbered log message: its name, its level (7 leaves the level to the severity letter) and its printf
-/// format.
+/// One numbered log message: its name, its level (7 leaves the level to the severity letter)
+/// and its printf format.
 struct MessageRecord {
     const char* name;
     uint32_t priority;

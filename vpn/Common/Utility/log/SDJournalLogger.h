@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// Sends each line to the systemd journal in one call, with the fields MESSAGE, PRIORITY and
-/// SYSLOG_IDENTIFIER.
+/// Sends each line to the systemd journal in one call, with the fields
+/// MESSAGE, PRIORITY and SYSLOG_IDENTIFIER.
 class CSDJournalLogger : public ILogger {
 public:
     /// @param identifier  copied; null counts as empty.

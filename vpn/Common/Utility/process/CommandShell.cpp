@@ -49,8 +49,8 @@ public:
     [[nodiscard]] int start(const char* command);
     /// Reads until the shell has ended. After a stop request it ends with ECANCELED.
     [[nodiscard]] int readOutput(const Sink& sink);
-    /// Kills what is left of the shell's group and reaps the shell. After a stop request they are asked
-    /// first.
+    /// Kills what is left of the shell's group and reaps the shell. After a stop request
+    /// they are asked first.
     [[nodiscard]] int finish();
 
 private:

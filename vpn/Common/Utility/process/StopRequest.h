@@ -1,8 +1,8 @@
 #pragma once
 
-/// The wish that the work of this process ends before it is done: made once, by a signal, a button or a bound
-/// that was passed, and never taken back. Whatever takes long looks at it between two of its steps. Any
-/// thread.
+/// The wish that the work of this process ends before it is done: made once, by a signal, a button
+/// or a bound that was passed, and never taken back. Whatever takes long looks at it between two of
+/// its steps. Any thread.
 
 /// Makes the wish. May be called again, and in a signal handler.
 void requestStop() noexcept;

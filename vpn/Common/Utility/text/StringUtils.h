@@ -20,8 +20,8 @@ public:
     [[nodiscard]] static std::string toLower(std::string_view text);
     /// printf into a string of at most 1023 bytes; longer results are cut. Empty for a null format.
     [[nodiscard]] [[gnu::format(printf, 1, 2)]] static std::string formatString(const char* format, ...);
-    /// A copy with each `from` replaced; what was put in isn't searched again. An empty `from` gives the
-    /// text.
+    /// A copy with each `from` replaced; what was put in isn't searched again. An empty
+    /// `from` gives the text.
     [[nodiscard]] static std::string replaceAll(std::string_view text, std::string_view from,
                                                 std::string_view to);
     /// Splits at a single character. Pieces may be empty, the last one behind a trailing separator too; an

@@ -10,8 +10,8 @@ struct CollectOptions {
     std::string installDirectory;
     /// Request file; empty for none. Never together with `onlyIds`.
     std::string requestPath;
-    /// Ids of the items to collect, none of them empty; none collects the request's, or the items marked
-    /// default.
+    /// Ids of the items to collect, none of them empty; none collects the request's, or
+    /// the items marked default.
     std::vector<std::string> onlyIds;
     /// The user's comment, fit for a request; only together with `onlyIds`.
     std::string comment;

@@ -58,8 +58,8 @@ public:
     /// in which order.
     [[nodiscard]] ItemInstructions instructionsOf(const MEROComponent& item);
 
-    /// The children that items, or the entries of a request, are: those named "file", in the order of the
-    /// file.
+    /// The children that items, or the entries of a request, are: those named "file", in the
+    /// order of the file.
     [[nodiscard]] static std::list<MEROComponent*> fileElements(const MEROComponent& parent);
     /// Sorts by the ids, as the engine takes items and entries.
     static void sortById(std::list<MEROComponent*>& files);

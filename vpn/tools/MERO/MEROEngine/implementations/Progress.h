@@ -13,13 +13,13 @@
 
 /// Good configuration files of the current run.
 extern std::atomic<uint32_t> g_configCount;
-/// Ended collection tasks plus 1; never reset, so a second run in one process starts with a higher
-/// percentage.
+/// Ended collection tasks plus 1; never reset, so a second run in one process starts
+/// with a higher percentage.
 extern std::atomic<uint32_t> g_configsDone;
 /// Held while a percentage is computed and reported by a worker.
 extern std::mutex g_progressLock;
-/// Reports go to standard output instead of the listener. Set by a front without a window before a run
-/// starts.
+/// Reports go to standard output instead of the listener. Set by a front without a window
+/// before a run starts.
 extern std::atomic<bool> g_consoleMode;
 
 /// Installs the object that gets the reports; null for none. It must outlive every run.

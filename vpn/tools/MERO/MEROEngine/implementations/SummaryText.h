@@ -21,9 +21,9 @@ inline constexpr Widths kOmittedWidths{17, 28, 40, 50};
 
 /// The text cut to `width` and filled up with blanks behind it.
 [[nodiscard]] std::string cell(std::string_view text, std::size_t width);
-/// Takes the next line of at most `width` bytes from the front of `text`: up to white space where there is
-/// some, else cut hard. White space at the start of the line is dropped. The locale tells what white space
-/// is.
+/// Takes the next line of at most `width` bytes from the front of `text`: up to white space where
+/// there is some, else cut hard. White space at the start of the line is dropped. The locale tells
+/// what white space is.
 [[nodiscard]] std::string takeLine(std::string& text, std::size_t width);
 /// One row of a table: as many lines as the longest cell needs, at least one.
 [[nodiscard]] std::string row(Cells cells, const Widths& widths);

@@ -10,8 +10,8 @@ enum class FolderAfterRun { Removed, Kept };
 /// What every front starts an engine by: runs it and removes afterwards what the run has left below /tmp,
 /// whatever its outcome. After a stop request it ends everything that this process has started first, and no
 /// more can be started then.
-/// @param keptPathOut  set to the path of a folder that stays, because it is to or because it can't be
-/// removed.
+/// @param keptPathOut  set to the path of a folder that stays, because it is to or because
+/// it can't be removed.
 /// @return the code of the run.
 [[nodiscard]] uint32_t runTidily(MEROEngine& engine, FolderAfterRun folderAfterRun = FolderAfterRun::Removed,
                                  std::string* keptPathOut = nullptr);

@@ -19,8 +19,8 @@ extern std::mutex g_summaryLock;
 /// run, on one worker thread.
 class collector {
 public:
-    /// @param request              the request, not owned; an object without a root selects the default
-    /// items.
+    /// @param request              the request, not owned; an object without a root
+    /// selects the default items.
     /// @param unprocessed          the request's entries nobody has handled yet; shared by all collectors of
     /// a run and guarded by a lock of this class.
     /// @param targetPath           the zip file, for the summary.
@@ -32,11 +32,11 @@ public:
     collector(const collector&) = delete;
     collector& operator=(const collector&) = delete;
 
-    /// Collects one configuration tree. A failed item or action goes to the summary and never into the
-    /// result.
+    /// Collects one configuration tree. A failed item or action goes to the summary and
+    /// never into the result.
     /// @param bundleFolder  the working folder; an empty one becomes the default one.
-    /// @return 0, MEROENGINE_ERROR_NOT_INITIALIZED, MEROENGINE_ERROR_BAD_PARAMETER, or a failure of the
-    /// summary.
+    /// @return 0, MEROENGINE_ERROR_NOT_INITIALIZED, MEROENGINE_ERROR_BAD_PARAMETER, or a
+    /// failure of the summary.
     [[nodiscard]] uint32_t Collect(std::string& bundleFolder, MEROXmlObject* config);
     /// The clear run for one tree. @return 0, or MEROENGINE_ERROR_BAD_PARAMETER for null.
     [[nodiscard]] uint32_t Clear(MEROXmlObject* config);
@@ -60,14 +60,14 @@ public:
 
     /// Builds the summary tree. @return 0 or MEROENGINE_ERROR_NULL_XML_ROOT.
     [[nodiscard]] uint32_t initializeSummary();
-    /// Adds time, system, user and bundle. @return 0, MEROENGINE_ERROR_NULL_XML_ROOT or
-    /// MEROENGINE_ERROR_NULL_XML_CHILD.
+    /// Adds time, system, user and bundle. @return 0,
+    /// MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
     [[nodiscard]] uint32_t fillInSummaryMainInfo();
-    /// Prints the section under g_summaryLock and empties the list of collected files. @return as
-    /// printSummary.
+    /// Prints the section under g_summaryLock and empties the list of collected
+    /// files. @return as printSummary.
     [[nodiscard]] uint32_t writeSummary(const std::string& bundleFolder, MEROXmlObject* config);
-    /// Appends this collector's section to the summary file, with the head before the first one of the
-    /// process.
+    /// Appends this collector's section to the summary file, with the head before the first
+    /// one of the process.
     /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER, MEROENGINE_ERROR_FILE_OPEN_FAILURE or
     /// MEROENGINE_ERROR_WRITE_FAILURE. The caller holds g_summaryLock.
     [[nodiscard]] uint32_t printSummary(MEROXmlObject* config, const std::string& bundleFolder);

@@ -27,8 +27,8 @@ public:
     /// Enters a record as omitted, with the reason "Internal error". @return 0.
     [[nodiscard]] virtual uint32_t fillSummaryInternalError(const MEROCollectedFile& file);
     /// Enters a record as included.
-    /// @return 0, MEROENGINE_ERROR_NOT_INITIALIZED, MEROENGINE_ERROR_NULL_XML_ROOT or
-    /// MEROENGINE_ERROR_NULL_XML_CHILD.
+    /// @return 0, MEROENGINE_ERROR_NOT_INITIALIZED,
+    /// MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
     [[nodiscard]] virtual uint32_t fillSummaryGoodFile(const MEROCollectedFile& file);
 
 private:

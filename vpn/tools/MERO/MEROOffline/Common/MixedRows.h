@@ -7,8 +7,8 @@
 
 /// Which rows of the selection tree are mixed: checked, while something below them is not.
 ///
-/// An unchecked row is not mixed, whatever is checked below it: nothing of it is collected. Used by one
-/// thread.
+/// An unchecked row is not mixed, whatever is checked below it: nothing of it is collected.
+/// Used by one thread.
 class MixedRows {
 public:
     /// Every row is as its record is stored.

@@ -9,6 +9,6 @@ void stopOnSignals() noexcept;
 /// The signal that has come; 0 if none has. Any thread.
 [[nodiscard]] int stopSignal() noexcept;
 
-/// Ends the process as the signal would have done by itself, so that whoever waits for it sees that. Any
-/// thread.
+/// Ends the process as the signal would have done by itself, so that whoever waits for it
+/// sees that. Any thread.
 [[noreturn]] void dieBySignal(int signalNumber) noexcept;

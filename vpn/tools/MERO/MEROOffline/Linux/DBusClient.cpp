@@ -15,8 +15,8 @@ constexpr const char* kHelperName = "com.varnel.corvane.mero.helper";
 constexpr const char* kHelperPath = "/com/varnel/corvane/mero/helper";
 constexpr const char* kInvokeFailed = "Failed to invoke remote function.";
 
-/// Guards the two below. A report is handed on under it, so that none is under way once the last client has
-/// gone.
+/// Guards the two below. A report is handed on under it, so that none is under way once the
+/// last client has gone.
 std::mutex g_receiverLock;
 /// Where progress goes; null while there is no client with a proxy.
 CMEROClientIfc* g_receiver = nullptr;

@@ -54,8 +54,8 @@ private:
     void goToFirstChecked(const SelectionIndex& index, const SelectionStore& store);
     /// The toggle renderer's "toggled". `dlg` is the CMEROGtkFileSelDlg, which disconnects it before it goes.
     static void onCheckToggled(GtkCellRendererToggle* renderer, char* path, gpointer dlg);
-    /// The view's "row-activated": a row that is activated by a key or a screen reader is toggled. `dlg` as
-    /// above.
+    /// The view's "row-activated": a row that is activated by a key or a screen reader is
+    /// toggled. `dlg` as above.
     static void onRowActivated(GtkTreeView* view, GtkTreePath* path, GtkTreeViewColumn* column, gpointer dlg);
 
     /// Owns this object.

@@ -15,8 +15,8 @@ CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
     // Behind the policy, which may take the default catalogue away, and before the first text.
     setUpLanguage(programFolder);
 
-    // The stamp is taken here and not at the job's start, so that the name does not change under the user's
-    // eyes.
+    // The stamp is taken here and not at the job's start, so that the name does not change
+    // under the user's eyes.
     m_bundlePath = helperUtil::translatePath(helperUtil::getDesktopDirectory()) + "MEROBundle" +
                    getTimeString(1) + ".zip";
 

@@ -6,8 +6,8 @@
 struct Mnemonic {
     /// Value of the key; 0 if there is none.
     unsigned int key;
-    /// What a label takes to show its text with the letter underlined; empty if the text has no such letter
-    /// there.
+    /// What a label takes to show its text with the letter underlined; empty if the text has
+    /// no such letter there.
     std::string underlined;
 };
 

@@ -10,8 +10,8 @@
 /// Times are milliseconds of any clock that never goes back, the same one in all calls.
 class PressGuard {
 public:
-    /// Another page, or a dialog, is on its way to the screen. Until it is in view no press can be meant for
-    /// it.
+    /// Another page, or a dialog, is on its way to the screen. Until it is in view no press can
+    /// be meant for it.
     void changePage() { m_inViewSince.reset(); }
     /// It is in view now.
     void showPage(int64_t nowMs) { m_inViewSince = nowMs; }

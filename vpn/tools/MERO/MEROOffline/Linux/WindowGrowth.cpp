@@ -78,8 +78,8 @@ void grow(GtkTextView* comment, GtkScrolledWindow* around) {
     GtkWidget* const window = gtk_widget_get_toplevel(GTK_WIDGET(comment));
     const GtkRequisition line = lineSize(GTK_WIDGET(comment));
     int width = line.width + kSidesWidth;
-    // The least height is that at the least width: were a header broken there, the window would grow on its
-    // page.
+    // The least height is that at the least width: were a header broken there, the window would
+    // grow on its page.
     int leastWidth = line.width * kHeaderCharacters / kLineCharacters + kMarkWidth + kSidesWidth;
     setCommentHeight(around, kCommentLines * line.height + gtk_text_view_get_top_margin(comment) +
                                  gtk_text_view_get_bottom_margin(comment));

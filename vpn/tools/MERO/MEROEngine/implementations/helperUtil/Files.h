@@ -5,9 +5,9 @@
 #include <list>
 #include <string>
 
-/// The engine's file work. Paths are byte strings and are used as they stand, unless told otherwise. Every
-/// failure is a return code of the engine, logged where it is found. Re-entrant, but for the two truncating
-/// functions.
+/// The engine's file work. Paths are byte strings and are used as they stand, unless told
+/// otherwise. Every failure is a return code of the engine, logged where it is found. Re-entrant,
+/// but for the two truncating functions.
 namespace helperUtil {
 
 /// One hit of a folder listing.
@@ -30,8 +30,8 @@ using OmissionSink = std::function<void(const std::string& path, const std::stri
 /// Keeps the first bytes of a file and drops the rest.
 /// @param keepBytes  bytes to keep; more than the file holds adds one byte 0xFF, a negative count keeps none.
 /// @param fileName   a regular file; null is refused.
-/// @return 0, also when the cut file could not be written (logged); MEROENGINE_ERROR_BAD_PARAMETER or
-/// MEROENGINE_ERROR_FILE_OPEN_FAILURE.
+/// @return 0, also when the cut file could not be written (logged);
+/// MEROENGINE_ERROR_BAD_PARAMETER or MEROENGINE_ERROR_FILE_OPEN_FAILURE.
 /// Writes "temp_out.txt" in the current folder and leaves it there: never two calls at a time. While that
 /// file is not whole, for example on a full disk, `fileName` is left as it is.
 [[nodiscard]] uint32_t fileTruncateEnd(int32_t keepBytes, const char* fileName);
@@ -70,8 +70,8 @@ using OmissionSink = std::function<void(const std::string& path, const std::stri
 /// Lists the files of a folder whose names match one of the patterns, whatever their case.
 /// @param directory  gets a trailing "/" in place.
 /// @param patterns   are made lower-case in place; `*` and `?` are wildcards.
-/// @param recursive  follows sub-folders too, but no folder that is its own ancestor, and none more than 16
-/// times.
+/// @param recursive  follows sub-folders too, but no folder that is its own ancestor, and none
+/// more than 16 times.
 /// @param results    gets the hits appended, in the order of the folder. A link to nowhere is one, with time
 /// 0, and so is a file that can't be examined.
 /// @return 0; MEROENGINE_ERROR_BAD_PARAMETER for an empty argument; MEROENGINE_ERROR_FILE_NOT_FOUND for a
@@ -87,8 +87,8 @@ using OmissionSink = std::function<void(const std::string& path, const std::stri
                                    std::list<FoundFile>& results, const OmissionSink& omitted);
 /// Deletes the files directly in a folder.
 /// @param directory  gets a trailing "/" in place.
-/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; the listing's code; MEROENGINE_ERROR_UNEXPECTED if a file
-/// stays.
+/// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; the listing's code; MEROENGINE_ERROR_UNEXPECTED
+/// if a file stays.
 [[nodiscard]] uint32_t fileDeleteAll(std::string& directory);
 /// Deletes the files directly in a folder and then the folder. Sub-folders are not touched and keep the
 /// folder alive.

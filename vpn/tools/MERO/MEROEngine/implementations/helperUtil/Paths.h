@@ -6,9 +6,9 @@
 /// Configured paths, and the folders that the programs start from. Nothing here checks that a path exists.
 namespace helperUtil {
 
-/// Replaces each "$NAME/" by the variable's value and "/". A variable without a value is logged and ends the
-/// work, with its "$" still in the text; so does a text that grows past 64 KiB or takes more than 64
-/// replacements.
+/// Replaces each "$NAME/" by the variable's value and "/". A variable without a value is logged and
+/// ends the work, with its "$" still in the text; so does a text that grows past 64 KiB or takes
+/// more than 64 replacements.
 [[nodiscard]] std::string translatePath(const std::string& path);
 /// A variable's value, or empty. A leading "$" of the name is removed, in the caller's string too.
 [[nodiscard]] std::string getEnvironmentVariable(std::string& name);

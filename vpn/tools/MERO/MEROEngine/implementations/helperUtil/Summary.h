@@ -12,8 +12,8 @@ namespace helperUtil {
 /// @param summary      not owned.
 /// @param id           becomes the entry's name, `fileName` its value.
 /// @param reason       why the file is not there.
-/// @return 0, MEROENGINE_ERROR_BAD_PARAMETER (null), MEROENGINE_ERROR_NULL_XML_ROOT or
-/// MEROENGINE_ERROR_NULL_XML_CHILD.
+/// @return 0, MEROENGINE_ERROR_BAD_PARAMETER (null),
+/// MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
 uint32_t fillSummaryFailedFile(MEROXmlObject* summary, const std::string& id, const std::string& fileName,
                                const std::string& description, const std::string& reason);
 /// Adds a note. @return as above.

@@ -40,8 +40,8 @@ public:
 
     /// FindChild of `start`; null if `start` is.
     [[nodiscard]] MEROComponent* FindChild(const MEROComponent* start, std::string_view name) const;
-    /// Goes through all nodes named `elementName` in document order and gives the first hit of
-    /// FindChild(childName).
+    /// Goes through all nodes named `elementName` in document order and gives the
+    /// first hit of FindChild(childName).
     [[nodiscard]] MEROComponent* FindChild(std::string_view elementName, std::string_view childName) const;
     /// Appends every node of exactly this name, the root included, in document order.
     void findAllByName(std::string_view name, std::list<MEROComponent*>& found) const;

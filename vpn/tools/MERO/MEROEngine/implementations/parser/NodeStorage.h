@@ -13,8 +13,8 @@ inline constexpr std::size_t kNodeBlockBytes = std::size_t{16} * 1024;
 inline constexpr std::size_t kLargestPieceBytes = 1024;
 
 /// @param sizeBytes  1 to kLargestPieceBytes.
-/// @return a piece aligned for every type; throws std::bad_alloc for a larger one and when there is no
-/// memory.
+/// @return a piece aligned for every type; throws std::bad_alloc for a larger one and when
+/// there is no memory.
 [[nodiscard]] void* take(std::size_t sizeBytes);
 /// @param piece  from take(); null is ignored.
 void giveBack(void* piece) noexcept;

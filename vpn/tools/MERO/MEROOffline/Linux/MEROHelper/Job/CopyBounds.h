@@ -17,8 +17,8 @@ public:
     CopyBounds(const SpaceLimits& limits, int source, int target) noexcept
         : m_limits(limits), m_source(source), m_target(target) {}
 
-    /// Before the first byte: whether the whole copy is within the limits. What the system doesn't tell is no
-    /// breach.
+    /// Before the first byte: whether the whole copy is within the limits. What the system doesn't
+    /// tell is no breach.
     [[nodiscard]] Breach begin() noexcept;
     /// Behind so many more bytes: whether there still is room for the rest. Looks every few mebibytes.
     [[nodiscard]] Breach add(uint64_t bytes) noexcept;

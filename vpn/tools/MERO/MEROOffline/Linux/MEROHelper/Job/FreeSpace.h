@@ -6,8 +6,8 @@
 #include <optional>
 #include <sys/statvfs.h>
 
-/// How much room there is for others. Nothing in here takes memory or logs, so that a forked child may use
-/// it.
+/// How much room there is for others. Nothing in here takes memory or logs, so that a forked
+/// child may use it.
 
 /// Room in a file system.
 struct FreeSpace {

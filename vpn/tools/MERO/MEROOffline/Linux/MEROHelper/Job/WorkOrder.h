@@ -9,8 +9,8 @@
 #include <string>
 #include <sys/types.h>
 
-/// Most bytes of an order in a pipe: a user of all the groups that a user can have, and each text at its
-/// longest.
+/// Most bytes of an order in a pipe: a user of all the groups that a user can have, and each
+/// text at its longest.
 inline constexpr std::size_t kLargestWorkOrderBytes = std::size_t{512} * 1024;
 
 /// All that a worker is told about its job. It travels through a pipe, so that nothing of it is seen in an
@@ -41,7 +41,7 @@ struct WorkOrder {
 /// @return false, logged, for an order that is too large, what is no pipe, or a pipe that has no room.
 [[nodiscard]] bool writeWorkOrder(int descriptor, const WorkOrder& order);
 
-/// Reads an order up to the end of the pipe, for which it waits. What held the bytes meanwhile is wiped. Any
-/// thread.
+/// Reads an order up to the end of the pipe, for which it waits. What held the bytes meanwhile
+/// is wiped. Any thread.
 /// @return nothing, logged, for anything but one whole order, such as one with a NUL byte in a text.
 [[nodiscard]] std::optional<WorkOrder> readWorkOrder(int descriptor);

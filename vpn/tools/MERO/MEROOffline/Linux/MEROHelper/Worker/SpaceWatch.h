@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-/// Looks, while a job runs, at what its files take and at what they leave to others. Starts and ends on one
-/// thread.
+/// Looks, while a job runs, at what its files take and at what they leave to others. Starts and
+/// ends on one thread.
 class SpaceWatch {
 public:
     /// @param folders  folders of the job's own or in which it makes some: the free space of their file
