@@ -1,5 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
 
+#include "tests/wizard/RecordedJob.h"
 #include "tests/wizard/UsedLanguage.h"
 #include "tests/wizard/WizardFixture.h"
 #include "tools/MERO/MEROOffline/Linux/UserTexts.h"
@@ -133,10 +134,13 @@ private:
 
 TEST_P(Mnemonics, OfEachPageDiffer) {
     for (const bool typical : {true, false}) {
+        const std::size_t jobsBefore = recordedJobs().size();
         walkTo(WizardPage::Welcome, typical);
         for (int steps = 0; steps < 7; ++steps) {
             expectAKeyForEachControl();
             if (page() == 3) {
+                // A request is written in the background, and no result is shown before the job has begun.
+                waitUntil([jobsBefore] { return recordedJobs().size() > jobsBefore; });
                 m_window->updateStatus(nullptr, 0);
                 settle();
             } else if (page() != 4) {
