@@ -3,7 +3,7 @@
 #include "tests/wizard/RecordedJob.h"
 #include "tests/wizard/UsedLanguage.h"
 #include "tests/wizard/WizardFixture.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <gmock/gmock.h>
 #include <map>
@@ -32,7 +32,7 @@ constexpr Control kControls[] = {
 };
 
 std::string marked(UserText text) {
-    return CMEROGtkMainWindow::translateText(mnemonicText(text));
+    return translateText(mnemonicText(text));
 }
 
 GtkLabel* labelIn(GtkWidget* control) {
@@ -111,7 +111,7 @@ protected:
             SCOPED_TRACE(control.id);
             const bool isFinish = page() == 4 && std::string(control.id) == "buttonNext";
             const UserText text = isFinish ? UserText::ButtonFinish : control.text;
-            const std::string shown = CMEROGtkMainWindow::translateText(userText(text));
+            const std::string shown = translateText(text);
             GtkWidget* const widget = LookUpWidget(control.id);
             EXPECT_EQ(gtk_label_get_text(labelIn(widget)), shown);
             EXPECT_STREQ(atk_object_get_name(gtk_widget_get_accessible(widget)), shown.c_str());
@@ -157,8 +157,7 @@ TEST_P(Mnemonics, AreThoseOfTheTextsAsTheyAreShown) {
     for (const UserText text : {UserText::ButtonBack, UserText::ButtonNext, UserText::ButtonFinish,
                                 UserText::ButtonCancel, UserText::Typical, UserText::Custom,
                                 UserText::EnableEncryption, UserText::MaskPassword, UserText::Browse}) {
-        EXPECT_EQ(std::regex_replace(marked(text), mark, ""),
-                  CMEROGtkMainWindow::translateText(userText(text)));
+        EXPECT_EQ(std::regex_replace(marked(text), mark, ""), translateText(text));
     }
 }
 

@@ -1,6 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 
-#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -35,12 +35,12 @@ TEST(UserTexts, AreFoundByName) {
 }
 
 TEST(UserTexts, WithoutATranslationAreShownInEnglish) {
-    EXPECT_EQ(CMEROGtkMainWindow::translateText("No such key"), "No such key");
+    EXPECT_EQ(translateText("No such key"), "No such key");
 }
 
 // A catalogue that was refused for its character set stays in use, and GTK takes nothing but UTF-8.
 TEST(UserTexts, AreValidUtf8WhateverTheirBytes) {
-    EXPECT_EQ(CMEROGtkMainWindow::translateText("caf\xE9"), "caf\xEF\xBF\xBD");
+    EXPECT_EQ(translateText("caf\xE9"), "caf\xEF\xBF\xBD");
 }
 
 } // namespace

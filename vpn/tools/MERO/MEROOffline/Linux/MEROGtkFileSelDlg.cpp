@@ -7,10 +7,9 @@
 #include "tools/MERO/MEROOffline/Linux/CheckBoxRenderer.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
-#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 #include "tools/MERO/MEROOffline/Linux/SelectionKeys.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 namespace {
 
@@ -35,9 +34,10 @@ std::string shownText(const std::string& name) {
 
 } // namespace
 
-CMEROGtkFileSelDlg::CMEROGtkFileSelDlg(CMEROGtkMainWindow* window) : m_pMainWindow(window) {
-    setLabelText("labelCustomHeader", CMEROGtkMainWindow::translateText(userText(UserText::SelectFiles)));
-    m_pParser = std::make_shared<ParseConfigXML>(window->relay().get());
+CMEROGtkFileSelDlg::CMEROGtkFileSelDlg(std::shared_ptr<WindowRelay> window)
+    : m_pMainWindow(std::move(window)) {
+    setLabelText("labelCustomHeader", translateText(UserText::SelectFiles));
+    m_pParser = std::make_shared<ParseConfigXML>(m_pMainWindow.get());
     m_pTreeView = shareRef(gtk_tree_view_new());
     if (m_pTreeView == nullptr) {
         ZRN_LOG('E', "Failed to instantiate a TreeView object");
@@ -62,7 +62,7 @@ void CMEROGtkFileSelDlg::startScan() {
     }
     setSensitive("buttonBack", false);
     setSensitive("buttonNext", false);
-    m_pParserThread = BackgroundRun::startOrRun(m_pParser, m_pMainWindow->relay());
+    m_pParserThread = BackgroundRun::startOrRun(m_pParser, m_pMainWindow);
 }
 
 void CMEROGtkFileSelDlg::addModule(const std::string& rootName, const ModuleItem& module) {

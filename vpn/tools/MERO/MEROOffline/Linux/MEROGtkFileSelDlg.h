@@ -8,14 +8,13 @@
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 #include "tools/MERO/MEROOffline/Linux/SelectionColumn.h"
 #include "tools/MERO/MEROOffline/Linux/SelectionStore.h"
+#include "tools/MERO/MEROOffline/Linux/WindowRelay.h"
 
 #include <gtk/gtk.h>
 #include <list>
 #include <memory>
 #include <optional>
 #include <string>
-
-class CMEROGtkMainWindow;
 
 /// What the file selection page holds: the records of what can be chosen, the scan that fills them, and their
 /// view in the page's scrolled window.
@@ -27,8 +26,8 @@ class CMEROGtkMainWindow;
 class CMEROGtkFileSelDlg {
 public:
     /// Makes the view, which is not shown yet.
-    /// @param window  not owned; must outlive this object.
-    explicit CMEROGtkFileSelDlg(CMEROGtkMainWindow* window);
+    /// @param window  what stands for the window, to which the scan reports.
+    explicit CMEROGtkFileSelDlg(std::shared_ptr<WindowRelay> window);
     /// Does not wait for a scan that still runs.
     ~CMEROGtkFileSelDlg();
     CMEROGtkFileSelDlg(const CMEROGtkFileSelDlg&) = delete;
@@ -58,8 +57,7 @@ private:
     /// toggled. `dlg` as above.
     static void onRowActivated(GtkTreeView* view, GtkTreePath* path, GtkTreeViewColumn* column, gpointer dlg);
 
-    /// Owns this object.
-    CMEROGtkMainWindow* m_pMainWindow;
+    std::shared_ptr<WindowRelay> m_pMainWindow;
     /// Shared with its run, which may outlive this object.
     std::shared_ptr<ParseConfigXML> m_pParser;
     std::unique_ptr<Thread> m_pParserThread;

@@ -1,6 +1,5 @@
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 
-#include "Common/i18n/MsgCatalog.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/sysutils.h"
@@ -108,12 +107,6 @@ void CMEROGtkMainWindow::closeWindow() {
     m_pWindow = nullptr;
 }
 
-std::string CMEROGtkMainWindow::translateText(const std::string& key) {
-    std::string text;
-    MsgCatalog::getMessage(key.c_str(), text);
-    return displayText(text);
-}
-
 std::string CMEROGtkMainWindow::getComments() {
     return m_comments;
 }
@@ -128,7 +121,7 @@ void CMEROGtkMainWindow::addModule(const std::string& rootName, const ModuleItem
 
 CMEROGtkFileSelDlg& CMEROGtkMainWindow::fileSelection() {
     if (m_pFileSelDlg == nullptr) {
-        m_pFileSelDlg = std::make_unique<CMEROGtkFileSelDlg>(this);
+        m_pFileSelDlg = std::make_unique<CMEROGtkFileSelDlg>(m_relay);
         m_pFileSelDlg->startScan();
     }
     return *m_pFileSelDlg;

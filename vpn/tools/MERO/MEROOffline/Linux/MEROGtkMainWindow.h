@@ -63,8 +63,6 @@ public:
     [[nodiscard]] std::list<RootItem>& getModuleTree() override;
     /// Adds a module to those records, likewise. On the thread of the file selection's scan.
     void addModule(const std::string& rootName, const ModuleItem& module) override;
-    /// What jobs hold in place of this window.
-    [[nodiscard]] const std::shared_ptr<WindowRelay>& relay() const { return m_relay; }
 
     /// Goes to a page: shows it, sets the header and the buttons that belong to it. A number above the last
     /// page is only remembered, and neither Next nor Back leads away from it.
@@ -82,10 +80,6 @@ public:
     void startMERO(const std::string& requestPath);
     /// Whether the helper's answer is awaited.
     [[nodiscard]] bool isAskingHelper() const { return m_pHelperStart != nullptr; }
-
-    /// The text to show for a key of the message catalogue; the key itself if it has no translation.
-    /// @return valid UTF-8, whatever the bytes of the key and of the catalogue.
-    [[nodiscard]] static std::string translateText(const std::string& key);
 
 private:
     using StoragePathClaim = std::unique_ptr<CStoragePath, Releaser<&CStoragePath::releaseInstance>>;
@@ -169,6 +163,7 @@ private:
     std::unique_ptr<Thread> m_pReqThread;
     StoragePathClaim m_pStoragePath;
     LocalPolicyClaim m_pLocalPolicy;
+    /// What jobs hold in place of this window.
     std::shared_ptr<WindowRelay> m_relay;
     /// Behind the relay, to which it reports. Null until the helper has answered.
     std::unique_ptr<CDBusClient> m_pDBusClient;

@@ -3,7 +3,7 @@
 #include "tools/MERO/MEROOffline/Linux/BackgroundRun.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <utility>
 
@@ -68,8 +68,8 @@ void CMEROGtkMainWindow::takeHelperAnswer() {
 }
 
 void CMEROGtkMainWindow::startDirectly(const std::string& requestPath) {
-    showMessageDialog(GTK_MESSAGE_WARNING, translateText(userText(UserText::TitleWarning)),
-                      translateText(userText(UserText::PartialCollection)).c_str());
+    showMessageDialog(GTK_MESSAGE_WARNING, translateText(UserText::TitleWarning),
+                      translateText(UserText::PartialCollection).c_str());
     ZRN_LOG_FOR("startMERO", 'I', "Start MERO directly without helper...");
     m_pOffline.reset();
     m_pOfflineThread.reset();

@@ -3,8 +3,8 @@
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 #include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <array>
 
@@ -67,7 +67,7 @@ void CMEROGtkMainWindow::changePage(uint32_t page) {
     if (page >= kHeaders.size()) {
         return;
     }
-    const std::string header = translateText(userText(kHeaders.at(page)));
+    const std::string header = translateText(kHeaders.at(page));
     setLabelText("labelHeaderTitle", header);
     tellPage(page, header);
     // The first page has a larger mark of its own.
@@ -103,7 +103,7 @@ void CMEROGtkMainWindow::setUpPage(WizardPage page) {
         setSensitive("buttonCancel", false);
         setSpinning("spinnerProgress", false);
         setSensitive("buttonNext", true);
-        setLabelText("labelButtonNext", translateText(userText(UserText::ButtonFinish)));
+        setLabelText("labelButtonNext", translateText(UserText::ButtonFinish));
         setMnemonic("buttonNext", translateText(mnemonicText(UserText::ButtonFinish)));
         break;
     case WizardPage::FileSelection:

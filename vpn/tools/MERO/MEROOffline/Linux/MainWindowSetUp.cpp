@@ -3,9 +3,9 @@
 #include "tools/MERO/MEROOffline/Linux/CommentView.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 #include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 #include "tools/MERO/MEROOffline/Linux/WindowGrowth.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <utility>
 
@@ -127,15 +127,15 @@ void CMEROGtkMainWindow::setUpWidgets() {
 
 void CMEROGtkMainWindow::setUpTexts() {
     for (const auto& [id, text] : kFixedLabels) {
-        setLabelText(id, translateText(userText(text)));
+        setLabelText(id, translateText(text));
     }
     for (const auto& [id, text] : kFixedButtons) {
-        setButtonLabel(id, translateText(userText(text)));
+        setButtonLabel(id, translateText(text));
     }
     for (const auto& [id, text] : kMnemonics) {
         setMnemonic(id, translateText(mnemonicText(text)));
     }
-    const std::string title = translateText(userText(UserText::WindowTitle)) + " " + kBuildVersion;
+    const std::string title = translateText(UserText::WindowTitle) + " " + kBuildVersion;
     gtk_window_set_title(GTK_WINDOW(m_pWindow), title.c_str());
 }
 

@@ -2,7 +2,6 @@
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 #include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
@@ -122,7 +121,7 @@ void CMEROGtkMainWindow::showResult() {
 }
 
 std::string CMEROGtkMainWindow::successText() const {
-    const std::string format = translateText(userText(UserText::ResultSuccess));
+    const std::string format = translateText(UserText::ResultSuccess);
     char text[kResultTextBytes];
     std::snprintf(text, sizeof text, format.c_str(), m_bundlePath.c_str());
     return text;
@@ -137,11 +136,10 @@ std::string CMEROGtkMainWindow::resultText(uint64_t status, const std::string& m
     case MEROENGINE_ERROR_BUNDLE_INCOMPLETE:
         return successText() + "\n\n" + shownReport(message);
     case MEROENGINE_ERROR_INTERNAL:
-        return translateText(userText(UserText::ResultInternalError));
+        return translateText(UserText::ResultInternalError);
     case MEROENGINE_ERROR_WRITE_FAILURE:
-        return saysWhatToDo(message) ? shownReport(message)
-                                     : translateText(userText(UserText::ResultWriteFailure));
+        return saysWhatToDo(message) ? shownReport(message) : translateText(UserText::ResultWriteFailure);
     default:
-        return translateText(userText(UserText::ResultUnknownError));
+        return translateText(UserText::ResultUnknownError);
     }
 }

@@ -3,8 +3,8 @@
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <cstdio>
 
@@ -29,10 +29,10 @@ bool CMEROGtkMainWindow::validateComments() {
         return true;
     }
     static char message[kMaximumCommentBytes + 1];
-    const std::string format = translateText(userText(UserText::CommentTooLong));
+    const std::string format = translateText(UserText::CommentTooLong);
     std::snprintf(message, sizeof message, format.c_str(), static_cast<int>(comment.size()),
                   static_cast<int>(kMaximumCommentBytes));
-    showMessageDialog(GTK_MESSAGE_ERROR, translateText(userText(UserText::TitleError)), message);
+    showMessageDialog(GTK_MESSAGE_ERROR, translateText(UserText::TitleError), message);
     return false;
 }
 

@@ -4,8 +4,8 @@
 #include <span>
 
 /// Every text that the wizard shows. The English text is the key of the message catalogue as well, so a
-/// changed letter loses the text's translations: what is shown goes through
-/// CMEROGtkMainWindow::translateText. All of it is constant and may be read by any thread.
+/// changed letter loses the text's translations: what is shown goes through translateText. All of it is
+/// constant and may be read by any thread.
 enum class UserText : std::size_t {
     WindowTitle,
     ButtonBack,

@@ -4,8 +4,7 @@
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROEngine/implementations/StepText.h"
 #include "tools/MERO/MEROOffline/Common/TrText.h"
-#include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
-#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+#include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <array>
 #include <filesystem>
@@ -30,7 +29,7 @@ bool isFromRightToLeft(const std::string& text) {
 /// GTK goes by the direction of its own catalogue, which may not be installed although ours is. If the user's
 /// language is written from right to left but has no texts here, the window is as GTK has it.
 void mirrorIfTextsAre() {
-    if (isFromRightToLeft(CMEROGtkMainWindow::translateText(userText(UserText::WizardPurpose)))) {
+    if (isFromRightToLeft(translateText(UserText::WizardPurpose))) {
         gtk_widget_set_default_direction(GTK_TEXT_DIR_RTL);
     }
 }
@@ -45,19 +44,28 @@ void setUpLanguage(const std::string& programFolder) {
     mirrorIfTextsAre();
 }
 
+std::string translateText(const std::string& key) {
+    std::string text;
+    MsgCatalog::getMessage(key.c_str(), text);
+    return displayText(text);
+}
+
+std::string translateText(UserText text) {
+    return translateText(userText(text));
+}
+
 std::string shownReport(const std::string& message) {
     static constexpr std::array kItemSteps = {kProcessing, kClearing};
     for (const char* step : kItemSteps) {
         if (const std::optional<std::string> description = describedBy(step, message)) {
-            return stepText(CMEROGtkMainWindow::translateText(step),
-                            CMEROGtkMainWindow::translateText(extractTrText(*description)));
+            return stepText(translateText(step), translateText(extractTrText(*description)));
         }
     }
     if (const std::optional<std::string> tool = describedBy(kStillRunning, message)) {
-        return stepText(CMEROGtkMainWindow::translateText(kStillRunning), *tool);
+        return stepText(translateText(kStillRunning), *tool);
     }
     if (const std::optional<LackText> lack = lackDescribedBy(kIncomplete, message)) {
-        return lackText(CMEROGtkMainWindow::translateText(kIncomplete), *lack);
+        return lackText(translateText(kIncomplete), *lack);
     }
-    return CMEROGtkMainWindow::translateText(message);
+    return translateText(message);
 }

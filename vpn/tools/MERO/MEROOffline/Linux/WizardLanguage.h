@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/MERO/MEROOffline/Linux/UserTexts.h"
+
 #include <string>
 
 /// In which language, and in which direction, the wizard speaks. GTK main thread.
@@ -9,6 +11,11 @@
 /// local policy must be there.
 /// @param programFolder  ends in "/".
 void setUpLanguage(const std::string& programFolder);
+
+/// The text to show for a key of the message catalogue; the key itself if it has no translation.
+/// @return valid UTF-8, whatever the bytes of the key and of the catalogue.
+[[nodiscard]] std::string translateText(const std::string& key);
+[[nodiscard]] std::string translateText(UserText text);
 
 /// A report of the engine as it is shown. A step that names an item or a tool is not in the catalogue as a
 /// whole: its text and the item's description, which may be marked for translation, are translated on their
