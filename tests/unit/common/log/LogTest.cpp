@@ -120,6 +120,14 @@ TEST_F(LogTest, ReasonBehindALongPathIsNotCutOff) {
     EXPECT_THAT(onlyText(), EndsWith("x, 100% of 7, error: No space left"));
 }
 
+TEST_F(LogTest, PercentSignInFrontOfALetterIsNoTextOfALongLine) {
+    const auto client = makeClient();
+    const std::string path(4000, 'x');
+    logMessage("f", "a.cpp", 1, 'E', "100%%s of %s, error: %s", path.c_str(), "No space left");
+    EXPECT_THAT(onlyText(), HasSubstr("Line: 1\n100%s of " + std::string(1000, 'x')));
+    EXPECT_THAT(onlyText(), EndsWith("x, error: No space left"));
+}
+
 TEST_F(LogTest, ReasonBehindALongPathOfAReturnCodeIsNotCutOff) {
     const auto client = makeClient();
     const std::string path(4000, 'x');

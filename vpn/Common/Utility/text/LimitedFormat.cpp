@@ -30,7 +30,7 @@ std::size_t countTexts(std::string_view format) noexcept {
 LimitedFormat::LimitedFormat(std::string_view format, std::size_t bytes) noexcept {
     const std::size_t texts = countTexts(format);
     const std::size_t room = kKeptBytes + format.size();
-    if (texts < 2 || room >= bytes || format.find('$') != std::string_view::npos) {
+    if (texts < 2 || room >= bytes) {
         return;
     }
     std::array<char, 16> limited{'%', '.'};
