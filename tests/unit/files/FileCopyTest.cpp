@@ -1,6 +1,7 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
 #include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/files/WholeWrite.h"
 #include "tests/support/SystemCallFilter.h"
 #include "tests/unit/files/FileTest.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
@@ -490,8 +491,8 @@ TEST_F(FileCopy, ClosesItsFiles) {
 TEST_F(FileAccess, TellsAFailedWrite) {
     FileDescriptor file;
     ASSERT_EQ(openRegularFile(writeFile("a", "x").c_str(), O_RDONLY, file), 0);
-    EXPECT_EQ(writeBytes(file.get(), "x", 1), EBADF);
-    EXPECT_EQ(writeBytes(file.get(), "", 0), 0);
+    EXPECT_EQ(writeWhole(file.get(), "x", 1), EBADF);
+    EXPECT_EQ(writeWhole(file.get(), "", 0), 0);
     EXPECT_EQ(closeWritten(file), 0);
     EXPECT_FALSE(file);
     EXPECT_EQ(closeWritten(file), EBADF);

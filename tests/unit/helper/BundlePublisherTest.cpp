@@ -6,8 +6,10 @@
 #include "tests/support/PrivateMounts.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Sandbox.h"
+#include "tests/unit/helper/StuckFileSystem.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -52,9 +54,9 @@ bool isLink(const std::string& path) {
     return fs::is_symlink(fs::symlink_status(path));
 }
 
-/// The first child of this process that is still there; 0 if there is none.
-pid_t anyChild() {
-    for (const fs::directory_entry& task : fs::directory_iterator("/proc/self/task")) {
+/// The first child of a process that is still there; 0 if there is none.
+pid_t anyChild(const std::string& process = "self") {
+    for (const fs::directory_entry& task : fs::directory_iterator("/proc/" + process + "/task")) {
         std::ifstream children(task.path() / "children");
         pid_t child = 0;
         if (children >> child) {
@@ -419,6 +421,48 @@ TEST_F(BundlePublisher, GivesUpAtItsLimit) {
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
     EXPECT_TRUE(namesIn(path("theirs")).empty());
     EXPECT_FALSE(hasChildren());
+}
+
+TEST_F(BundlePublisher, EndsTheCopyWithTheOneWhoHasStartedIt) {
+    useEndlessArchive();
+    const pid_t parent = ::fork();
+    ASSERT_NE(parent, -1);
+    if (parent == 0) {
+        static_cast<void>(publish(path("theirs/a.zip")));
+        ::_exit(0);
+    }
+    pid_t child = 0;
+    EXPECT_TRUE(eventually([&] {
+        child = anyChild(std::to_string(parent));
+        return child > 0 && hasFileIn(child, path("theirs"));
+    }));
+    EXPECT_EQ(::kill(parent, SIGKILL), 0);
+    EXPECT_EQ(::waitpid(parent, nullptr, 0), parent);
+    EXPECT_TRUE(child > 0 && eventually([child] { return hasEnded(child); }));
+    EXPECT_TRUE(namesIn(path("theirs")).empty());
+}
+
+TEST_F(BundlePublisher, IsHeldUpByAStuckFileSystemForItsLimitsOnly) {
+    constexpr int kLimitMs = 200;
+    withStuckFolder(makeFolder("stuck"), [this](StuckFileSystem& stuck, const std::string& file) {
+        std::thread server([&stuck] { EXPECT_TRUE(stuck.takeQuestion()); });
+        const CapturedLog log;
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(publish(file, {.limitMs = kLimitMs, .clearAwayLimitMs = kLimitMs, .temporaryName = {}}),
+                  Publishing::Failed);
+        // The copy, its end, the clearing away and the end of that.
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(10 * 3 * kLimitMs));
+        server.join();
+        EXPECT_TRUE(log.containsCode('E', "logWriteFailure", "waitid", ETIMEDOUT)) << log.dump();
+        EXPECT_TRUE(log.contains('W', "of a caller's files doesn't end yet")) << log.dump();
+        EXPECT_TRUE(hasChildren());
+        stuck.abandon();
+        EXPECT_TRUE(eventually([] { return !hasChildren(); }));
+    });
+}
+
+TEST(PublishSettings, GiveAKilledCopyFiveSeconds) {
+    EXPECT_EQ(PublishSettings().clearAwayLimitMs, 5000);
 }
 
 TEST_F(BundlePublisher, LeavesNothingBehindAtTheLimitOfAFilesSize) {

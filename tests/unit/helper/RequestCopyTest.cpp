@@ -118,20 +118,6 @@ protected:
             GTEST_SKIP() << "holding back another process needs the right to administer the system";
         }
     }
-
-    /// Runs checks in a process that sees a file system which never answers, with the path of a request on
-    /// it.
-    void withStuckFolder(const std::function<void(StuckFileSystem&, const std::string&)>& checks) const {
-        if (::access("/dev/fuse", R_OK | W_OK) != 0 || !allowsMounts()) {
-            GTEST_SKIP() << "this environment allows no file systems that a program answers for";
-        }
-        const std::string folder = makeFolder("stuck");
-        inChild([&] {
-            ASSERT_TRUE(makeMountsPrivate()) << "errno " << errno;
-            StuckFileSystem stuck(folder);
-            checks(stuck, folder + "/request.xml");
-        });
-    }
 };
 
 TEST_F(RequestCopy, CopiesTheBytes) {
@@ -559,7 +545,7 @@ TEST_F(RequestCopyRace, TheReaderEndsWithItsParent) {
 }
 
 TEST_F(RequestCopyRace, AFileSystemThatNeverAnswersHoldsNobodyUp) {
-    withStuckFolder([this](StuckFileSystem& stuck, const std::string& request) {
+    withStuckFolder(makeFolder("stuck"), [this](StuckFileSystem& stuck, const std::string& request) {
         std::thread server([&stuck] { EXPECT_TRUE(stuck.takeQuestion()); });
         const CapturedLog log;
         const std::size_t before = openDescriptors();
@@ -575,7 +561,7 @@ TEST_F(RequestCopyRace, AFileSystemThatNeverAnswersHoldsNobodyUp) {
 }
 
 TEST_F(RequestCopyRace, AFileSystemThatNeverAnswersCostsItsUserTheReadersAndNobodyElse) {
-    withStuckFolder([this](StuckFileSystem& stuck, const std::string& request) {
+    withStuckFolder(makeFolder("stuck"), [this](StuckFileSystem& stuck, const std::string& request) {
         const std::string others = usersFile("request.xml", "abc");
         EXPECT_EQ(::chown(others.c_str(), kOtherUser, kUserGroup), 0);
         const CapturedLog log;

@@ -1,5 +1,8 @@
 #include "tests/unit/helper/StuckFileSystem.h"
 
+#include "tests/support/InChild.h"
+#include "tests/support/PrivateMounts.h"
+
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -62,4 +65,16 @@ StuckFileSystem::~StuckFileSystem() {
 bool StuckFileSystem::takeQuestion() const {
     fuse_in_header question{};
     return take(m_device.get(), question);
+}
+
+void withStuckFolder(const std::string& folder,
+                     const std::function<void(StuckFileSystem&, const std::string&)>& checks) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0 || !allowsMounts()) {
+        GTEST_SKIP() << "this environment allows no file systems that a program answers for";
+    }
+    inChild([&] {
+        ASSERT_TRUE(makeMountsPrivate()) << "errno " << errno;
+        StuckFileSystem stuck(folder);
+        checks(stuck, folder + "/request.xml");
+    });
 }

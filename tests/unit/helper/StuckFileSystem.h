@@ -2,6 +2,7 @@
 
 #include "Common/Utility/memory/Handles.h"
 
+#include <functional>
 #include <string>
 
 /// A mounted file system that never answers what it is asked. Who has asked can't even be killed before it
@@ -22,3 +23,8 @@ private:
     std::string m_folder;
     FileDescriptor m_device;
 };
+
+/// Runs checks in a process of their own that sees a file system which never answers in a folder, with the
+/// path of a file on it. Skips the test where there can be no such file system.
+void withStuckFolder(const std::string& folder,
+                     const std::function<void(StuckFileSystem&, const std::string&)>& checks);

@@ -2,6 +2,7 @@
 
 #include "Common/IPC/EventList.h"
 #include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/OutputPipe.h"
 #include "Common/Utility/ReturnCodes.h"
 
 #include <array>
@@ -92,13 +93,12 @@ uint32_t CCEvent::basicConstructor(CEventList* eventList, int extraFd, uint32_t 
 }
 
 bool CCEvent::createPipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        ZRN_LOG_CODE('E', "::pipe", errno);
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+    if (const int error = openPipe(readEnd, writeEnd); error != 0) {
+        ZRN_LOG_CODE('E', "::pipe", error);
         return false;
     }
-    FileDescriptor readEnd(ends[0]);
-    FileDescriptor writeEnd(ends[1]);
     const int flags = ::fcntl(readEnd.get(), F_GETFL);
     if (flags == -1) {
         ZRN_LOG_CODE('E', "::fcntl(F_GETFL)", errno);

@@ -1,9 +1,7 @@
 #include "Common/Utility/files/DescriptorStream.h"
 
+#include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
-
-#include <cerrno>
-#include <unistd.h>
 
 // A stream without a buffer is in its failed state.
 DescriptorStream::DescriptorStream(FileDescriptor file) : std::ostream(nullptr), m_buffer(std::move(file)) {
@@ -21,14 +19,9 @@ DescriptorStream::Buffer::int_type DescriptorStream::Buffer::overflow(int_type b
 }
 
 std::streamsize DescriptorStream::Buffer::xsputn(const char* bytes, std::streamsize count) {
-    std::streamsize written = 0;
-    while (written < count) {
-        const ssize_t now = ::write(m_file.get(), bytes + written, static_cast<std::size_t>(count - written));
-        if (now < 0 && errno != EINTR) {
-            ZRN_LOG_ERRNO('E', "write");
-            break;
-        }
-        written += now > 0 ? now : 0;
+    if (const int error = writeWhole(m_file.get(), bytes, static_cast<std::size_t>(count)); error != 0) {
+        ZRN_LOG_CODE('E', "write", error);
+        return 0; // how much of it was written plays no part in a stream that has failed
     }
-    return written;
+    return count;
 }

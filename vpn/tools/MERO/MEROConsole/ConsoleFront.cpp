@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROConsole/ConsoleFront.h"
 
 #include "Common/Utility/memory/Handles.h"
-#include "Common/Utility/sysutils.h"
+#include "Common/Utility/process/JobProcess.h"
 #include "tools/MERO/MEROConsole/ClearCommand.h"
 #include "tools/MERO/MEROConsole/CollectCommand.h"
 #include "tools/MERO/MEROConsole/ConsoleMessages.h"
@@ -10,11 +10,9 @@
 #include "tools/MERO/MEROConsole/PolicyCommand.h"
 
 #include <cerrno>
-#include <csignal>
 #include <exception>
 #include <fcntl.h>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <variant>
 
@@ -32,10 +30,7 @@ struct CommandRunner {
 } // namespace
 
 void prepareProcess() {
-    static_cast<void>(umask(S_IRWXG | S_IRWXO));
-    for (const int number : {SIGPIPE, SIGXFSZ}) {
-        static_cast<void>(install_sighdlr(number, SIG_IGN, nullptr)); // logs its failure
-    }
+    prepareJobProcess();
     // open takes the lowest free number, so the loop must go upwards.
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (fcntl(fd, F_GETFD) < 0 && errno == EBADF) {

@@ -1,9 +1,7 @@
 #pragma once
 
-/// Sets the process up for a job: files that it makes are the user's alone; a closed pipe or a size
-/// limit shows as an error of the write and does not end the program; descriptors 0 to 2 are open, so
-/// that no file of the job takes their place, and writing to a standard output that was closed fails.
-/// Called first in main.
+/// prepareJobProcess, and descriptors 0 to 2 are open, so that no file of the job takes their place, and
+/// writing to a standard output that was closed fails. Called first in main.
 void prepareProcess();
 
 /// The console front: reads the command line, runs what it asks for and blocks until that has ended. What was

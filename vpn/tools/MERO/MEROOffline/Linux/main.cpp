@@ -1,4 +1,5 @@
 #include "Common/Utility/log/Log.h"
+#include "Common/Utility/process/JobProcess.h"
 #include "Common/Utility/process/StopRequest.h"
 #include "tools/MERO/MEROOffline/Common/StopGuard.h"
 #include "tools/MERO/MEROOffline/Common/StopSignals.h"
@@ -7,13 +8,11 @@
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <gtk/gtk.h>
 #include <memory>
-#include <sys/stat.h>
 
 namespace {
 
@@ -34,14 +33,6 @@ void giveGdkLockBack() {
     gdk_threads_leave();
 }
 G_GNUC_END_IGNORE_DEPRECATIONS
-
-/// What the job writes is for the user alone, and a full disk, a size limit or a tool that stops reading
-/// shows as an error of the call and not as the program's end.
-void prepareProcess() {
-    ::umask(077);
-    std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGPIPE, SIG_IGN);
-}
 
 /// Leaves the main loop for a signal. A dialog that waits for an answer has a loop of its own, and would keep
 /// that of the window waiting. On the GTK main thread; `data` is not used.
@@ -90,7 +81,7 @@ void runWizard(int* argc, char*** argv) {
 
 /// Always 0: how a job ended is told by the result page and the log.
 int main(int argc, char* argv[]) {
-    prepareProcess();
+    prepareJobProcess();
     stopOnSignals();
     try {
         runWizard(&argc, &argv);

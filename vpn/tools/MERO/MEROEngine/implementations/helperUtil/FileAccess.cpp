@@ -1,5 +1,6 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
+#include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/process/StopRequest.h"
 
 #include <algorithm>
@@ -43,7 +44,7 @@ CopyOutcome copyBytes(int input, int output, uint64_t limit) {
         if (got == 0) {
             break;
         }
-        outcome.error = writeBytes(output, block.data(), static_cast<size_t>(got));
+        outcome.error = writeWhole(output, block.data(), static_cast<size_t>(got));
         if (outcome.error != 0) {
             outcome.failedCall = "write";
             break;
@@ -51,21 +52,6 @@ CopyOutcome copyBytes(int input, int output, uint64_t limit) {
         outcome.bytes += static_cast<uint64_t>(got);
     }
     return outcome;
-}
-
-int writeBytes(int output, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t put = ::write(output, data, size);
-        if (put < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return errno;
-        }
-        data += put;
-        size -= static_cast<size_t>(put);
-    }
-    return 0;
 }
 
 int closeWritten(FileDescriptor& file) {

@@ -26,8 +26,6 @@ struct CopyOutcome {
 
 /// Copies from the current place of `input` to its end, or `limit` bytes, in blocks of 4096 bytes.
 [[nodiscard]] CopyOutcome copyBytes(int input, int output, uint64_t limit = UINT64_MAX);
-/// Writes all of the bytes. @return 0 or an errno.
-[[nodiscard]] int writeBytes(int output, const char* data, size_t size);
 /// Closes a written file. Some file systems tell only here that the disk is full.
 /// @return 0 or an errno.
 [[nodiscard]] int closeWritten(FileDescriptor& file);

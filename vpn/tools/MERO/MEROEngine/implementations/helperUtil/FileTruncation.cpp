@@ -1,4 +1,5 @@
 #include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
@@ -24,7 +25,7 @@ using KeepFunction = CopyOutcome (*)(int32_t keepBytes, int input, int output);
 
 CopyOutcome writeEndByte(int output, CopyOutcome outcome) {
     if (outcome.failedCall == nullptr) {
-        outcome.error = writeBytes(output, &kEndByte, 1);
+        outcome.error = writeWhole(output, &kEndByte, 1);
         outcome.failedCall = outcome.error == 0 ? nullptr : "write";
     }
     return outcome;

@@ -1,31 +1,26 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 
 #include "Common/Utility/files/ReplacementFile.h"
+#include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/memory/Handles.h"
-#include "Common/Utility/process/ChildSetup.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerChild.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CopyBounds.h"
 
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <fcntl.h>
 #include <optional>
 #include <string_view>
-#include <sys/prctl.h>
-#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
 
-// What runs in the child, up to its _exit, is on the list of async-signal-safe functions or a plain system
-// call, and takes no memory. Its descriptors are no handles: its end closes them.
+// What runs in the child is on the list of async-signal-safe functions or a plain system call, and takes no
+// memory. Its descriptors are no handles: its end closes them.
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-/// For a child to be gone after it was killed, and for the one that clears away what a killed one left.
-constexpr std::chrono::seconds kClearAwayLimit(5);
 constexpr std::size_t kCopyBytes = std::size_t{64} * 1024;
 constexpr int kFirstOwnDescriptor = STDERR_FILENO + 1;
 
@@ -45,9 +40,6 @@ struct Publication {
 /// other word of a process of the user's.
 enum class Call : unsigned {
     None,
-    PrepareChild,
-    BecomeUser,
-    SetDumpable,
     OpenFolder,
     CreateTemporary,
     ReadArchive,
@@ -60,24 +52,15 @@ enum class Call : unsigned {
     CheckTarget,
     CheckSpace,
     CheckSize,
-    CheckPath,
-    DrawName,
-    DuplicateArchive,
-    MakePipe,
-    Fork,
-    WaitForChild,
-    ReadReport,
     Count
 };
 
 /// In the order of Call.
 constexpr std::array<const char*, static_cast<std::size_t>(Call::Count)> kCallNames{
-    "",         "prepareChild", "becomeUser", "prctl",  "open",          "openat",
-    "pread",    "write",        "fchmod",     "fsync",  "linkat",        "renameat",
-    "unlinkat", "fstatat",      "fstatvfs",   "fstat",  "publishBundle", "random_device",
-    "fcntl",    "pipe2",        "fork",       "waitid", "read"};
+    "",       "open",     "openat",   "pread",   "write",    "fchmod", "fsync",
+    "linkat", "renameat", "unlinkat", "fstatat", "fstatvfs", "fstat"};
 
-/// What went wrong, which a child writes to its standard output. Call::None is success.
+/// What went wrong, which the child tells. Call::None is success.
 struct Failure {
     Call call;
     int error;
@@ -89,48 +72,6 @@ constexpr Failure kNoFailure{.call = Call::None, .error = 0};
 
 Failure failed(Call call) noexcept {
     return {.call = call, .error = errno};
-}
-
-/// The descriptors of the helper are not for a process of the user's, though nothing is executed in it.
-void closeAllButStandardAnd(int kept) noexcept {
-    if (kept > kFirstOwnDescriptor) {
-        static_cast<void>(::close_range(kFirstOwnDescriptor, static_cast<unsigned>(kept) - 1, 0));
-    }
-    static_cast<void>(::close_range(static_cast<unsigned>(kept) + 1, ~0U, 0));
-}
-
-/// The limit of a file's size is then told by the failed write, which leaves time to clear away.
-void ignoreSizeSignal() noexcept {
-    struct sigaction ignored {};
-    ignored.sa_handler = SIG_IGN;
-    static_cast<void>(::sigaction(SIGXFSZ, &ignored, nullptr));
-}
-
-Failure becomeCaller(const Publication& publication, int report, pid_t parent) noexcept {
-    if (!prepareChild({.output = report, .discardOutput = true}, parent)) {
-        return failed(Call::PrepareChild);
-    }
-    closeAllButStandardAnd(publication.archive);
-    ignoreSizeSignal();
-    if (!becomeUser(publication.caller)) {
-        return failed(Call::BecomeUser);
-    }
-    // The memory holds what the helper knew, which no debugger of the user's is to read.
-    return ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 ? kNoFailure : failed(Call::SetDumpable);
-}
-
-Failure writeAll(int file, const char* bytes, std::size_t size) noexcept {
-    while (size > 0) {
-        const ssize_t written = ::write(file, bytes, size);
-        if (written < 0 && errno != EINTR) {
-            return failed(Call::WriteBytes);
-        }
-        if (written > 0) {
-            bytes += written;
-            size -= static_cast<std::size_t>(written);
-        }
-    }
-    return kNoFailure;
 }
 
 Failure failed(CopyBounds::Breach breach) noexcept {
@@ -159,9 +100,9 @@ Failure copyBytes(int from, int to, CopyBounds* bounds) noexcept {
             return failed(Call::ReadArchive);
         }
         if (count > 0) {
-            const Failure failure = writeAll(to, bytes.data(), static_cast<std::size_t>(count));
-            if (failure.happened()) {
-                return failure;
+            const int error = writeWhole(to, bytes.data(), static_cast<std::size_t>(count));
+            if (error != 0) {
+                return {.call = Call::WriteBytes, .error = error};
             }
             offset += count;
             breach = bounds == nullptr ? kNoFailure : failed(bounds->add(static_cast<uint64_t>(count)));
@@ -214,97 +155,68 @@ Failure clearAwayAsCaller(const Publication& publication) noexcept {
                : failed(Call::Unlink);
 }
 
-using Work = Failure (*)(const Publication&) noexcept;
+using Deed = Failure (*)(const Publication&) noexcept;
 
-[[noreturn]] void runChild(const Publication& publication, Work work, int report, pid_t parent) noexcept {
-    Failure failure = becomeCaller(publication, report, parent);
-    if (!failure.happened()) {
-        failure = work(publication);
-    }
-    if (!failure.happened()) {
-        ::_exit(0);
-    }
-    const bool told =
-        ::write(STDOUT_FILENO, &failure, sizeof failure) == static_cast<ssize_t>(sizeof failure);
-    ::_exit(told ? 1 : 2);
-}
+/// Does it and tells how it went.
+class PublishWork final : public CallerWork {
+public:
+    PublishWork(const Publication& publication, Deed deed)
+        : CallerWork(publication.archive), m_publication(publication), m_deed(deed) {}
 
-struct ReportPipe {
-    FileDescriptor reader;
-    FileDescriptor writer;
+    void run() const noexcept override {
+        const Failure failure = m_deed(m_publication);
+        // Without a word the deed counts as failed.
+        static_cast<void>(writeWhole(STDOUT_FILENO, &failure, sizeof failure));
+    }
+
+private:
+    const Publication& m_publication;
+    Deed m_deed;
 };
 
-std::optional<ReportPipe> makeReportPipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
-        return std::nullopt;
-    }
-    return ReportPipe{.reader = FileDescriptor(ends[0]), .writer = FileDescriptor(ends[1])};
-}
-
-/// How the child ended. `killed` says that its end has left no time to clear away.
+/// What the log says, and whether the child has had no time to clear away.
 struct Outcome {
-    Failure failure;
-    bool killed;
+    const char* call;
+    int error;
+    bool silent = false;
+    Publishing result = Publishing::Failed;
 };
 
-Outcome killLateChild(pid_t child) {
-    static_cast<void>(::kill(child, SIGKILL)); // not reaped yet, so the number is still its own
-    int status = 0;
-    if (endsWithin(child, kClearAwayLimit)) {
-        static_cast<void>(reapChild(child, status, 0));
-    }
-    return {.failure = {.call = Call::WaitForChild, .error = ETIMEDOUT}, .killed = true};
+/// A child that gave no answer: at the limit, or as it was killed.
+Outcome silenceOf(int error) {
+    return {.call = "waitid", .error = error == EPIPE ? EINTR : error, .silent = true};
 }
 
-Failure readReport(int reader) {
-    Failure failure{};
-    const bool whole = ::read(reader, &failure, sizeof failure) == static_cast<ssize_t>(sizeof failure);
-    const bool known = failure.happened() && failure.call < Call::Count;
-    return whole && known ? failure : Failure{.call = Call::ReadReport, .error = EIO};
+Outcome outcomeOf(const Failure& failure) {
+    if (failure.call >= Call::Count) {
+        return {.call = "read", .error = EIO};
+    }
+    const Publishing result = failure.call == Call::None         ? Publishing::Done
+                              : failure.call == Call::CheckSpace ? Publishing::WithoutSpace
+                              : failure.call == Call::CheckSize  ? Publishing::TooLarge
+                                                                 : Publishing::Failed;
+    return {
+        .call = kCallNames[static_cast<std::size_t>(failure.call)], .error = failure.error, .result = result};
 }
 
-Outcome awaitChild(pid_t child, int reader, Clock::duration limit) {
-    if (!endsWithin(child, limit)) {
-        return killLateChild(child);
+/// @param endLimitMs  for the child to be gone after it was killed.
+Outcome runAsCaller(const Publication& publication, Deed deed, int limitMs, int endLimitMs) {
+    const auto deadline = CallerChild::Clock::now() + std::chrono::milliseconds(limitMs);
+    const PublishWork work(publication, deed);
+    CallerChild child(std::nullopt, std::chrono::milliseconds(endLimitMs));
+    if (const auto failed = child.start(publication.caller, work, deadline); failed) {
+        return failed->call == nullptr ? silenceOf(failed->error)
+                                       : Outcome{.call = failed->call, .error = failed->error};
     }
-    int status = 0;
-    if (reapChild(child, status, 0) != child) {
-        return {.failure = failed(Call::WaitForChild), .killed = true};
-    }
-    if (WIFSIGNALED(status)) {
-        return {.failure = {.call = Call::WaitForChild, .error = EINTR}, .killed = true};
-    }
-    return {.failure = WEXITSTATUS(status) == 0 ? kNoFailure : readReport(reader), .killed = false};
+    Failure told = kNoFailure;
+    const int error = child.receive(&told, sizeof told, deadline);
+    return error == 0 ? outcomeOf(told) : silenceOf(error);
 }
 
-Outcome runAsCaller(const Publication& publication, Work work, Clock::duration limit) {
-    const std::optional<ReportPipe> report = makeReportPipe();
-    if (!report) {
-        return {.failure = failed(Call::MakePipe), .killed = false};
-    }
-    const pid_t parent = ::getpid();
-    const pid_t child = forkChild();
-    if (child < 0) {
-        return {.failure = failed(Call::Fork), .killed = false};
-    }
-    if (child == 0) {
-        runChild(publication, work, report->writer.get(), parent);
-    }
-    return awaitChild(child, report->reader.get(), limit);
-}
-
-Publishing logWriteFailure(const UserIdentity& caller, const Failure& failure) {
-    ZRN_LOG_CODE_TEXT('E', kCallNames[static_cast<std::size_t>(failure.call)], failure.error,
-                      "The bundle was not written for user %u.", static_cast<unsigned>(caller.user));
-    switch (failure.call) {
-    case Call::CheckSpace:
-        return Publishing::WithoutSpace;
-    case Call::CheckSize:
-        return Publishing::TooLarge;
-    default:
-        return Publishing::Failed;
-    }
+Publishing logWriteFailure(const UserIdentity& caller, const Outcome& outcome) {
+    ZRN_LOG_CODE_TEXT('E', outcome.call, outcome.error, "The bundle was not written for user %u.",
+                      static_cast<unsigned>(caller.user));
+    return outcome.result;
 }
 
 /// A name that a string of C would cut short would lead elsewhere.
@@ -320,15 +232,15 @@ Publishing publishBundle(const UserIdentity& caller, int archive, const std::str
     const std::size_t nameStart = targetPath.rfind('/') + 1; // 0 if there is none
     const std::string_view name = std::string_view(targetPath).substr(nameStart);
     if (!isTargetPath(targetPath, name)) {
-        return logWriteFailure(caller, {.call = Call::CheckPath, .error = EINVAL});
+        return logWriteFailure(caller, {.call = "publishBundle", .error = EINVAL});
     }
     std::string temporaryName = settings.temporaryName.empty() ? drawHiddenName() : settings.temporaryName;
     if (temporaryName.empty()) {
-        return logWriteFailure(caller, failed(Call::DrawName));
+        return logWriteFailure(caller, {.call = "random_device", .error = errno});
     }
     const FileDescriptor source(::fcntl(archive, F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
     if (!source) {
-        return logWriteFailure(caller, failed(Call::DuplicateArchive));
+        return logWriteFailure(caller, {.call = "fcntl", .error = errno});
     }
     ReplacementFile file(targetPath, temporaryName);
     const Publication publication{.caller = caller,
@@ -339,10 +251,11 @@ Publishing publishBundle(const UserIdentity& caller, int archive, const std::str
                                   .space = settings.space,
                                   .file = file};
     const Outcome outcome =
-        runAsCaller(publication, publishAsCaller, std::chrono::milliseconds(settings.limitMs));
-    if (outcome.killed) {
+        runAsCaller(publication, publishAsCaller, settings.limitMs, settings.clearAwayLimitMs);
+    if (outcome.silent) {
         // Fails without a word where nothing was left, or where the folder is out of reach by now.
-        static_cast<void>(runAsCaller(publication, clearAwayAsCaller, kClearAwayLimit));
+        static_cast<void>(runAsCaller(publication, clearAwayAsCaller, settings.clearAwayLimitMs,
+                                      settings.clearAwayLimitMs));
     }
-    return outcome.failure.happened() ? logWriteFailure(caller, outcome.failure) : Publishing::Done;
+    return outcome.result == Publishing::Done ? Publishing::Done : logWriteFailure(caller, outcome);
 }

@@ -10,6 +10,8 @@
 struct PublishSettings {
     /// The user's folder may be on a file system that answers late or never.
     int limitMs = 10 * 60 * 1000;
+    /// For a child to be gone after it was killed, and for the one that clears away what a killed one left.
+    int clearAwayLimitMs = 5000;
     /// Name of the file beside the target that the bytes are written to first; empty draws one at random.
     std::string temporaryName;
     /// What the copy may take; not looked at without.
@@ -32,7 +34,7 @@ enum class Publishing {
 /// place of a file or a link of that name in one step; a folder of that name is left alone. A copy that fails
 /// leaves no file behind, as far as the user's rights reach.
 /// Any thread; waits for the child, which it has reaped when it returns, unless the file system of the target
-/// holds on to it even after it was killed.
+/// holds on to it even after it was killed: then it is reaped when it ends. The child ends with that thread.
 /// @param archive     readable descriptor of the archive; the caller's. It is read from its start, and where
 /// it stands plays no part.
 /// @param targetPath  absolute path.

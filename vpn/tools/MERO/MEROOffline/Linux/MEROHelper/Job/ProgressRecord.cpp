@@ -1,14 +1,13 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
 
+#include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <cstring>
-#include <unistd.h>
 
 namespace {
 
@@ -39,14 +38,11 @@ bool writeProgress(int descriptor, const ProgressRecord& record) {
     std::memcpy(bytes.data(), &head, sizeof head);
     std::ranges::copy(text, bytes.data() + sizeof head);
     const std::size_t size = sizeof head + text.size();
-    ssize_t written = 0;
-    do {
-        written = ::write(descriptor, bytes.data(), size);
-    } while (written < 0 && errno == EINTR);
-    if (written < 0) {
-        ZRN_LOG_ERRNO('W', "write");
+    const int error = writeWhole(descriptor, bytes.data(), size);
+    if (error != 0) {
+        ZRN_LOG_CODE('W', "write", error);
     }
-    return written == static_cast<ssize_t>(size);
+    return error == 0;
 }
 
 void ProgressReader::append(std::string_view bytes) {

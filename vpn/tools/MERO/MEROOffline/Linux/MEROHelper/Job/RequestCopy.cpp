@@ -1,9 +1,10 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/RequestCopy.h"
 
 #include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/memory/Handles.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerChild.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
@@ -150,9 +151,9 @@ Report receiveRequest(const UserIdentity& caller, const std::string& path, Buffe
     }
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kRequestTimeoutMs);
     const Reading reading(path, caller.user, buffer);
-    CallerProcess reader(*std::move(place));
-    if (const int error = reader.start(caller, reading, deadline); error != 0) {
-        return failure(Step::Start, error);
+    CallerChild reader(std::move(place));
+    if (const auto failed = reader.start(caller, reading, deadline); failed) {
+        return failure(Step::Start, failed->error);
     }
     Report report;
     if (const int error = reader.receive(&report, sizeof report, deadline); error != 0) {

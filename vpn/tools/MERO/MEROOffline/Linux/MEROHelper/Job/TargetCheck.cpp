@@ -1,8 +1,9 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TargetCheck.h"
 
 #include "Common/Utility/files/ReplacementFile.h"
+#include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerProcess.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerChild.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
@@ -42,11 +43,11 @@ TargetState checkTarget(const UserIdentity& caller, const std::string& path) {
     if (!place) {
         return unseen(EUSERS);
     }
-    const auto deadline = CallerProcess::Clock::now() + std::chrono::milliseconds(kTargetTimeoutMs);
+    const auto deadline = CallerChild::Clock::now() + std::chrono::milliseconds(kTargetTimeoutMs);
     const Look look(path);
-    CallerProcess process(*std::move(place));
-    if (const int error = process.start(caller, look, deadline); error != 0) {
-        return unseen(error);
+    CallerChild process(std::move(place));
+    if (const auto failed = process.start(caller, look, deadline); failed) {
+        return unseen(failed->error);
     }
     int refusal = 0;
     if (const int error = process.receive(&refusal, sizeof refusal, deadline); error != 0) {

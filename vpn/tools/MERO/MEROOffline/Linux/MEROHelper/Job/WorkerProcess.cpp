@@ -2,10 +2,10 @@
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/ChildSetup.h"
+#include "Common/Utility/process/OutputPipe.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -50,13 +50,12 @@ bool copyUp(int descriptor, FileDescriptor& copyOut) {
 
 /// @return nothing, logged, if there is no pipe to be had.
 std::optional<PipeEnds> makePipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        fails("pipe2", errno);
+    FileDescriptor reader;
+    FileDescriptor writer;
+    if (const int error = openPipe(reader, writer); error != 0) {
+        fails("pipe2", error);
         return std::nullopt;
     }
-    const FileDescriptor reader(ends[0]);
-    const FileDescriptor writer(ends[1]);
     PipeEnds moved;
     if (!copyUp(reader.get(), moved.reader) || !copyUp(writer.get(), moved.writer)) {
         return std::nullopt;

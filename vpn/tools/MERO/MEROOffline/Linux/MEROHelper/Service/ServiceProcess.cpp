@@ -4,18 +4,17 @@
 #include "Common/Utility/files/RegularFile.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/Descendants.h"
+#include "Common/Utility/process/JobProcess.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/PrivateFolders.h"
 
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <fcntl.h>
 #include <malloc.h>
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -70,9 +69,7 @@ bool prepareServiceProcess() {
         ZRN_LOG('E', "The helper is root's program");
         return false;
     }
-    ::umask(077);
-    // A worker that has gone shows as an error of the call.
-    std::signal(SIGPIPE, SIG_IGN);
+    prepareJobProcess();
     // It fails for a wrong number only.
     static_cast<void>(::mallopt(M_MMAP_THRESHOLD, kOwnMappingBytes));
     return forbidDumps() && adoptDescendants();

@@ -4,7 +4,8 @@
 
 /// What the service's process is before it serves anybody. The worker's surroundings are its own affair.
 
-/// umask 077, no core dumps, nobody looks into this process's memory, and what jobs leave behind falls to it.
+/// prepareJobProcess, no core dumps, nobody looks into this process's memory, and what jobs leave behind
+/// falls to it.
 /// @return false, logged, if any of that can't be had or this process isn't root's.
 [[nodiscard]] bool prepareServiceProcess();
 

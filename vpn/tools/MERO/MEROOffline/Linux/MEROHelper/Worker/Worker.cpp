@@ -2,6 +2,7 @@
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/process/JobProcess.h"
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
@@ -16,7 +17,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/WorkerCage.h"
 
 #include <cerrno>
-#include <csignal>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -30,14 +30,6 @@ constexpr const char* kWorkingParent = "/tmp";
 constexpr const char* kHomeStandIn = "/home";
 /// The wizard asks for each item once; an id may stand in the groups of several configuration files.
 constexpr RequestLimits kRequestLimits{.mostEntries = 20'000, .mostOfOneId = 64};
-
-/// What the job writes is root's alone, and a full disk, a size limit, a tool that stops reading or a service
-/// that has gone shows as an error of the call and not as the process's end.
-void prepareProcess() {
-    ::umask(077);
-    std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGPIPE, SIG_IGN);
-}
 
 bool enterFolder(const std::string& folder) {
     if (::chdir(folder.c_str()) == 0) {
@@ -117,7 +109,7 @@ ProgressRecord runOrderGuarded(int orderPipe) {
 } // namespace
 
 int runWorker(int order, int progress) {
-    prepareProcess();
+    prepareJobProcess();
     const FileDescriptor orderPipe(order);
     const FileDescriptor progressPipe(progress);
     try {
