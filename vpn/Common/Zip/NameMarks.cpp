@@ -2,14 +2,12 @@
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Zip/ZipFileAccess.h"
-#include "Common/Zip/ZipHandles.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -131,16 +129,9 @@ bool isAsciiName(std::string_view name) {
 }
 
 bool unmarkForeignNames(int file) {
-    struct stat status {};
-    if (::fstat(file, &status) != 0) {
-        ZRN_LOG_ERRNO('E', "fstat");
-        return false;
-    }
-    ZipInput input(file, static_cast<uint64_t>(status.st_size));
-    zlib_filefunc64_def functions = input.functions();
-    const UnzipFileHandle archive(unzOpen2_64("", &functions));
+    ZipInput input(file);
+    const UnzipFileHandle archive = input.open(__func__);
     if (!archive) {
-        ZRN_LOG('E', "The archive that was written can't be opened.");
         return false;
     }
     const std::vector<off_t> places = wronglyMarked(archive.get());

@@ -2,12 +2,10 @@
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Zip/ZipFileAccess.h"
-#include "Common/Zip/ZipHandles.h"
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cinttypes>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -19,29 +17,21 @@ constexpr std::array<unsigned char, 22> kEmptyArchive{'P', 'K', 5, 6};
 /// no further one.
 constexpr uint64_t kUncounted = 0xFFFF;
 
-bool isEmptyArchive(int file, off_t sizeBytes) {
-    std::array<unsigned char, kEmptyArchive.size()> content{};
-    return sizeBytes == static_cast<off_t>(content.size()) &&
-           ::pread(file, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()) &&
-           content == kEmptyArchive;
+bool isEmptyArchive(int file) {
+    std::array<unsigned char, kEmptyArchive.size() + 1> content{}; // one more, which shows that there is more
+    return ::pread(file, content.data(), content.size(), 0) == static_cast<ssize_t>(kEmptyArchive.size()) &&
+           std::equal(kEmptyArchive.begin(), kEmptyArchive.end(), content.begin());
 }
 
 } // namespace
 
 bool isDirectoryWhole(int file, uint64_t countExpected) {
-    struct stat status {};
-    if (::fstat(file, &status) != 0) {
-        ZRN_LOG_ERRNO('E', "fstat");
-        return false;
-    }
-    if (countExpected == 0 && isEmptyArchive(file, status.st_size)) {
+    if (countExpected == 0 && isEmptyArchive(file)) {
         return true;
     }
-    ZipInput input(file, static_cast<uint64_t>(status.st_size));
-    zlib_filefunc64_def functions = input.functions();
-    const UnzipFileHandle archive(unzOpen2_64("", &functions));
+    ZipInput input(file);
+    const UnzipFileHandle archive = input.open(__func__);
     if (!archive) {
-        ZRN_LOG('E', "The archive that was written can't be opened.");
         return false;
     }
     uint64_t count = 0;

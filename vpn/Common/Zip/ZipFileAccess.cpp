@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -113,8 +114,19 @@ bool ZipOutput::flush() {
     return !m_hasFailed;
 }
 
-zlib_filefunc64_def ZipInput::functions() {
-    return {openNothing, read, writeNothing, tell, seek, closeNothing, error, this};
+UnzipFileHandle ZipInput::open(const char* function) {
+    struct stat status {};
+    if (::fstat(m_file, &status) != 0) {
+        ZRN_LOG_CODE_FOR(function, 'E', "fstat", errno, nullptr);
+        return nullptr;
+    }
+    m_sizeBytes = static_cast<uint64_t>(status.st_size);
+    zlib_filefunc64_def functions{openNothing, read, writeNothing, tell, seek, closeNothing, error, this};
+    UnzipFileHandle archive(unzOpen2_64("", &functions));
+    if (!archive) {
+        ZRN_LOG_FOR(function, 'E', "The archive that was written can't be opened.");
+    }
+    return archive;
 }
 
 uLong ZipInput::read(voidpf self, voidpf /*stream*/, void* bytes, uLong size) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Common/Zip/ZipHandles.h"
+
 #include <array>
 #include <cstdint>
 #include <minizip/ioapi.h>
@@ -40,12 +42,13 @@ private:
 /// An archive that is being read.
 class ZipInput {
 public:
-    /// @param file       open for reading; must stay open as long as the archive is.
-    /// @param sizeBytes  of the file.
-    ZipInput(int file, uint64_t sizeBytes) : m_file(file), m_sizeBytes(sizeBytes) {}
+    /// @param file  open for reading; must stay open as long as the archive is.
+    explicit ZipInput(int file) : m_file(file) {}
 
-    /// For unzOpen2_64; refers to this object, which must not move.
-    [[nodiscard]] zlib_filefunc64_def functions();
+    /// Opens the archive, which refers to this object: it must not move.
+    /// @param function  in whose name a failure is logged.
+    /// @return null, logged, if the file can't be looked at or is no archive.
+    [[nodiscard]] UnzipFileHandle open(const char* function);
 
 private:
     static uLong read(voidpf self, voidpf stream, void* bytes, uLong size);
@@ -56,7 +59,7 @@ private:
     [[nodiscard]] bool fill();
 
     int m_file;
-    uint64_t m_sizeBytes;
+    uint64_t m_sizeBytes = 0;
     uint64_t m_position = 0;
     uint64_t m_bufferPosition = 0;
     size_t m_bufferedBytes = 0;
