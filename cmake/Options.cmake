@@ -18,8 +18,12 @@ target_compile_options(mero_options INTERFACE
 add_library(mero_test_options INTERFACE)
 target_link_libraries(mero_test_options INTERFACE mero_options)
 target_include_directories(mero_test_options INTERFACE "${CMAKE_SOURCE_DIR}")
-# All of them take the same precompiled header, and those that use GTK are compiled so.
-target_compile_options(mero_test_options INTERFACE -pthread)
+# All of them take the same precompiled header, and those that use GTK are compiled so. What is compiled with it can be kept
+# and taken again if the compiler's first pass leaves the header's name in, or no time of the header's making.
+target_compile_options(mero_test_options INTERFACE
+    -pthread
+    $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>
+    "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
 target_compile_options(mero_test_options INTERFACE
     $<$<CONFIG:RelWithDebInfo>:-O0> $<$<CONFIG:RelWithDebInfo>:-g0> $<$<CONFIG:RelWithDebInfo>:-U_FORTIFY_SOURCE>)
 if(NOT MERO_SANITIZE STREQUAL "")
