@@ -36,7 +36,7 @@ std::string shownText(const std::string& name) {
 
 CMEROGtkFileSelDlg::CMEROGtkFileSelDlg(std::shared_ptr<WindowRelay> window)
     : m_pMainWindow(std::move(window)) {
-    setLabelText("labelCustomHeader", translateText(UserText::SelectFiles));
+    showText("labelCustomHeader", UserText::SelectFiles);
     m_pParser = std::make_shared<ParseConfigXML>(m_pMainWindow.get());
     m_pTreeView = shareRef(gtk_tree_view_new());
     if (m_pTreeView == nullptr) {

@@ -11,10 +11,12 @@
 #include "tools/MERO/MEROOffline/Common/GenerateReqXML.h"
 #include "tools/MERO/MEROOffline/Common/MEROOffline.h"
 #include "tools/MERO/MEROOffline/Linux/DBusClient.h"
+#include "tools/MERO/MEROOffline/Linux/EncryptionPage.h"
 #include "tools/MERO/MEROOffline/Linux/HelperStart.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkFileSelDlg.h"
 #include "tools/MERO/MEROOffline/Linux/PressFilter.h"
 #include "tools/MERO/MEROOffline/Linux/SpokenProgress.h"
+#include "tools/MERO/MEROOffline/Linux/TargetPage.h"
 #include "tools/MERO/MEROOffline/Linux/WindowRelay.h"
 
 #include <cstdint>
@@ -89,7 +91,6 @@ private:
     void loadLocalPolicy();
 
     void setUpTexts();
-    void setUpEncryptionPage();
     void setUpWidgets();
     void connectSignals();
     void setUpPage(WizardPage page);
@@ -100,9 +101,6 @@ private:
     void goBack();
     void leaveBundleTypePage();
     void leaveEncryptionPage();
-    void browse();
-    /// Takes the chosen file over and shows its name.
-    void setTarget(const std::string& path);
     void showMessageDialog(GtkMessageType type, const std::string& title, const char* text);
     /// What the window shows has changed: presses meant for what it showed before are not for this.
     void guardPresses();
@@ -121,10 +119,6 @@ private:
     // Signal handlers. `window` is the CMEROGtkMainWindow, which disconnects them before it goes away.
     static void onNextClicked(GtkButton* button, gpointer window);
     static void onBackClicked(GtkButton* button, gpointer window);
-    static void onBrowseClicked(GtkButton* button, gpointer window);
-    static void onEncryptionToggled(GtkToggleButton* button, gpointer window);
-    static void onMaskPasswordToggled(GtkToggleButton* button, gpointer window);
-    static gboolean onPasswordKeyPress(GtkWidget* widget, GdkEvent* event, gpointer window);
     /// A key of the window that nothing in it has a use for.
     static gboolean onUnhandledKeyPress(GtkWidget* widget, GdkEvent* event, gpointer data);
     static void onDialogClosed(GtkWidget* dialog, gpointer window);
@@ -158,6 +152,8 @@ private:
     WipedString m_password;
     std::string m_comments;
     std::string m_bundlePath;
+    EncryptionPage m_encryptionPage;
+    TargetPage m_targetPage{&m_bundlePath};
     /// Shared with its run. The request file lives as long as this.
     std::shared_ptr<GenerateReqXML> m_pReqGenerator;
     std::unique_ptr<Thread> m_pReqThread;

@@ -2,11 +2,11 @@
 #include "tools/MERO/MEROOffline/Linux/Accessibility.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
-#include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 #include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -23,24 +23,6 @@ constexpr uint32_t number(WizardPage page) {
 
 CMEROGtkMainWindow& windowOf(gpointer window) {
     return *static_cast<CMEROGtkMainWindow*>(window);
-}
-
-bool isActive(GtkWidget* toggle) {
-    return gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(toggle)) != FALSE;
-}
-
-WipedString entryText(const char* id) {
-    GtkWidget* entry = LookUpWidget(id, GTK_TYPE_ENTRY);
-    return entry == nullptr ? WipedString() : WipedString(gtk_entry_get_text(GTK_ENTRY(entry)));
-}
-
-void showMismatch(bool shown) {
-    // A screen reader says it each time that it appears: also to who presses Next again.
-    setVisible("labelPasswordNotMatch", false);
-    setVisible("labelPasswordNotMatch", shown);
-    for (const char* entry : {"entryPassword", "entryConfirmPassword"}) {
-        setDescribed(entry, "labelPasswordNotMatch", shown);
-    }
 }
 
 } // namespace
@@ -103,8 +85,7 @@ void CMEROGtkMainWindow::setUpPage(WizardPage page) {
         setSensitive("buttonCancel", false);
         setSpinning("spinnerProgress", false);
         setSensitive("buttonNext", true);
-        setLabelText("labelButtonNext", translateText(UserText::ButtonFinish));
-        setMnemonic("buttonNext", translateText(mnemonicText(UserText::ButtonFinish)));
+        showButton("buttonNext", "labelButtonNext", UserText::ButtonFinish);
         break;
     case WizardPage::FileSelection:
         static_cast<void>(fileSelection());
@@ -172,33 +153,18 @@ void CMEROGtkMainWindow::goBack() {
 }
 
 void CMEROGtkMainWindow::leaveBundleTypePage() {
-    GtkWidget* typical = LookUpWidget("radiobuttonBundleTypical", GTK_TYPE_TOGGLE_BUTTON);
-    if (typical == nullptr) {
-        return;
+    if (const std::optional<bool> typical = isActive("radiobuttonBundleTypical")) {
+        m_typicalBundle = *typical;
+        changePage(number(m_typicalBundle ? WizardPage::Encryption : WizardPage::FileSelection));
     }
-    m_typicalBundle = isActive(typical);
-    changePage(number(m_typicalBundle ? WizardPage::Encryption : WizardPage::FileSelection));
 }
 
-// Two empty passwords are equal: the bundle is then made without encryption, and nothing asks for a password.
 void CMEROGtkMainWindow::leaveEncryptionPage() {
-    GtkWidget* encrypt = LookUpWidget("checkbuttonEncryption", GTK_TYPE_TOGGLE_BUTTON);
-    if (encrypt == nullptr || !isActive(encrypt)) {
-        m_password.clear();
-    } else {
-        const WipedString password = entryText("entryPassword");
-        const WipedString confirmation = entryText("entryConfirmPassword");
-        GtkWidget* mask = LookUpWidget("checkbuttonMaskPassword", GTK_TYPE_TOGGLE_BUTTON);
-        // Who can read what is typed need not confirm it.
-        const bool readable = mask != nullptr && !isActive(mask);
-        if (password.view() != confirmation.view() && !readable) {
-            showMismatch(true);
-            return;
-        }
-        m_password = password;
+    if (std::optional<WipedString> password = EncryptionPage::acceptedPassword()) {
+        m_password = std::move(*password);
+        changePage(number(WizardPage::Progress));
+        startBundleJob();
     }
-    changePage(number(WizardPage::Progress));
-    startBundleJob();
 }
 
 void CMEROGtkMainWindow::onNextClicked(GtkButton* /*button*/, gpointer window) {
@@ -209,38 +175,27 @@ void CMEROGtkMainWindow::onBackClicked(GtkButton* /*button*/, gpointer window) {
     runHandler(__func__, [&] { windowOf(window).goBack(); });
 }
 
-void CMEROGtkMainWindow::onEncryptionToggled(GtkToggleButton* button, gpointer /*window*/) {
-    const bool active = gtk_toggle_button_get_active(button) != FALSE;
-    setSensitive("checkbuttonMaskPassword", active);
-    setSensitive("entryPassword", active);
-    setSensitive("labelPassword", active);
-    // Without the mask button the confirmation counts, so it must be possible to type it.
-    GtkWidget* mask = LookUpWidget("checkbuttonMaskPassword", GTK_TYPE_TOGGLE_BUTTON);
-    const bool confirm = active && (mask == nullptr || isActive(mask));
-    setSensitive("entryConfirmPassword", confirm);
-    setSensitive("labelConfirmPassword", confirm);
-    showMismatch(false);
+bool CMEROGtkMainWindow::validateComments() {
+    const std::optional<std::string> refusal = TargetPage::takeComment(m_comments);
+    if (refusal) {
+        showMessageDialog(GTK_MESSAGE_ERROR, translateText(UserText::TitleError), refusal->c_str());
+    }
+    return !refusal;
 }
 
-void CMEROGtkMainWindow::onMaskPasswordToggled(GtkToggleButton* button, gpointer /*window*/) {
-    const bool active = gtk_toggle_button_get_active(button) != FALSE;
-    setEntryVisibility("entryPassword", !active);
-    setEntryVisibility("entryConfirmPassword", !active);
-    setSensitive("entryConfirmPassword", active);
-    setSensitive("labelConfirmPassword", active);
-    GtkWidget* confirmation = LookUpWidget("entryConfirmPassword", GTK_TYPE_ENTRY);
-    if (!active && confirmation != nullptr) {
-        gtk_entry_set_text(GTK_ENTRY(confirmation), "");
+void CMEROGtkMainWindow::showMessageDialog(GtkMessageType type, const std::string& title, const char* text) {
+    GtkWidget* dialog = gtk_message_dialog_new(GTK_WINDOW(m_pWindow), GTK_DIALOG_DESTROY_WITH_PARENT, type,
+                                               GTK_BUTTONS_OK, "%s", displayText(text).c_str());
+    gtk_window_set_title(GTK_WINDOW(dialog), displayText(title).c_str());
+    gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
+    g_signal_connect_swapped(dialog, "response", G_CALLBACK(gtk_widget_destroy), dialog);
+    g_signal_connect(dialog, "destroy", G_CALLBACK(&onDialogClosed), this);
+    gtk_widget_show(dialog);
+    if (m_pPressFilter != nullptr) {
+        m_pPressFilter->changePage(dialog);
     }
 }
 
-gboolean CMEROGtkMainWindow::onPasswordKeyPress(GtkWidget* /*widget*/, GdkEvent* event, gpointer window) {
-    guint key = 0;
-    // The keypad's Enter is a key of its own and counts as any other.
-    if (gdk_event_get_keyval(event, &key) != FALSE && key == GDK_KEY_Return) {
-        onNextClicked(nullptr, window);
-    } else {
-        showMismatch(false);
-    }
-    return GDK_EVENT_PROPAGATE;
+void CMEROGtkMainWindow::onDialogClosed(GtkWidget* /*dialog*/, gpointer window) {
+    runHandler(__func__, [&] { static_cast<CMEROGtkMainWindow*>(window)->guardPresses(); });
 }

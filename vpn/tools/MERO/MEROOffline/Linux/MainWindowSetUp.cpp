@@ -1,53 +1,9 @@
 #include "BuildVersion.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
-#include "tools/MERO/MEROOffline/Linux/CommentView.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
-#include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
-#include "tools/MERO/MEROOffline/Linux/WindowGrowth.h"
 #include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
-#include <utility>
-
 namespace {
-
-constexpr std::pair<const char*, UserText> kFixedLabels[] = {
-    {"labelButtonBack", UserText::ButtonBack},
-    {"labelButtonNext", UserText::ButtonNext},
-    {"labelButtonCancel", UserText::ButtonCancel},
-    {"labelMEROIntro", UserText::Intro},
-    {"labelWizardPurpose", UserText::WizardPurpose},
-    {"labelSelectBundleType", UserText::SelectBundleType},
-    {"labelTypicalOption", UserText::TypicalOption},
-    {"labelCustomOption", UserText::CustomOption},
-    {"labelPassword", UserText::Password},
-    {"labelConfirmPassword", UserText::ConfirmPassword},
-    {"labelPasswordNotMatch", UserText::PasswordNotMatch},
-    {"labelFileSelect", UserText::SelectFiles},
-    {"labelCustomHeader", UserText::SelectFiles},
-    {"labelSelectFileLocation", UserText::SelectFileLocation},
-    {"labelBrowse", UserText::Browse},
-    {"labelComment", UserText::EnterComments},
-    {"labelProgressMsg", UserText::ProgressPatience},
-};
-
-constexpr std::pair<const char*, UserText> kFixedButtons[] = {
-    {"radiobuttonBundleTypical", UserText::Typical},
-    {"radiobuttonBundleCustom", UserText::Custom},
-    {"checkbuttonEncryption", UserText::EnableEncryption},
-    {"checkbuttonMaskPassword", UserText::MaskPassword},
-};
-
-constexpr std::pair<const char*, UserText> kMnemonics[] = {
-    {"buttonBack", UserText::ButtonBack},
-    {"buttonNext", UserText::ButtonNext},
-    {"buttonCancel", UserText::ButtonCancel},
-    {"radiobuttonBundleTypical", UserText::Typical},
-    {"radiobuttonBundleCustom", UserText::Custom},
-    {"checkbuttonEncryption", UserText::EnableEncryption},
-    {"checkbuttonMaskPassword", UserText::MaskPassword},
-    {"buttonBrowse", UserText::Browse},
-};
 
 void joinBundleTypes() {
     GtkWidget* typical = LookUpWidget("radiobuttonBundleTypical", GTK_TYPE_RADIO_BUTTON);
@@ -59,20 +15,6 @@ void joinBundleTypes() {
                                    gtk_radio_button_get_group(GTK_RADIO_BUTTON(typical)));
     }
     gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(typical), TRUE);
-}
-
-/// Shows the name of the target file, without its folder.
-void showTargetName(const std::string& name) {
-    setLabelText("labelFileLocation", name);
-    if (GtkWidget* label = LookUpWidget("labelFileLocation", GTK_TYPE_LABEL)) {
-        gtk_widget_set_tooltip_text(label, displayText(name).c_str());
-    }
-}
-
-void connect(const char* id, const char* signal, GCallback handler, gpointer data) {
-    if (GtkWidget* widget = LookUpWidget(id)) {
-        g_signal_connect(widget, signal, handler, data);
-    }
 }
 
 gboolean onClosingKey(GtkAccelGroup* /*keys*/, GObject* window, guint /*key*/, GdkModifierType /*modifiers*/,
@@ -108,69 +50,38 @@ void setIconLater(GtkWidget* window) {
 void CMEROGtkMainWindow::setUpWidgets() {
     setUpTexts();
     joinBundleTypes();
-    setUpEncryptionPage();
-    showTargetName(m_bundlePath.find('/') == std::string::npos
-                       ? "MEROBundle.zip"
-                       : helperUtil::stringAfterLast(m_bundlePath, "/"));
+    m_encryptionPage.setUp([this] { onNextClicked(nullptr, this); });
+    m_targetPage.setUp();
     for (const char* id : {"labelFileCollected", "labelResultMsg"}) {
         breakWithoutHyphens(id);
-    }
-    if (GtkWidget* comment = LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW)) {
-        keepCommentQuick(GTK_TEXT_VIEW(comment));
-        if (GtkWidget* around = LookUpWidget("scrolledwindowComment", GTK_TYPE_SCROLLED_WINDOW)) {
-            growWithText(GTK_SCROLLED_WINDOW(around), GTK_TEXT_VIEW(comment));
-        }
     }
     setIconLater(m_pWindow);
     connectSignals();
 }
 
 void CMEROGtkMainWindow::setUpTexts() {
-    for (const auto& [id, text] : kFixedLabels) {
-        setLabelText(id, translateText(text));
-    }
-    for (const auto& [id, text] : kFixedButtons) {
-        setButtonLabel(id, translateText(text));
-    }
-    for (const auto& [id, text] : kMnemonics) {
-        setMnemonic(id, translateText(mnemonicText(text)));
-    }
     const std::string title = translateText(UserText::WindowTitle) + " " + kBuildVersion;
     gtk_window_set_title(GTK_WINDOW(m_pWindow), title.c_str());
-}
-
-void CMEROGtkMainWindow::setUpEncryptionPage() {
-    setSensitive("checkbuttonEncryption", true);
-    setSensitive("checkbuttonMaskPassword", false);
-    if (GtkWidget* mask = LookUpWidget("checkbuttonMaskPassword", GTK_TYPE_TOGGLE_BUTTON)) {
-        gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(mask), TRUE);
-    }
-    for (const char* id :
-         {"labelPassword", "labelConfirmPassword", "entryPassword", "entryConfirmPassword"}) {
-        setSensitive(id, false);
-    }
-    setEntryVisibility("entryPassword", false);
-    setEntryVisibility("entryConfirmPassword", false);
-    setVisible("labelPasswordNotMatch", false);
-}
-
-void CMEROGtkMainWindow::setTarget(const std::string& path) {
-    m_bundlePath = path;
-    if (path.find('/') != std::string::npos) {
-        showTargetName(helperUtil::stringAfterLast(path, "/"));
-    }
+    showButton("buttonBack", "labelButtonBack", UserText::ButtonBack);
+    showButton("buttonNext", "labelButtonNext", UserText::ButtonNext);
+    showButton("buttonCancel", "labelButtonCancel", UserText::ButtonCancel);
+    showText("labelMEROIntro", UserText::Intro);
+    showText("labelWizardPurpose", UserText::WizardPurpose);
+    showText("labelSelectBundleType", UserText::SelectBundleType);
+    showOption("radiobuttonBundleTypical", UserText::Typical);
+    showText("labelTypicalOption", UserText::TypicalOption);
+    showOption("radiobuttonBundleCustom", UserText::Custom);
+    showText("labelCustomOption", UserText::CustomOption);
+    showText("labelFileSelect", UserText::SelectFiles);
+    showText("labelCustomHeader", UserText::SelectFiles);
+    showText("labelProgressMsg", UserText::ProgressPatience);
 }
 
 void CMEROGtkMainWindow::connectSignals() {
-    connect("windowMain", "destroy", G_CALLBACK(gtk_main_quit), nullptr);
-    connect("buttonCancel", "clicked", G_CALLBACK(gtk_main_quit), nullptr);
-    connect("buttonNext", "clicked", G_CALLBACK(&onNextClicked), this);
-    connect("buttonBack", "clicked", G_CALLBACK(&onBackClicked), this);
-    connect("buttonBrowse", "clicked", G_CALLBACK(&onBrowseClicked), this);
-    connect("checkbuttonEncryption", "toggled", G_CALLBACK(&onEncryptionToggled), this);
-    connect("checkbuttonMaskPassword", "toggled", G_CALLBACK(&onMaskPasswordToggled), this);
-    connect("entryPassword", "key-press-event", G_CALLBACK(&onPasswordKeyPress), this);
-    connect("entryConfirmPassword", "key-press-event", G_CALLBACK(&onPasswordKeyPress), this);
+    connectSignal("windowMain", "destroy", G_CALLBACK(gtk_main_quit), nullptr);
+    connectSignal("buttonCancel", "clicked", G_CALLBACK(gtk_main_quit), nullptr);
+    connectSignal("buttonNext", "clicked", G_CALLBACK(&onNextClicked), this);
+    connectSignal("buttonBack", "clicked", G_CALLBACK(&onBackClicked), this);
     // Behind whatever has the focus: Escape may end what is just being composed there.
     g_signal_connect_after(m_pWindow, "key-press-event", G_CALLBACK(&onUnhandledKeyPress), nullptr);
     addClosingKeys(GTK_WINDOW(m_pWindow));

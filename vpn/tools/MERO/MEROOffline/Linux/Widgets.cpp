@@ -127,6 +127,19 @@ void setEntryVisibility(const char* id, bool visible) {
     }
 }
 
+void connectSignal(const char* id, const char* signal, GCallback handler, gpointer data) {
+    if (GtkWidget* widget = LookUpWidget(id)) {
+        g_signal_connect(widget, signal, handler, data);
+    }
+}
+
+std::optional<bool> isActive(const char* id) {
+    GtkWidget* const toggle = LookUpWidget(id, GTK_TYPE_TOGGLE_BUTTON);
+    return toggle == nullptr
+               ? std::nullopt
+               : std::optional(gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(toggle)) != FALSE);
+}
+
 bool hasFocus(const char* id) {
     GtkWidget* const widget = LookUpWidget(id);
     return widget != nullptr && gtk_widget_is_focus(widget) != FALSE;

@@ -3,6 +3,7 @@
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <gtk/gtk.h>
+#include <optional>
 #include <string>
 
 /// The UI definition and the one way to its widgets. GTK main thread only.
@@ -45,6 +46,11 @@ void setSpinning(const char* id, bool spinning);
 /// Shows or hides what is typed into a GtkEntry.
 void setEntryVisibility(const char* id, bool visible);
 
+/// Has a handler called for a signal, as long as there is the widget.
+void connectSignal(const char* id, const char* signal, GCallback handler, gpointer data);
+
+/// Whether a GtkToggleButton, which options are too, is active. Nothing when there is no such widget.
+[[nodiscard]] std::optional<bool> isActive(const char* id);
 /// Whether its window has the keyboard's focus there. False when there is no such widget.
 [[nodiscard]] bool hasFocus(const char* id);
 

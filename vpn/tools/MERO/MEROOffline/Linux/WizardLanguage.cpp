@@ -4,6 +4,7 @@
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROEngine/implementations/StepText.h"
 #include "tools/MERO/MEROOffline/Common/TrText.h"
+#include "tools/MERO/MEROOffline/Linux/Mnemonics.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include <array>
@@ -52,6 +53,20 @@ std::string translateText(const std::string& key) {
 
 std::string translateText(UserText text) {
     return translateText(userText(text));
+}
+
+void showText(const char* labelId, UserText text) {
+    setLabelText(labelId, translateText(text));
+}
+
+void showOption(const char* id, UserText text) {
+    setButtonLabel(id, translateText(text));
+    setMnemonic(id, translateText(mnemonicText(text)));
+}
+
+void showButton(const char* id, const char* labelId, UserText text) {
+    showText(labelId, text);
+    setMnemonic(id, translateText(mnemonicText(text)));
 }
 
 std::string shownReport(const std::string& message) {

@@ -17,6 +17,14 @@ void setUpLanguage(const std::string& programFolder);
 [[nodiscard]] std::string translateText(const std::string& key);
 [[nodiscard]] std::string translateText(UserText text);
 
+// Each of these shows a text of the table, where there is a widget of that id and class.
+
+void showText(const char* labelId, UserText text);
+/// In a check or radio button, which its key presses from here on.
+void showOption(const char* id, UserText text);
+/// In a button's own label, likewise.
+void showButton(const char* id, const char* labelId, UserText text);
+
 /// A report of the engine as it is shown. A step that names an item or a tool is not in the catalogue as a
 /// whole: its text and the item's description, which may be marked for translation, are translated on their
 /// own; a tool keeps its name.
