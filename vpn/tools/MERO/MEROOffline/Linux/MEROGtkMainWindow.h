@@ -14,8 +14,9 @@
 #include "tools/MERO/MEROOffline/Linux/EncryptionPage.h"
 #include "tools/MERO/MEROOffline/Linux/HelperStart.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkFileSelDlg.h"
+#include "tools/MERO/MEROOffline/Linux/Navigation.h"
 #include "tools/MERO/MEROOffline/Linux/PressFilter.h"
-#include "tools/MERO/MEROOffline/Linux/SpokenProgress.h"
+#include "tools/MERO/MEROOffline/Linux/ProgressPage.h"
 #include "tools/MERO/MEROOffline/Linux/TargetPage.h"
 #include "tools/MERO/MEROOffline/Linux/WindowRelay.h"
 
@@ -25,19 +26,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-
-/// Pages of the notebook. The numbers are their places in it, not the order of the walks:
-/// typical bundle  Welcome, BundleType, Encryption, Progress, Result
-/// custom bundle   Welcome, BundleType, FileSelection, Target, Encryption, Progress, Result
-enum class WizardPage : uint32_t {
-    Welcome = 0,
-    BundleType = 1,
-    Encryption = 2,
-    Progress = 3,
-    Result = 4,
-    FileSelection = 5,
-    Target = 6,
-};
 
 /// The wizard: its window, what the user has chosen so far, and the job that follows from it.
 /// Made and destroyed on the GTK main thread, outside the main loop, at most one at a time; all of it belongs
@@ -90,13 +78,11 @@ private:
     void claimStoragePath();
     void loadLocalPolicy();
 
-    void setUpTexts();
     void setUpWidgets();
-    void connectSignals();
-    void setUpPage(WizardPage page);
     void closeWindow();
     CMEROGtkFileSelDlg& fileSelection();
 
+    void goTo(WizardPage page) { changePage(static_cast<uint32_t>(page)); }
     void goNext();
     void goBack();
     void leaveBundleTypePage();
@@ -112,15 +98,10 @@ private:
 
     void showProgress();
     void showResult();
-    [[nodiscard]] std::string successText() const;
-    /// @param message  what was reported with the status.
-    [[nodiscard]] std::string resultText(uint64_t status, const std::string& message) const;
 
     // Signal handlers. `window` is the CMEROGtkMainWindow, which disconnects them before it goes away.
     static void onNextClicked(GtkButton* button, gpointer window);
     static void onBackClicked(GtkButton* button, gpointer window);
-    /// A key of the window that nothing in it has a use for.
-    static gboolean onUnhandledKeyPress(GtkWidget* widget, GdkEvent* event, gpointer data);
     static void onDialogClosed(GtkWidget* dialog, gpointer window);
 
     // Idle handlers, on the GTK main thread. `window` is the CMEROGtkMainWindow, which owns itself and
@@ -146,7 +127,7 @@ private:
     std::mutex m_statusLock;
     MEROStatusInfo m_statusInfo;
     uint64_t m_status;
-    SpokenProgress m_spokenProgress;
+    ProgressPage m_progressPage;
     bool m_exitRequested = false;
     bool m_typicalBundle = true;
     WipedString m_password;

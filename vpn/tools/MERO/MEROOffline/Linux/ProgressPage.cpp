@@ -1,8 +1,9 @@
-#include "tools/MERO/MEROOffline/Linux/SpokenProgress.h"
+#include "tools/MERO/MEROOffline/Linux/ProgressPage.h"
 
 #include "tools/MERO/MEROOffline/Linux/Accessibility.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
+#include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
 #include <utility>
 
@@ -14,15 +15,24 @@ constexpr std::array kChanging = {"progressBar", kText};
 
 } // namespace
 
-void SpokenProgress::report(const std::string& text) {
-    m_text = text;
+void ProgressPage::setUp() {
+    showText("labelProgressMsg", UserText::ProgressPatience);
+    breakWithoutHyphens(kText);
+}
+
+void ProgressPage::show(const MEROStatusInfo& info) {
+    if (GtkWidget* bar = LookUpWidget("progressBar", GTK_TYPE_PROGRESS_BAR)) {
+        gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), info.m_progress / 100.0);
+    }
+    m_text = shownReport(info.m_message);
+    setLabelText(kText, m_text);
     m_isUntold = true;
     if (m_timer == 0) {
         speak();
     }
 }
 
-void SpokenProgress::end() {
+void ProgressPage::end() {
     if (m_timer != 0) {
         g_source_remove(std::exchange(m_timer, 0));
     }
@@ -30,7 +40,7 @@ void SpokenProgress::end() {
     letGo();
 }
 
-void SpokenProgress::speak() {
+void ProgressPage::speak() {
     if (m_text != m_announced) {
         m_announced = m_text;
         announce(kText, m_text);
@@ -41,7 +51,7 @@ void SpokenProgress::speak() {
 }
 
 // The share and the text are looked up as they are; only that they have changed is told later.
-void SpokenProgress::holdBack() {
+void ProgressPage::holdBack() {
     for (std::size_t index = 0; index < kChanging.size(); ++index) {
         if (GtkWidget* widget = LookUpWidget(kChanging.at(index))) {
             m_heldBack.at(index) = shareRef(gtk_widget_get_accessible(widget));
@@ -50,7 +60,7 @@ void SpokenProgress::holdBack() {
     }
 }
 
-void SpokenProgress::letGo() {
+void ProgressPage::letGo() {
     for (GObjectHandle<AtkObject>& object : m_heldBack) {
         // What outlives its widget has nothing more to tell, and could not say what it is asked for then.
         if (object != nullptr && gtk_accessible_get_widget(GTK_ACCESSIBLE(object.get())) != nullptr) {
@@ -60,9 +70,9 @@ void SpokenProgress::letGo() {
     }
 }
 
-gboolean SpokenProgress::onTimeToSpeak(gpointer self) {
+gboolean ProgressPage::onTimeToSpeak(gpointer self) {
     runHandler(__func__, [&] {
-        auto& progress = *static_cast<SpokenProgress*>(self);
+        auto& progress = *static_cast<ProgressPage*>(self);
         progress.m_timer = 0;
         progress.letGo();
         if (progress.m_isUntold) {

@@ -1,24 +1,24 @@
 #pragma once
 
+#include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <array>
 #include <gtk/gtk.h>
 #include <string>
 
-/// Tells screen readers how far a job is: at most every five seconds, however often that changes, and in the
-/// end what it is. Nothing of what is shown waits for it. GTK main thread only.
-class SpokenProgress {
+/// The page that shows how far the job is. Screen readers are told at most every five seconds, however often
+/// that changes, and in the end what it is; nothing of what is shown waits for it. GTK main thread only.
+class ProgressPage {
 public:
-    SpokenProgress() = default;
-    ~SpokenProgress() { end(); }
-    SpokenProgress(const SpokenProgress&) = delete;
-    SpokenProgress& operator=(const SpokenProgress&) = delete;
+    ProgressPage() = default;
+    ~ProgressPage() { end(); }
+    ProgressPage(const ProgressPage&) = delete;
+    ProgressPage& operator=(const ProgressPage&) = delete;
 
-    /// The progress page shows something else.
-    /// @param text  what the job does now, as it is shown.
-    void report(const std::string& text);
-    /// The job has ended: what was not told yet no longer matters.
+    static void setUp();
+    void show(const MEROStatusInfo& info);
+    /// The job has ended, or the window goes: what was not told yet no longer matters.
     void end();
 
 private:
