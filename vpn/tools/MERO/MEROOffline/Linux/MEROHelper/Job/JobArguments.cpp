@@ -1,7 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
 
 #include "Common/Utility/text/StringUtils.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/Utf8Cut.h"
 
 #include <algorithm>
 #include <array>
@@ -115,5 +115,5 @@ CheckedJob checkJobArguments(const std::vector<JobEntry>& entries, bool callerIs
 }
 
 std::string shortForLog(std::string_view text) {
-    return std::string(cutText(text, kLongestLoggedText));
+    return std::string(cutUtf8(text, kLongestLoggedText));
 }

@@ -2,7 +2,7 @@
 
 #include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/Utf8Cut.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +29,7 @@ static_assert(kLongestRecord <= PIPE_BUF);
 } // namespace
 
 bool writeProgress(int descriptor, const ProgressRecord& record) {
-    const std::string_view text = cutText(record.message, kLongestProgressText);
+    const std::string_view text = cutUtf8(record.message, kLongestProgressText);
     const RecordHead head{.mark = kRecordMark,
                           .status = record.status,
                           .progress = record.progress,

@@ -3,7 +3,7 @@
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/ChildSetup.h"
 #include "Common/Utility/process/OutputPipe.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildWait.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 
 #include <cerrno>

@@ -3,7 +3,7 @@
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/FolderPlace.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/OpenFolders.h"
 
 #include <algorithm>
 #include <array>

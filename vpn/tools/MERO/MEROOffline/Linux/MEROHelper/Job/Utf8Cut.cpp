@@ -1,4 +1,4 @@
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TextCut.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/Utf8Cut.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ bool isInsideCharacter(char c) {
 
 } // namespace
 
-std::string_view cutText(std::string_view text, std::size_t mostBytes) {
+std::string_view cutUtf8(std::string_view text, std::size_t mostBytes) {
     if (text.size() <= mostBytes) {
         return text;
     }

@@ -1,4 +1,4 @@
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/FolderPlace.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/OpenFolders.h"
 
 #include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"

@@ -1,4 +1,4 @@
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ChildWait.h"
 
 #include "Common/Utility/process/ChildSetup.h"
 

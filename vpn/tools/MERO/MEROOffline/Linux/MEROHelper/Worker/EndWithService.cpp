@@ -1,4 +1,4 @@
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/ServiceEnd.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Worker/EndWithService.h"
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/ChildSetup.h"
