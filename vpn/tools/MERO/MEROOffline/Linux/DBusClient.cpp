@@ -2,6 +2,7 @@
 
 #include "tools/MERO/MEROEngine/implementations/MEROStatusInfo.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HelperBus.h"
 
 #include <algorithm>
 #include <array>
@@ -11,8 +12,6 @@
 
 namespace {
 
-constexpr const char* kHelperName = "com.varnel.corvane.mero.helper";
-constexpr const char* kHelperPath = "/com/varnel/corvane/mero/helper";
 constexpr const char* kInvokeFailed = "Failed to invoke remote function.";
 
 /// Guards the two below. A report is handed on under it, so that none is under way once the

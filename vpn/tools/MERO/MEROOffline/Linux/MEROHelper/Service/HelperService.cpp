@@ -2,6 +2,7 @@
 
 #include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/HelperBus.h"
 
 #include <algorithm>
 #include <array>
@@ -12,8 +13,6 @@
 
 namespace {
 
-constexpr const char* kName = "com.varnel.corvane.mero.helper";
-constexpr const char* kPath = "/com/varnel/corvane/mero/helper";
 /// Of org.freedesktop.DBus.RequestName: no queue, so that we are told at once; and its one good answer.
 constexpr guint32 kDoNotQueue = 4;
 constexpr guint32 kPrimaryOwner = 1;
@@ -67,7 +66,7 @@ HelperService::~HelperService() {
 
 bool HelperService::start() {
     GError* error = nullptr;
-    if (g_dbus_interface_skeleton_export(G_DBUS_INTERFACE_SKELETON(m_helper.get()), m_connection, kPath,
+    if (g_dbus_interface_skeleton_export(G_DBUS_INTERFACE_SKELETON(m_helper.get()), m_connection, kHelperPath,
                                          &error) == FALSE) {
         const ErrorHandle reason(error);
         ZRN_LOG('E', "The interface can't be served. %s", reason->message);
@@ -82,7 +81,7 @@ bool HelperService::start() {
 
 bool HelperService::requestName() const {
     const VariantHandle reply =
-        callBus(m_connection, "RequestName", g_variant_new("(su)", kName, kDoNotQueue));
+        callBus(m_connection, "RequestName", g_variant_new("(su)", kHelperName, kDoNotQueue));
     guint32 answer = 0;
     if (reply != nullptr) {
         g_variant_get(reply.get(), "(u)", &answer);
@@ -95,7 +94,7 @@ bool HelperService::requestName() const {
 
 void HelperService::releaseName() const {
     // A failure is logged; the end of the connection gives the name back in any case.
-    static_cast<void>(callBus(m_connection, "ReleaseName", g_variant_new("(s)", kName)));
+    static_cast<void>(callBus(m_connection, "ReleaseName", g_variant_new("(s)", kHelperName)));
 }
 
 gboolean HelperService::onStartMERO(MeroHelper* /*helper*/, GDBusMethodInvocation* invocation,
@@ -169,7 +168,7 @@ void HelperService::tell(const ProgressRecord& record) const {
         g_utf8_make_valid(record.message.c_str(), static_cast<gssize>(record.message.size())));
     GError* error = nullptr;
     if (g_dbus_connection_emit_signal(
-            m_connection, m_caller->name.c_str(), kPath, kName, "UpdateProgress",
+            m_connection, m_caller->name.c_str(), kHelperPath, kHelperName, "UpdateProgress",
             g_variant_new("(xus)", static_cast<gint64>(record.status), record.progress, text.get()),
             &error) == FALSE) {
         const ErrorHandle reason(error);
