@@ -6,13 +6,11 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/StoragePath.h"
 #include "Common/Utility/sysutils.h"
-#include "Common/Utility/threads/ManualLock.h"
 #include "Common/Xml/XmlParser.h"
 #include "Common/Xml/XmlText.h"
 #include "Common/Xml/ZMTSaxWriter.h"
 
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <strings.h>
 #include <utility>
@@ -29,15 +27,6 @@ constexpr std::string_view kServerSeparators = ",;";
 constexpr int32_t kFipsUndecided = 0;
 constexpr int32_t kFipsOn = 1;
 constexpr int32_t kFipsOff = 2;
-
-CManualLock& instanceLock() {
-    static CManualLock lock(500);
-    return lock;
-}
-
-// Both guarded by instanceLock. The instance lives as long as it is counted.
-XmlLocalTLPolMgr* g_pInstance = nullptr;
-uint32_t g_referenceCount = 0;
 
 void logNoDirectory(const char* function) {
     ZRN_LOG_CODE_FOR(function, 'E', "XmlLocalTLPolMgr::getLocalSecurityPolicyDir",
@@ -126,37 +115,23 @@ XmlLocalTLPolMgr::XmlLocalTLPolMgr() {
     resetPolicy();
 }
 
+CountedInstance<XmlLocalTLPolMgr, XmlLocalTLPolMgr::Deleter>& XmlLocalTLPolMgr::instances() {
+    static CountedInstance<XmlLocalTLPolMgr, Deleter> instances;
+    return instances;
+}
+
 uint32_t XmlLocalTLPolMgr::CreateSingletonInstance(XmlLocalTLPolMgr*& instanceOut) {
-    instanceOut = nullptr;
-    const std::lock_guard guard(instanceLock());
-    if (g_pInstance != nullptr || g_referenceCount != 0) {
-        return XMLLOCALTLPOLMGR_ERROR_ALREADY_INITIALIZED;
-    }
-    g_pInstance = std::unique_ptr<XmlLocalTLPolMgr, Deleter>(new XmlLocalTLPolMgr()).release();
-    g_referenceCount = 1;
-    instanceOut = g_pInstance;
-    return 0;
+    instanceOut =
+        instances().make([] { return std::unique_ptr<XmlLocalTLPolMgr, Deleter>(new XmlLocalTLPolMgr()); });
+    return instanceOut == nullptr ? XMLLOCALTLPOLMGR_ERROR_ALREADY_INITIALIZED : 0;
 }
 
 XmlLocalTLPolMgr* XmlLocalTLPolMgr::acquireInstance() {
-    const std::lock_guard guard(instanceLock());
-    if (g_pInstance != nullptr) {
-        ++g_referenceCount;
-    }
-    return g_pInstance;
+    return instances().acquire();
 }
 
 void XmlLocalTLPolMgr::releaseInstance(XmlLocalTLPolMgr* object) {
-    const std::lock_guard guard(instanceLock());
-    std::unique_ptr<XmlLocalTLPolMgr, Deleter> released(object);
-    if (object == nullptr || object != g_pInstance) {
-        return;
-    }
-    if (--g_referenceCount == 0) {
-        g_pInstance = nullptr;
-    } else {
-        static_cast<void>(released.release()); // others still hold it
-    }
+    instances().release(object);
 }
 
 // A missing file leaves the FIPS mode undecided, so that one that is written later still fixes it.

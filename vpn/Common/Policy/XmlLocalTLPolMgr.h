@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Common/Policy/LocalTLPolicyInfo.h"
+#include "Common/Utility/memory/CountedInstance.h"
 #include "Common/Xml/XmlMgr.h"
 
 #include <cstdint>
@@ -81,6 +82,8 @@ private:
         void operator()(XmlLocalTLPolMgr* instance) const { delete instance; }
     };
     friend struct LocalPolicyTestAccess;
+
+    [[nodiscard]] static CountedInstance<XmlLocalTLPolMgr, Deleter>& instances();
 
     /// From element name to value, in the order in which they are written.
     using Values = std::map<std::string, std::string>;

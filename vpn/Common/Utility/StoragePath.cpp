@@ -2,11 +2,9 @@
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "Common/Utility/threads/ManualLock.h"
 
 #include <array>
 #include <cerrno>
-#include <mutex>
 #include <pwd.h>
 #include <unistd.h>
 #include <vector>
@@ -18,16 +16,6 @@ constexpr const char* kResourcesPath = "/opt/varnel/corvane/resources/";
 constexpr const char* kTempPath = "/tmp/";
 constexpr std::array kModuleFolders = {"vpn", "posture", "ui"};
 constexpr int kManagementTunnelModule = 1;
-
-CManualLock& instanceLock() {
-    static CManualLock lock(500);
-    return lock;
-}
-
-// Both guarded by instanceLock. The instance lives as long as it is counted, which may be to the very end of
-// the process.
-CStoragePath* g_pInstance = nullptr;
-uint32_t g_referenceCount = 0;
 
 /// Home of a user, or of the real user for an empty name; empty if there is no such user.
 std::string homeOf(const std::string& userName) {
@@ -52,49 +40,34 @@ CStoragePath::CStoragePath(uint32_t& returnCodeOut)
     returnCodeOut = 0;
 }
 
+CountedInstance<CStoragePath, CStoragePath::Deleter>& CStoragePath::instances() {
+    static CountedInstance<CStoragePath, Deleter> instances;
+    return instances;
+}
+
 uint32_t CStoragePath::CreateSingletonInstance(CStoragePath*& instance) {
-    instance = nullptr;
-    const std::lock_guard guard(instanceLock());
-    if (g_pInstance != nullptr) {
-        instance = acquireInstance();
-        return 0;
-    }
     uint32_t code = 0;
-    std::unique_ptr<CStoragePath, Deleter> made(new CStoragePath(code));
-    if (code != 0) {
-        ZRN_LOG_CODE('E', "CStoragePath::CStoragePath", code);
-        return code;
-    }
-    g_pInstance = made.release();
-    g_referenceCount = 1;
-    instance = g_pInstance;
-    return 0;
+    instance = instances().acquireOrMake([&code] {
+        std::unique_ptr<CStoragePath, Deleter> made(new CStoragePath(code));
+        if (code != 0) {
+            ZRN_LOG_CODE_FOR("CreateSingletonInstance", 'E', "CStoragePath::CStoragePath", code, nullptr);
+            made.reset();
+        }
+        return made;
+    });
+    return code;
 }
 
 CStoragePath* CStoragePath::acquireInstance() {
-    const std::lock_guard guard(instanceLock());
-    if (g_pInstance != nullptr) {
-        ++g_referenceCount;
-    }
-    return g_pInstance;
+    return instances().acquire();
 }
 
 void CStoragePath::releaseInstance(CStoragePath* instance) {
-    const std::lock_guard guard(instanceLock());
-    std::unique_ptr<CStoragePath, Deleter> released(instance);
-    if (instance == nullptr || instance != g_pInstance) {
-        return;
-    }
-    if (--g_referenceCount == 0) {
-        g_pInstance = nullptr;
-    } else {
-        static_cast<void>(released.release()); // others still hold it
-    }
+    instances().release(instance);
 }
 
 uint32_t CStoragePath::getReferenceCount() {
-    const std::lock_guard guard(instanceLock());
-    return g_referenceCount;
+    return instances().count();
 }
 
 const std::string& CStoragePath::getInstallPath() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Common/Utility/memory/CountedInstance.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -52,6 +54,8 @@ private:
         void operator()(CStoragePath* instance) const { delete instance; }
     };
     friend struct StoragePathTestAccess;
+
+    [[nodiscard]] static CountedInstance<CStoragePath, Deleter>& instances();
 
     std::string m_installPath;
     std::string m_dataPath;
