@@ -1,7 +1,9 @@
 #include "Common/Xml/XmlText.h"
 
-#include <boost/locale/utf.hpp>
+#include "Common/Utility/text/Utf8.h"
+
 #include <libxml/chvalid.h>
+#include <optional>
 
 namespace {
 
@@ -17,10 +19,9 @@ XmlAttributes schemaAttributes(const std::string& schemaFile) {
 }
 
 bool isXmlText(std::string_view text) {
-    using Utf8 = boost::locale::utf::utf_traits<char>;
-    for (auto position = text.begin(); position != text.end();) {
-        const boost::locale::utf::code_point character = Utf8::decode(position, text.end());
-        if (!boost::locale::utf::is_valid_codepoint(character) || xmlIsCharQ(character) == 0) {
+    while (!text.empty()) {
+        const std::optional<char32_t> character = takeCharacter(text);
+        if (!character || xmlIsCharQ(*character) == 0) {
             return false;
         }
     }

@@ -1,6 +1,7 @@
 #include "Common/Zip/NameMarks.h"
 
 #include "Common/Utility/log/Log.h"
+#include "Common/Utility/text/Utf8.h"
 #include "Common/Zip/ZipFileAccess.h"
 
 #include <algorithm>
@@ -21,41 +22,6 @@ constexpr off_t kFlagsInDirectory = 8;
 constexpr off_t kPlaceInDirectory = 42;
 /// Stands for a place that has its room elsewhere.
 constexpr uint64_t kFarAway = 0xFFFFFFFF;
-
-/// Length of the well-formed UTF-8 sequence at the start of `text`, or 0.
-size_t utf8SequenceLength(std::string_view text) {
-    const auto byteAt = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
-    const unsigned lead = byteAt(0);
-    if (lead < 0x80) {
-        return 1;
-    }
-    // The second byte's range is what shuts out overlong forms, surrogates and values above U+10FFFF.
-    unsigned lowest = 0x80;
-    unsigned highest = 0xBF;
-    size_t length = 0;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        lowest = lead == 0xE0 ? 0xA0 : lowest;
-        highest = lead == 0xED ? 0x9F : highest;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        lowest = lead == 0xF0 ? 0x90 : lowest;
-        highest = lead == 0xF4 ? 0x8F : highest;
-    } else {
-        return 0;
-    }
-    if (byteAt(1) < lowest || byteAt(1) > highest) {
-        return 0;
-    }
-    for (size_t i = 2; i < length; ++i) {
-        if ((byteAt(i) & 0xC0U) != 0x80U) {
-            return 0;
-        }
-    }
-    return length;
-}
 
 [[nodiscard]] bool readWhole(int file, unsigned char* bytes, size_t count, off_t at) {
     if (::pread(file, bytes, count, at) == static_cast<ssize_t>(count)) {
@@ -115,11 +81,9 @@ size_t utf8SequenceLength(std::string_view text) {
 
 bool isUtf8Name(std::string_view name) {
     while (!name.empty()) {
-        const size_t length = utf8SequenceLength(name);
-        if (length == 0) {
+        if (!takeCharacter(name)) {
             return false;
         }
-        name.remove_prefix(length);
     }
     return true;
 }

@@ -1,17 +1,15 @@
 #include "Common/Utility/log/EscapingLogger.h"
 
-#include <boost/locale/utf.hpp>
+#include "Common/Utility/text/Utf8.h"
+
+#include <optional>
 #include <utility>
 
 namespace {
 
-namespace utf = boost::locale::utf;
-
-/// Of a character's number, or of what stands for none.
-bool isShownAsItIs(utf::code_point character) {
-    constexpr utf::code_point kLastOfC1 = 0x9F;
-    return utf::is_valid_codepoint(character) &&
-           (character == '\n' || (character >= 0x20 && character < 0x7F) || character > kLastOfC1);
+bool isShownAsItIs(char32_t character) {
+    constexpr char32_t kLastOfC1 = 0x9F;
+    return character == U'\n' || (character >= 0x20 && character < 0x7F) || character > kLastOfC1;
 }
 
 void appendEscaped(std::string& text, char c) {
@@ -25,18 +23,21 @@ void appendEscaped(std::string& text, char c) {
 std::string escapeForLog(std::string_view text) {
     std::string escaped;
     escaped.reserve(text.size());
-    for (auto position = text.begin(); position != text.end();) {
-        const auto start = position;
-        const utf::code_point character = utf::utf_traits<char>::decode(position, text.end());
-        if (isShownAsItIs(character)) {
-            escaped.append(start, position);
-            continue;
+    while (!text.empty()) {
+        std::string_view rest = text;
+        const std::optional<char32_t> character = takeCharacter(rest);
+        if (!character) {
+            rest.remove_prefix(1); // where a bad sequence ends is anybody's guess
         }
-        // Where a bad sequence ends is anybody's guess, so that only its first byte goes now.
-        position = utf::is_valid_codepoint(character) ? position : start + 1;
-        for (auto byte = start; byte != position; ++byte) {
-            appendEscaped(escaped, *byte);
+        const std::string_view bytes = text.substr(0, text.size() - rest.size());
+        if (character && isShownAsItIs(*character)) {
+            escaped.append(bytes);
+        } else {
+            for (const char byte : bytes) {
+                appendEscaped(escaped, byte);
+            }
         }
+        text = rest;
     }
     return escaped;
 }
