@@ -59,6 +59,13 @@ class HouseRules(tree.TreeTest):
         self.write("vpn/Common/Xml/b.cpp", '#include "a.h"\n')
         self.assert_breach("vpn/Common/Xml/b.cpp:1:", "name it from vpn/")
 
+    def testCircleOfFiles(self):
+        self.write("vpn/Common/Xml/a.h", '#include "Common/Xml/b.h"\n')
+        self.write("vpn/Common/Xml/b.h", "#pragma once\n")
+        self.write("vpn/Common/Xml/b.cpp", '#include "Common/Xml/b.h"\n#include "Common/Xml/c.h"\n')
+        self.write("vpn/Common/Xml/c.h", '#include "Common/Xml/a.h"\n')
+        self.assert_breach("vpn/Common/Xml/c.h:1:", "a > b > c > a")
+
     def testReleaseByHand(self):
         for call in ("fclose(f);", "std::free(p);", "::close(fd);", "xmlFreeParserCtxt(c);", "g_object_unref(o);"):
             self.write("vpn/a.cpp", "void f() {\n    " + call + "\n}\n")
