@@ -252,12 +252,6 @@ void ReferenceSelection::SaveTreeViewToList() {
     }
 }
 
-void ReferenceSelection::takeStateOf(const std::vector<ReferenceRow>& rows,
-                                     const std::list<RootItem>& records) {
-    m_rows = rows;
-    m_roots = records;
-}
-
 std::string textWithoutMarker(const std::string& text) {
     const std::string opening = "_tr(\"";
     const std::size_t from = text.find(opening);

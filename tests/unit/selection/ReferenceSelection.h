@@ -36,8 +36,6 @@ public:
 
     [[nodiscard]] const std::vector<ReferenceRow>& rows() const { return m_rows; }
     [[nodiscard]] const std::list<RootItem>& records() const { return m_roots; }
-    /// Sets all checks and all stored states to what they are in another selection of the same tree.
-    void takeStateOf(const std::vector<ReferenceRow>& rows, const std::list<RootItem>& records);
 
 private:
     enum class Mode { Restore, Store, Clear, CheckAll };

@@ -49,13 +49,6 @@ std::vector<ReferenceRow> ValueSelection::rows() const {
     return all;
 }
 
-void ValueSelection::setState(const std::vector<bool>& checked, const std::vector<bool>& stored) {
-    for (std::size_t row = 0; row < m_index.rows().size(); ++row) {
-        m_checks.setChecked(row, checked.at(row));
-        m_index.setStored(row, stored.at(row));
-    }
-}
-
 void ValueSelection::showRows(std::string_view picture) {
     std::list<RootItem> wanted = recordsOf(picture);
     const SelectionIndex index(wanted, &textWithoutMarker);

@@ -39,8 +39,6 @@ public:
 
     /// A click on a check box that showed something else than its row holds.
     void clickShowing(const std::vector<int>& path, bool old);
-    /// Sets the checks of all rows, by row number, and what is stored in their records.
-    void setState(const std::vector<bool>& checked, const std::vector<bool>& stored);
     /// Makes the rows what a picture of the same tree shows; the records stay.
     void showRows(std::string_view picture);
     [[nodiscard]] const SelectionIndex& index() const { return m_index; }
