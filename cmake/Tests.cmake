@@ -20,6 +20,12 @@ else()
     set(mero_job_properties RESOURCE_LOCK working_folder)
 endif()
 
+# mero_join_tests(<target>)
+# Has the sources of a target compiled several as one: most of the time goes into what they share, GoogleTest's templates.
+function(mero_join_tests target)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD "${MERO_JOINED_TESTS}" UNITY_BUILD_BATCH_SIZE 8)
+endfunction()
+
 # mero_precompile_tests(<target>)
 # Gives a library that tests share the precompiled header of the test programs, which the compiler takes only for the same
 # code model.
@@ -29,11 +35,12 @@ function(mero_precompile_tests target)
     target_precompile_headers(${target} REUSE_FROM test_pch)
 endfunction()
 
-# mero_add_tests(<target> SOURCES a.cpp ... LIBRARIES lib ... [LABELS threaded ...] [JOBS] [LAUNCHER program [argument ...]])
+# mero_add_tests(<target> SOURCES a.cpp ... LIBRARIES lib ... [LABELS threaded ...] [JOBS] [LAUNCHER program [argument ...]]
+#                [ALONE b.cpp ...])
 # One test program per module; ctest runs each test in a process of its own, in any order and in parallel. JOBS says that
-# its tests run whole jobs.
+# its tests run whole jobs. ALONE are those of the sources that can't be compiled as one with others, whose names they share.
 function(mero_add_tests target)
-    cmake_parse_arguments(ARG "JOBS" "" "SOURCES;LIBRARIES;LABELS;LAUNCHER" ${ARGN})
+    cmake_parse_arguments(ARG "JOBS" "" "SOURCES;LIBRARIES;LABELS;LAUNCHER;ALONE" ${ARGN})
     if(ARG_JOBS)
         list(PREPEND ARG_LAUNCHER ${mero_job_launcher})
     endif()
@@ -41,6 +48,10 @@ function(mero_add_tests target)
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE mero_test_options test_support ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
     target_precompile_headers(${target} REUSE_FROM test_pch)
+    mero_join_tests(${target})
+    if(ARG_ALONE)
+        set_source_files_properties(${ARG_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    endif()
     # With this CMake only an emulator starts tests that are found by asking their program.
     set_target_properties(${target} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests"

@@ -56,8 +56,6 @@ mode_t modeOf(const std::string& path) {
     return status.st_mode;
 }
 
-} // namespace
-
 TEST_F(FileCopy, CopiesEveryByteAcrossBlocks) {
     for (const size_t count : {0u, 1u, 4095u, 4096u, 4097u, 8192u, 1'000'003u}) {
         const std::string content = bytes(count);
@@ -509,3 +507,5 @@ TEST_F(FileAccess, KnowsAFolderUnderTwoNames) {
     EXPECT_FALSE(folderIdOf(folder.get()) == folderIdOf(other.get()));
     EXPECT_EQ(folderIdOf(-1), FolderId{});
 }
+
+} // namespace

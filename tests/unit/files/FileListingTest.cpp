@@ -49,8 +49,6 @@ Listing list(std::string directory, Patterns patterns, bool recursive = false) {
 using FileFindAll = FileTest;
 using NewestMatch = FileTest;
 
-} // namespace
-
 TEST_F(FileFindAll, RefusesAnEmptyFolderOrNoPatternsSilently) {
     EXPECT_EQ(list("", {"*"}).code, 0xFEB00002u);
     EXPECT_EQ(list(path(), {}).code, 0xFEB00002u);
@@ -474,8 +472,6 @@ TEST_F(NewestMatch, LogsAnyOtherFailureOfTheListing) {
         << log.dump();
 }
 
-namespace {
-
 /// The meaning of a pattern, spelled out.
 bool matchesByDefinition(const std::string& pattern, const std::string& text) {
     if (pattern.empty()) {
@@ -501,8 +497,6 @@ std::vector<std::string> words(const std::string& letters, size_t longest) {
     }
     return all;
 }
-
-} // namespace
 
 TEST(MatchWildcard, MatchesNothingForNull) {
     EXPECT_FALSE(matchWildcard(nullptr, "a"));
@@ -550,3 +544,5 @@ TEST(MatchWildcard, StaysFastOnPatternsFullOfStars) {
     text.back() = 'b';
     EXPECT_TRUE(matchWildcard(pattern.c_str(), text.c_str()));
 }
+
+} // namespace

@@ -39,8 +39,6 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Both, FileTruncate, ::testing::ValuesIn(kTruncations),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
-} // namespace
-
 TEST_F(FileTruncateEnd, KeepsTheFirstBytes) {
     writeFile("a.log", "0123456789");
     EXPECT_EQ(fileTruncateEnd(4, "a.log"), 0u);
@@ -329,3 +327,5 @@ TEST_F(FileTruncateEnd, LeavesTheFileAloneWhenItCantBeRead) {
     EXPECT_TRUE(log.containsCode('E', "fileTruncateEnd", "read", EIO)) << log.dump();
     EXPECT_EQ(lineCount(), 1u);
 }
+
+} // namespace

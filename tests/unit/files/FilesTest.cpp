@@ -18,8 +18,6 @@ using FileDeleteAll = FileTest;
 using FileDeleteDirectory = FileTest;
 using FileSize = FileTest;
 
-} // namespace
-
 TEST_F(FileDelete, RemovesAFile) {
     EXPECT_EQ(fileDelete(writeFile("a", "x")), 0u);
     EXPECT_FALSE(exists("a"));
@@ -260,3 +258,5 @@ TEST_F(FileSize, GoesBeyondThirtyTwoBits) {
     std::filesystem::resize_file(path("big"), 5'000'000'000);
     EXPECT_EQ(getFileSize(path("big")), 5e9);
 }
+
+} // namespace

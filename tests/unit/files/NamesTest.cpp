@@ -14,8 +14,6 @@ struct Cut {
     const char* expected;
 };
 
-} // namespace
-
 TEST(StringAfterLast, GivesTheTextBehindTheLastDelimiter) {
     for (const Cut& cut :
          {Cut{"a/b/c", "/", "c"}, Cut{"a/b/", "/", ""}, Cut{"/", "/", ""}, Cut{"a..b", ".", "b"},
@@ -188,3 +186,5 @@ TEST(RandomNumber, IsTheFirstOfTheSecondsSequence) {
     }
     EXPECT_TRUE(equal);
 }
+
+} // namespace

@@ -25,8 +25,6 @@ using ProgramFolders = FileTest;
 using DesktopFolder = FileTest;
 using CurrentFolder = FileTest;
 
-} // namespace
-
 TEST_F(TranslatePath, LeavesTextWithoutAVariableAlone) {
     EXPECT_EQ(translatePath("/var/log/app.log"), "/var/log/app.log");
     EXPECT_EQ(translatePath(""), "");
@@ -353,3 +351,5 @@ TEST_F(CurrentFolder, DoesNotDoubleTheSlashOfTheRoot) {
     std::string bundle = "b.zip";
     EXPECT_EQ(makeAbsolutePath(bundle), "/b.zip");
 }
+
+} // namespace
