@@ -6,53 +6,65 @@
 
 namespace {
 
+using enum UserText;
+
 // Two blanks between sentences, and the blank at the end of a caption, belong to the catalogue keys.
-constexpr auto kTexts = std::to_array<const char*>({
-    // In the order of UserText.
-    "Varnel Corvane - MERO",
-    "Back",
-    "Next",
-    "Finish",
-    "Cancel",
-    "Meroscope (MERO)",
-    "Bundle Creation Option",
-    "Bundle Encryption Option",
-    "Bundle Creation Progress",
-    "Bundle Creation Result",
-    "File Selection",
-    "Target Bundle Location and Comments",
-    "MERO is a tool that helps to bundle the appropriate log files and diagnostic information that can be "
-    "used for analyzing and debugging the Varnel Corvane.",
-    "This wizard will guide you through the steps required to create the diagnostic bundle.  To continue, "
-    "click Next.",
-    "Select a bundle option.",
-    "Typical",
-    "Custom",
-    "Typical log files and diagnostic information will be included in the bundle. (Bundle will be saved to "
-    "Desktop)",
-    "Choose which log files and diagnostic information to be included in the bundle.",
-    "Enable Bundle Encryption",
-    "Mask Password",
-    "Encryption Password",
-    "Confirm Password",
-    "Passwords entered do not match",
-    "Select the files to be collected.",
-    "Select target bundle location.",
-    "Browse...",
-    "Enter any comments for the bundle.",
-    "Please be patient while MERO is creating the bundle.  This may take several minutes...",
-    "The bundle was created successfully in %s.",
-    "An internal error occurred while creating the MERO bundle.  Please try again later.",
-    "The bundle cannot be saved in the location \"%s\".  Please specify another location and try again.",
-    "An unknown error occurred while creating the MERO bundle, possibly due to restricted file permissions.  "
-    "Please try again later.",
-    "Error",
-    "Warning",
-    "Your comments is %d characters long, which exceeds the maximum limit of %d characters.  Please enter "
-    "comments within the maximum limit.",
-    "MERO will only collect partial diagnostic information. For a complete log collection, authenticate as "
-    "an administrator.",
-    // Shown by no page.
+constexpr auto kShown = std::to_array<std::pair<UserText, const char*>>({
+    {WindowTitle, "Varnel Corvane - MERO"},
+    {ButtonBack, "Back"},
+    {ButtonNext, "Next"},
+    {ButtonFinish, "Finish"},
+    {ButtonCancel, "Cancel"},
+    {HeaderWelcome, "Meroscope (MERO)"},
+    {HeaderBundleType, "Bundle Creation Option"},
+    {HeaderEncryption, "Bundle Encryption Option"},
+    {HeaderProgress, "Bundle Creation Progress"},
+    {HeaderResult, "Bundle Creation Result"},
+    {HeaderFileSelection, "File Selection"},
+    {HeaderTarget, "Target Bundle Location and Comments"},
+    {Intro,
+     "MERO is a tool that helps to bundle the appropriate log files and diagnostic information that can be "
+     "used for analyzing and debugging the Varnel Corvane."},
+    {WizardPurpose,
+     "This wizard will guide you through the steps required to create the diagnostic bundle.  To continue, "
+     "click Next."},
+    {SelectBundleType, "Select a bundle option."},
+    {Typical, "Typical"},
+    {Custom, "Custom"},
+    {TypicalOption,
+     "Typical log files and diagnostic information will be included in the bundle. (Bundle will be saved to "
+     "Desktop)"},
+    {CustomOption, "Choose which log files and diagnostic information to be included in the bundle."},
+    {EnableEncryption, "Enable Bundle Encryption"},
+    {MaskPassword, "Mask Password"},
+    {Password, "Encryption Password"},
+    {ConfirmPassword, "Confirm Password"},
+    {PasswordNotMatch, "Passwords entered do not match"},
+    {SelectFiles, "Select the files to be collected."},
+    {SelectFileLocation, "Select target bundle location."},
+    {Browse, "Browse..."},
+    {EnterComments, "Enter any comments for the bundle."},
+    {ProgressPatience,
+     "Please be patient while MERO is creating the bundle.  This may take several minutes..."},
+    {ResultSuccess, "The bundle was created successfully in %s."},
+    {ResultInternalError,
+     "An internal error occurred while creating the MERO bundle.  Please try again later."},
+    {ResultWriteFailure,
+     "The bundle cannot be saved in the location \"%s\".  Please specify another location and try again."},
+    {ResultUnknownError, "An unknown error occurred while creating the MERO bundle, possibly due to "
+                         "restricted file permissions.  "
+                         "Please try again later."},
+    {TitleError, "Error"},
+    {TitleWarning, "Warning"},
+    {CommentTooLong,
+     "Your comments is %d characters long, which exceeds the maximum limit of %d characters.  Please enter "
+     "comments within the maximum limit."},
+    {PartialCollection,
+     "MERO will only collect partial diagnostic information. For a complete log collection, authenticate as "
+     "an administrator."},
+});
+
+constexpr auto kUnused = std::to_array<const char*>({
     "Run",
     "Welcome to the Meroscope (MERO).",
     "Bundle Options:",
@@ -113,16 +125,28 @@ constexpr auto kTexts = std::to_array<const char*>({
     "collection.",
 });
 
+constexpr auto kTexts = [] {
+    std::array<const char*, kShown.size() + kUnused.size()> texts{};
+    for (const auto& [name, text] : kShown) {
+        texts.at(static_cast<std::size_t>(name)) = text;
+    }
+    std::ranges::copy(kUnused, texts.begin() + kShown.size());
+    return texts;
+}();
+// Each text has one row.
+static_assert(kShown.size() == static_cast<std::size_t>(Count) &&
+              std::ranges::find(kTexts, nullptr) == kTexts.end());
+
 constexpr auto kMnemonics = std::to_array<std::pair<UserText, const char*>>({
-    {UserText::ButtonBack, "_Back"},
-    {UserText::ButtonNext, "_Next"},
-    {UserText::ButtonFinish, "_Finish"},
-    {UserText::ButtonCancel, "_Cancel"},
-    {UserText::Typical, "_Typical"},
-    {UserText::Custom, "C_ustom"},
-    {UserText::EnableEncryption, "_Enable Bundle Encryption"},
-    {UserText::MaskPassword, "_Mask Password"},
-    {UserText::Browse, "B_rowse..."},
+    {ButtonBack, "_Back"},
+    {ButtonNext, "_Next"},
+    {ButtonFinish, "_Finish"},
+    {ButtonCancel, "_Cancel"},
+    {Typical, "_Typical"},
+    {Custom, "C_ustom"},
+    {EnableEncryption, "_Enable Bundle Encryption"},
+    {MaskPassword, "_Mask Password"},
+    {Browse, "B_rowse..."},
 });
 
 } // namespace

@@ -44,6 +44,8 @@ enum class UserText : std::size_t {
     TitleWarning,
     CommentTooLong,
     PartialCollection,
+    /// How many there are; no text itself.
+    Count,
 };
 
 /// The English text. Static, never null.
