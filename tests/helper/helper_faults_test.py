@@ -8,7 +8,7 @@ import zipfile
 import helper_machine
 from helper_configuration import file_item, folder_item, tool_item
 from helper_machine import ALICE, read, wait_for, write
-from helper_world import BUNDLE, NAME, SECRET, SECRET_FILE, SUCCESS, CallerTest
+from helper_world import BUNDLE, NAME, SECRET, SECRET_FILE, SUCCESS, WRITE_FAILURE, CallerTest
 
 INCOMPLETE = 0xFEB00016
 TRACE = "/opt/trace"
@@ -22,6 +22,7 @@ class FailedCall(CallerTest):
 
     def setUp(self):
         super().setUp()
+        self.outcomes = []
         write("/home/alice/tree/own.log", FILES["tree/own.log"], 0o600, ALICE)
         self.configure(file_item("public", "/opt/public.log"), file_item("secret", SECRET_FILE),
                        folder_item("tree", "$HOME/tree/", "*.log"), tool_item("tool", "/bin/echo done"))
@@ -42,6 +43,7 @@ class FailedCall(CallerTest):
             self.end_helper(self.alice)
         tracer.wait()
         self.expect_told(status)
+        self.outcomes.append(status)
         return b"(INJECTED)" in read(TRACE)
 
     def expect_told(self, status):
@@ -83,6 +85,7 @@ class FailedCall(CallerTest):
 
     def testOfWritingOutIsTold(self):
         self.expect_to_be_told_of("fsync", "EIO", 1)
+        self.assertEqual(self.outcomes, [WRITE_FAILURE])
 
     def testOfPuttingTheArchiveInPlaceIsTold(self):
         self.expect_to_be_told_of("linkat", "EIO", 1)

@@ -190,6 +190,15 @@ TEST_F(AMnemonic, OfAControlThatDoesNotShowItIsToldByItsTooltip) {
     EXPECT_EQ(tooltip("buttonNext"), "");
 }
 
+TEST_F(AMnemonic, ThatIsSetAnewTakesThePlaceOfTheOldOne) {
+    open();
+    setMnemonic("buttonNext", "\u6b21\u3078(_X)");
+    setMnemonic("buttonNext", "\u6b21\u3078(_Y)");
+    Pressed pressed;
+    EXPECT_THAT(pressed.by(GDK_KEY_x), testing::IsEmpty());
+    EXPECT_THAT(pressed.by(GDK_KEY_y), ElementsAre("buttonNext"));
+}
+
 TEST(MnemonicOf, AMarkedTextIsItsLetter) {
     const Mnemonic mnemonic = mnemonicOf("Browse...", "B_Rowse...");
     EXPECT_EQ(mnemonic.key, GDK_KEY_r);
