@@ -9,7 +9,7 @@ import made_up_tree as tree
 
 RULES = os.path.join(tree.SOURCE, "script/house-rules")
 WIZARD = "vpn/tools/MERO/MEROOffline/Linux/"
-CODES = "vpn/Common/Utility/ReturnCodes"
+CODES = "vpn/Common/Utility/ReturnCodes.h"
 ENGINE_TEXTS = "vpn/tools/MERO/MEROEngine/implementations/EngineMessages.h"
 
 
@@ -96,11 +96,14 @@ class HouseRules(tree.TreeTest):
         self.write("vpn/a.cpp", "// 0xFEB0000A\nconst int mask = 0xFE000;\n")
         self.assertEqual(self.breaches(), [])
 
-    def testCodeWithoutARow(self):
-        self.write(CODES + ".h", "inline constexpr uint32_t A_ERROR_B = 0xFE000002;\n"
-                                 "inline constexpr uint32_t A_ERROR_C = 0xFE000003;\n")
-        self.write(CODES + ".cpp", '"A_ERROR_B:A text",\n"A_ERROR_CD",\n')
-        self.assert_breach(CODES + ".h:2:", "A_ERROR_C has no row")
+    def testCodeMadeOfAnotherRow(self):
+        self.write(CODES, 'inline constexpr uint32_t A_B_ERROR_B =\n    returnCodeOf("A_B_ERROR_B");\n'
+                          'inline constexpr uint32_t A_B_ERROR_C = returnCodeOf("A_B_ERROR_CD");\n')
+        self.assert_breach(CODES + ":3:", "A_B_ERROR_C is not made of its row")
+
+    def testCodeMadeOfANumber(self):
+        self.write(CODES, "inline constexpr uint32_t A_ERROR_B = kFirst + 2;\n")
+        self.assert_breach(CODES + ":1:", "A_ERROR_B is not made of its row")
 
     def testTextBesideTheTable(self):
         self.write(WIZARD + "UserTexts.cpp", '"Select a bundle.",\n')
