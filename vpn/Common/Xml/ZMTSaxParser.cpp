@@ -4,10 +4,10 @@
 #include "Common/Utility/memory/WipedString.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/text/BoundedString.h"
+#include "Common/Utility/text/WhiteSpace.h"
 #include "Common/Xml/DocumentSource.h"
 #include "Common/Xml/XmlHandles.h"
 
-#include <cctype>
 #include <climits>
 #include <cstdarg>
 #include <exception>
@@ -18,21 +18,6 @@ namespace {
 /// Longer messages are cut, as every log line is.
 constexpr std::size_t kMessageBytes = 2048;
 constexpr std::string_view kBlanks = " \n\r\t";
-
-[[nodiscard]] bool isSpace(char c) {
-    // Indentation is most of what is trimmed: the two characters that it is made of need no look-up.
-    return c == ' ' || c == '\n' || std::isspace(static_cast<unsigned char>(c)) != 0;
-}
-
-[[nodiscard]] std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && isSpace(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && isSpace(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
 
 /// libxml2's characters as ours; null as the empty text.
 [[nodiscard]] std::string_view textOf(const xmlChar* text) {

@@ -72,23 +72,13 @@ FileHandle openRegular(const char* path, int flags, const char* mode) {
     return stream;
 }
 
-/// Reads lines without their ends. @return false on a read error.
-bool readLines(std::FILE* stream, Lines& linesOut) {
-    LineBuffer buffer;
-    std::string line;
-    while (buffer.read(stream, line)) {
-        linesOut.push_back(line);
-    }
-    return std::feof(stream) != 0;
-}
-
 /// Reads a whole file and logs what goes wrong in the name of the caller.
 bool readFile(const char* function, const std::string& file, const char* readFailed, Lines& linesOut) {
     const FileHandle stream = openTextFile(file.c_str());
     if (stream == nullptr) {
         return logFailure(function, __LINE__, kOpenFailed, file);
     }
-    return readLines(stream.get(), linesOut) || logFailure(function, __LINE__, readFailed, file);
+    return readTextLines(stream.get(), linesOut) || logFailure(function, __LINE__, readFailed, file);
 }
 
 /// Writes and closes. A full disk may show as late as in the close.
@@ -123,6 +113,15 @@ bool endsInsideLine(std::FILE* stream) {
 
 FileHandle openTextFile(const char* path) {
     return openRegular(path, O_RDONLY, "r");
+}
+
+bool readTextLines(std::FILE* stream, std::list<std::string>& linesOut) {
+    LineBuffer buffer;
+    std::string line;
+    while (buffer.read(stream, line)) {
+        linesOut.push_back(line);
+    }
+    return std::feof(stream) != 0;
 }
 
 bool insertIntoFilePrePostMatchingLine(const std::string& file, const std::string& newLine,

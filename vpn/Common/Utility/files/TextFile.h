@@ -2,6 +2,7 @@
 
 #include "Common/Utility/memory/Handles.h"
 
+#include <cstdio>
 #include <list>
 #include <string>
 
@@ -13,6 +14,8 @@
 /// Opens a regular file for reading and never waits for anything: a pipe or a device is refused.
 /// @return the stream, or null with errno set.
 [[nodiscard]] FileHandle openTextFile(const char* path);
+/// Appends the lines of a stream, without their ends. Logs nothing. @return false on a read error.
+[[nodiscard]] bool readTextLines(std::FILE* stream, std::list<std::string>& linesOut);
 
 /// Inserts `newLine` once, before or behind the first matching line, or at the end if none matches.
 [[nodiscard]] bool insertIntoFilePrePostMatchingLine(const std::string& file, const std::string& newLine,

@@ -1,17 +1,13 @@
 #include "Common/Utility/memory/WipedString.h"
 
-#include <algorithm>
-#include <cctype>
+#include "Common/Utility/text/WhiteSpace.h"
+
 #include <cstring>
 #include <utility>
 
 namespace {
 
 constexpr std::size_t kGrowthStep = 256;
-
-bool isSpace(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
 
 } // namespace
 
@@ -70,10 +66,7 @@ void WipedString::append(std::string_view text) {
 }
 
 void WipedString::trim() {
-    const std::string_view all = m_text;
-    const auto start = std::find_if_not(all.begin(), all.end(), isSpace);
-    const auto end = std::find_if_not(all.rbegin(), std::make_reverse_iterator(start), isSpace).base();
-    *this = std::string_view(start, end);
+    *this = trimmed(m_text);
 }
 
 void WipedString::clear() noexcept {

@@ -1,6 +1,7 @@
 #include "Common/Utility/text/StringUtils.h"
 
 #include "Common/Utility/text/BoundedString.h"
+#include "Common/Utility/text/WhiteSpace.h"
 
 #include <algorithm>
 #include <array>
@@ -8,10 +9,6 @@
 #include <cstdarg>
 
 namespace {
-
-bool isSpace(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
 
 /// The entity of a character that XML keeps for itself; empty for any other.
 std::string_view entityOf(char c) {
@@ -61,8 +58,7 @@ void CStringUtils::trimTrailingLineEnd(std::string& text) {
 }
 
 void CStringUtils::trim(std::string& text) {
-    text.erase(std::find_if_not(text.rbegin(), text.rend(), isSpace).base(), text.end());
-    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), isSpace));
+    text = std::string(trimmed(text));
 }
 
 std::string CStringUtils::toLower(std::string_view text) {

@@ -6,6 +6,7 @@
 #include "tools/MERO/MEROConsole/CommentCheck.h"
 #include "tools/MERO/MEROConsole/PathArguments.h"
 #include "tools/MERO/MEROConsole/UsageError.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 
 #include <cerrno>
 #include <CLI/CLI.hpp>
@@ -66,12 +67,6 @@ void appendIds(const std::string& value, std::vector<std::string>& ids) {
 
 } // namespace
 
-std::string bundlePathFor(const std::string& targetPath) {
-    const std::size_t dot = targetPath.rfind('.');
-    const std::string extension = dot == std::string::npos ? targetPath : targetPath.substr(dot + 1);
-    return extension == "zip" ? targetPath : targetPath + ".zip";
-}
-
 CollectArguments::CollectArguments(CLI::App& program)
     : m_command(program.add_subcommand("collect", "Collect a bundle and write it to a zip file")),
       m_installDirectory(addInstallFolder(*m_command, m_options.installDirectory)),
@@ -127,7 +122,7 @@ std::string CollectArguments::targetPath() const {
         m_target->count() > 0 ? m_options.targetPath : "MEROBundle" + getTimeString(1) + ".zip";
     checkTargetName(target);
     target = absolutePath(m_target->get_name(), target);
-    checkTarget(bundlePathFor(target));
+    checkTarget(helperUtil::withZipExtension(target));
     return target;
 }
 

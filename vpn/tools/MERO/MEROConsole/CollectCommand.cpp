@@ -10,6 +10,7 @@
 #include "tools/MERO/MEROConsole/OwnRequest.h"
 #include "tools/MERO/MEROConsole/PasswordSource.h"
 #include "tools/MERO/MEROConsole/Utf8Text.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 #include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
 #include "tools/MERO/MEROEngine/implementations/Progress.h"
@@ -51,7 +52,7 @@ std::string adviceFor(uint32_t code, const CollectOptions& options, const std::s
                "' holds no good configuration file, or as many bad ones as good ones; correct them, or "
                "name the folder that holds xml/config/ with --install-dir";
     case MEROENGINE_ERROR_WRITE_FAILURE:
-        return "'" + bundlePathFor(options.targetPath) +
+        return "'" + helperUtil::withZipExtension(options.targetPath) +
                "' could not be written; look at the space left there and in /tmp, or name another --target";
     case MEROENGINE_ERROR_ACCESS_DENIED:
         return "the working folder in /tmp could not be made; look at the rights and the space left there";
@@ -81,7 +82,7 @@ int runJob(const CollectOptions& options, const std::string& requestPath, const 
         printError("no bundle was made: the job was interrupted");
         return kExitFailed;
     }
-    const std::string bundle = bundlePathFor(options.targetPath);
+    const std::string bundle = helperUtil::withZipExtension(options.targetPath);
     if (code == MEROENGINE_ERROR_BUNDLE_INCOMPLETE) {
         static_cast<void>(
             std::fprintf(stderr, "Bundle: %s (incomplete: %s)\n", bundle.c_str(), engine->lack().c_str()));

@@ -24,6 +24,3 @@ struct CollectOptions {
     /// Leave the folder in which the bundle was built, and tell where it is.
     bool keepWorkingFolder = false;
 };
-
-/// The path under which the engine writes a bundle for `targetPath`: it ends in ".zip".
-[[nodiscard]] std::string bundlePathFor(const std::string& targetPath);

@@ -1,9 +1,9 @@
 #include "tools/MERO/MEROEngine/implementations/SummaryText.h"
 
 #include "Common/Utility/log/Log.h"
+#include "Common/Utility/text/WhiteSpace.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <iterator>
@@ -14,12 +14,8 @@ namespace {
 
 constexpr std::string_view kGap = "  ";
 
-bool isWhiteSpace(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
-
 void dropLeadingWhiteSpace(std::string& text) {
-    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), isWhiteSpace));
+    text.erase(0, text.size() - trimmedAtStart(text).size());
 }
 
 std::string tableLine(const Cells& cells, const Widths& widths) {

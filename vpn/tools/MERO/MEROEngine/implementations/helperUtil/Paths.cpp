@@ -1,17 +1,15 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 
-#include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/files/TextFile.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
+#include <list>
 #include <string_view>
 #include <unistd.h>
 
@@ -59,29 +57,6 @@ std::string desktopOfLine(std::string_view line, size_t keyPosition) {
     const size_t lastQuote = line.rfind('"');
     return std::string(line.substr(keyPosition + kXdgDesktopKey.size(), lastQuote - kXdgDesktopKey.size())) +
            "/";
-}
-
-struct LineBuffer {
-    LineBuffer() = default;
-    LineBuffer(const LineBuffer&) = delete;
-    LineBuffer& operator=(const LineBuffer&) = delete;
-    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): getline allocates with malloc.
-    ~LineBuffer() { std::free(text); }
-    char* text = nullptr;
-    size_t size = 0;
-};
-
-/// Next line without its line feed; false at the end.
-bool readLine(std::FILE* file, LineBuffer& buffer, std::string_view& lineOut) {
-    const ssize_t length = ::getline(&buffer.text, &buffer.size, file);
-    if (length < 0) {
-        return false;
-    }
-    lineOut = std::string_view(buffer.text, static_cast<size_t>(length));
-    if (lineOut.ends_with('\n')) {
-        lineOut.remove_suffix(1);
-    }
-    return true;
 }
 
 } // namespace
@@ -148,19 +123,14 @@ std::string getDesktopDirectory() {
 
 std::string getXdgDesktopDirectory() {
     const std::string path = xdgFilePath();
-    FileDescriptor descriptor;
-    if (path.empty() || openRegularFile(path.c_str(), O_RDONLY, descriptor) != 0) {
-        return {};
-    }
-    const FileHandle file(::fdopen(descriptor.get(), "rb"));
+    const FileHandle file = path.empty() ? nullptr : openTextFile(path.c_str());
     if (!file) {
         return {};
     }
-    static_cast<void>(descriptor.release()); // the stream owns it now
+    std::list<std::string> lines;
+    static_cast<void>(readTextLines(file.get(), lines)); // what could be read serves
     std::string desktop;
-    LineBuffer buffer;
-    std::string_view line;
-    while (readLine(file.get(), buffer, line)) {
+    for (const std::string& line : lines) {
         const size_t position = line.find(kXdgDesktopKey);
         if (position != std::string_view::npos) {
             desktop = desktopOfLine(line, position);
