@@ -2,7 +2,7 @@
 #include "Common/Utility/SystemIdentity.h"
 #include "tests/engine/collector/CollectorTest.h"
 #include "tests/engine/pipeline/ChildProcess.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 
 #include <csignal>
 #include <ctime>

@@ -1,6 +1,6 @@
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/support/CapturedLog.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 #include "tools/MERO/MEROEngine/implementations/truncator.h"
 

@@ -4,7 +4,7 @@
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 
 #include <string_view>
 

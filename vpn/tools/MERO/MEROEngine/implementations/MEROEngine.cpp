@@ -7,13 +7,13 @@
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Zip/CZip.h"
+#include "tools/MERO/MEROEngine/implementations/BundleText.h"
 #include "tools/MERO/MEROEngine/implementations/collector.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 #include "tools/MERO/MEROEngine/implementations/Progress.h"
 #include "tools/MERO/MEROEngine/implementations/StepText.h"
-#include "tools/MERO/MEROEngine/implementations/SummaryText.h"
 #include "tools/MERO/MEROEngine/implementations/WorkerPool.h"
 
 #include <algorithm>
@@ -316,7 +316,7 @@ uint32_t MEROEngine::writeFailedFilesToSummary(const std::string& path) {
     if (m_requestedFiles.empty()) {
         text += "\n\nNo instruction found in any config for the following file ID's from request:\n";
     }
-    return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
+    return bundleText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
 }
 
 std::string MEROEngine::archivePath() const {

@@ -10,7 +10,7 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 #include "tools/MERO/MEROEngine/implementations/MEROClearLogsAction.h"
 #include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 #include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"

@@ -101,13 +101,6 @@ private:
     /// moveReaderToCorrectOS with its failure in the log. @return true if there are instructions to run.
     [[nodiscard]] bool findInstructions(MEROComponent& file);
 
-    /// The parts of the section's text.
-    [[nodiscard]] std::string headText();
-    [[nodiscard]] std::string includedText() const;
-    [[nodiscard]] std::string omittedText() const;
-    [[nodiscard]] std::string notesText() const;
-    /// Children of a direct child of the summary's root; none if it is missing.
-    [[nodiscard]] std::list<MEROComponent*> summaryEntries(const char* name) const;
     /// Tells of comments that could not be written, in the summary and in the result.
     [[nodiscard]] uint32_t recordLostComments(const std::string& fileName, const std::string& path,
                                               uint32_t code);

@@ -4,9 +4,8 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 
-#include <memory>
 #include <string>
 
 using helperUtil::formatFileSize;
@@ -15,6 +14,12 @@ using helperUtil::stringAfterLast;
 namespace {
 
 constexpr int kSizePrecision = 2;
+constexpr helperUtil::SummaryPartSearch kIncludedFiles = {.caller = "fillSummaryGoodFile",
+                                                          .part = helperUtil::kIncludedPart,
+                                                          .noTree = "m_pXMLSummary is uninitialized",
+                                                          .noTreeCode = MEROENGINE_ERROR_NOT_INITIALIZED,
+                                                          .noRoot = "pDCSummaryRoot is NULL",
+                                                          .noPart = "pDCGoodFiles is NULL"};
 constexpr const char* kWholeNote =
     "*1: When the request specifies file(whole) truncation for a file ID(group), MERO uses greedy algorithm\n"
     "         based on file sizes to decide which file in the ID group to keep and which to leave out.";
@@ -116,24 +121,9 @@ uint32_t truncator::fillSummaryInternalError(const MEROCollectedFile& file) {
 }
 
 uint32_t truncator::fillSummaryGoodFile(const MEROCollectedFile& file) {
-    if (m_pXMLSummary == nullptr) {
-        ZRN_LOG('E', "m_pXMLSummary is uninitialized");
-        return MEROENGINE_ERROR_NOT_INITIALIZED;
-    }
-    if (m_pXMLSummary->GetRoot() == nullptr) {
-        ZRN_LOG('E', "pDCSummaryRoot is NULL");
-        return MEROENGINE_ERROR_NULL_XML_ROOT;
-    }
-    MEROComponent* const goodFiles = m_pXMLSummary->GetRoot()->findOwnChild("Manifest_Included");
-    if (goodFiles == nullptr) {
-        ZRN_LOG('E', "pDCGoodFiles is NULL");
-        return MEROENGINE_ERROR_NULL_XML_CHILD;
-    }
-    auto entry = std::make_unique<MEROComponent>(file.id, baseName(file));
-    entry->addAttribute("description", file.description);
-    entry->addAttribute("file_size", formatFileSize(file.fileSize, kSizePrecision));
-    m_pXMLSummary->addComponent(goodFiles, entry.release());
-    return 0;
+    return helperUtil::addSummaryFile(kIncludedFiles, m_pXMLSummary,
+                                      {file.id, baseName(file), file.description, "file_size",
+                                       formatFileSize(file.fileSize, kSizePrecision)});
 }
 
 void truncator::handleMember(MEROCollectedFile& file, int32_t groupType, double& groupSum,

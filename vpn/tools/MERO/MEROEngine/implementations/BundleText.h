@@ -8,7 +8,7 @@
 #include <string_view>
 
 /// Layout of the bundle's text files. All widths count bytes, as printf does.
-namespace summaryText {
+namespace bundleText {
 
 inline constexpr std::size_t kColumns = 4;
 using Widths = std::array<std::size_t, kColumns>;
@@ -33,4 +33,4 @@ inline constexpr Widths kOmittedWidths{17, 28, 40, 50};
 /// @return 0 or the errno of the first call that failed, which is logged.
 [[nodiscard]] int writeAndClose(FileHandle file, std::string_view text);
 
-} // namespace summaryText
+} // namespace bundleText

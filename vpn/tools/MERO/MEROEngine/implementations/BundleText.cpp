@@ -1,4 +1,4 @@
-#include "tools/MERO/MEROEngine/implementations/SummaryText.h"
+#include "tools/MERO/MEROEngine/implementations/BundleText.h"
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/text/WhiteSpace.h"
@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <iterator>
 
-namespace summaryText {
+namespace bundleText {
 
 namespace {
 
@@ -83,4 +83,4 @@ int writeAndClose(FileHandle file, std::string_view text) {
     return error;
 }
 
-} // namespace summaryText
+} // namespace bundleText

@@ -4,11 +4,11 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/SystemIdentity.h"
 #include "Common/Utility/sysutils.h"
+#include "tools/MERO/MEROEngine/implementations/BundleText.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/Summary.h"
-#include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"
-#include "tools/MERO/MEROEngine/implementations/SummaryText.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
+#include "tools/MERO/MEROEngine/implementations/SummarySection.h"
 #include "tools/MERO/MEROEngine/implementations/truncator.h"
 
 #include <cerrno>
@@ -18,25 +18,15 @@ std::mutex g_summaryLock;
 
 namespace {
 
-constexpr std::size_t kLabelWidth = 30;
-constexpr std::size_t kIncludedLine = 101;
-constexpr std::size_t kOmittedLine = 141;
+constexpr helperUtil::SummaryPartSearch kMainInfo = {.caller = "fillInSummaryMainInfo",
+                                                     .part = helperUtil::kMainInfoPart,
+                                                     .noTree = "m_pXMLSummary->GetRoot() is NULL",
+                                                     .noTreeCode = MEROENGINE_ERROR_NULL_XML_ROOT,
+                                                     .noRoot = "m_pXMLSummary->GetRoot() is NULL",
+                                                     .noPart = "pDCMainInfo is NULL"};
 
 /// The head belongs to the file and not to a section, so it stands before the first section of the process.
 std::once_flag g_headOnce;
-
-/// A table of the entries, between two lines of dashes.
-std::string table(const summaryText::Cells& heads, const summaryText::Widths& widths, std::size_t lineWidth,
-                  const std::list<MEROComponent*>& entries, const char* lastAttribute) {
-    const std::string dashes = std::string(lineWidth, '-') + "\n";
-    std::string text = summaryText::row(heads, widths) + dashes;
-    for (const MEROComponent* entry : entries) {
-        text += summaryText::row({entry->getName(), entry->getValue(), attributeOf(*entry, "description"),
-                                  attributeOf(*entry, lastAttribute)},
-                                 widths);
-    }
-    return text + dashes;
-}
 
 /// Opens, writes and closes. @return 0, MEROENGINE_ERROR_FILE_OPEN_FAILURE or MEROENGINE_ERROR_WRITE_FAILURE.
 uint32_t writeNewFile(const std::string& path, const std::string& text) {
@@ -46,7 +36,7 @@ uint32_t writeNewFile(const std::string& path, const std::string& text) {
         ZRN_LOG_CODE_FOR("writeComments", 'E', "fopen", error, nullptr);
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
-    return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
+    return bundleText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
 }
 
 } // namespace
@@ -58,23 +48,19 @@ uint32_t collector::initializeSummary() {
         ZRN_LOG('E', "m_pXMLSummary->GetRoot() is NULL");
         return MEROENGINE_ERROR_NULL_XML_ROOT;
     }
-    m_pXMLSummary->addComponent(root, "Main_Info", "");
-    m_pXMLSummary->addComponent(root, "Manifest_Included", "File Manifest:");
-    m_pXMLSummary->addComponent(root, "Manifest_Not_Included", "Files Requested But Not Included In Bundle:");
-    m_pXMLSummary->addComponent(root, "Other_Note", "Other notes:");
+    m_pXMLSummary->addComponent(root, helperUtil::kMainInfoPart, "");
+    m_pXMLSummary->addComponent(root, helperUtil::kIncludedPart, "File Manifest:");
+    m_pXMLSummary->addComponent(root, helperUtil::kOmittedPart,
+                                "Files Requested But Not Included In Bundle:");
+    m_pXMLSummary->addComponent(root, helperUtil::kNotesPart, "Other notes:");
     return 0;
 }
 
 uint32_t collector::fillInSummaryMainInfo() {
-    const MEROComponent* root = m_pXMLSummary == nullptr ? nullptr : m_pXMLSummary->GetRoot();
-    if (root == nullptr) {
-        ZRN_LOG('E', "m_pXMLSummary->GetRoot() is NULL");
-        return MEROENGINE_ERROR_NULL_XML_ROOT;
-    }
-    MEROComponent* mainInfo = root->findOwnChild("Main_Info");
-    if (mainInfo == nullptr) {
-        ZRN_LOG('E', "pDCMainInfo is NULL");
-        return MEROENGINE_ERROR_NULL_XML_CHILD;
+    MEROComponent* mainInfo = nullptr;
+    const uint32_t code = helperUtil::findSummaryPart(kMainInfo, m_pXMLSummary.get(), mainInfo);
+    if (code != 0) {
+        return code;
     }
     m_pXMLSummary->addComponent(mainInfo, "Time:", getTimeString(3));
     m_pXMLSummary->addComponent(mainInfo, "OS:", getOSSummaryLine());
@@ -115,59 +101,17 @@ uint32_t collector::printSummary(MEROXmlObject* config, const std::string& /*bun
     // Always 0; an entry that could not be made is in the log.
     static_cast<void>(entries.fillSummaryGoodFiles());
 
+    const SummarySection section(m_pXMLSummary.get());
     std::string text;
-    std::call_once(g_headOnce, [&] { text = headText(); });
-    text += "\n" + std::string(kOmittedLine, '=') + "\n";
+    std::call_once(g_headOnce, [&] {
+        if (const uint32_t code = fillInSummaryMainInfo(); code != 0) {
+            ZRN_LOG_CODE_FOR("headText", 'E', "collector::fillInSummaryMainInfo", code, nullptr);
+        }
+        text = section.head();
+    });
     const MEROComponent* title = config->FindChild("configure", "title");
-    text += (title == nullptr ? std::string("configure") : title->getValue()) + ":\n\n";
-    text += includedText() + omittedText() + notesText();
-    return summaryText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
-}
-
-std::string collector::headText() {
-    const uint32_t code = fillInSummaryMainInfo();
-    if (code != 0) {
-        ZRN_LOG_CODE('E', "collector::fillInSummaryMainInfo", code);
-    }
-    const MEROComponent* root = m_pXMLSummary == nullptr ? nullptr : m_pXMLSummary->GetRoot();
-    std::string text = (root == nullptr ? std::string() : root->getValue()) + "\n";
-    for (const MEROComponent* line : summaryEntries("Main_Info")) {
-        text += summaryText::cell(line->getName(), kLabelWidth) + line->getValue() + "\n";
-    }
-    return text;
-}
-
-std::string collector::includedText() const {
-    return "Files Included in Bundle:\n" + table({"ID", "Filename", "Description", "File Size"},
-                                                 summaryText::kIncludedWidths, kIncludedLine,
-                                                 summaryEntries("Manifest_Included"), "file_size");
-}
-
-std::string collector::omittedText() const {
-    const std::list<MEROComponent*> entries = summaryEntries("Manifest_Not_Included");
-    if (entries.empty()) {
-        return {};
-    }
-    return "\n\nFiles Omitted from Bundle:\n" + table({"ID", "Filename", "Description", "Reason Omitted"},
-                                                      summaryText::kOmittedWidths, kOmittedLine, entries,
-                                                      "reason");
-}
-
-std::string collector::notesText() const {
-    const std::list<MEROComponent*> notes = summaryEntries("Other_Note");
-    std::string text = notes.empty() ? "" : "\n\nNotes:\n";
-    for (const MEROComponent* note : notes) {
-        text += note->getName() + note->getValue() + "\n";
-    }
-    return text;
-}
-
-std::list<MEROComponent*> collector::summaryEntries(const char* name) const {
-    if (m_pXMLSummary == nullptr || m_pXMLSummary->GetRoot() == nullptr) {
-        return {};
-    }
-    const MEROComponent* parent = m_pXMLSummary->GetRoot()->findOwnChild(name);
-    return parent == nullptr ? std::list<MEROComponent*>() : parent->getChildren();
+    text += section.text(title == nullptr ? "configure" : title->getValue());
+    return bundleText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
 }
 
 uint32_t collector::writeComments(MEROComponent* commentsFile, const std::string& bundleFolder) {

@@ -1,4 +1,4 @@
-#include "tools/MERO/MEROEngine/implementations/SummaryText.h"
+#include "tools/MERO/MEROEngine/implementations/BundleText.h"
 
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Sandbox.h"
@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <vector>
 
-using summaryText::takeLine;
+using bundleText::takeLine;
 using ::testing::ElementsAre;
 
 namespace {
@@ -67,18 +67,18 @@ TEST(TakeLine, CountsBytesAndSplitsCharacters) {
 }
 
 TEST(SummaryCell, IsCutOrFilledToItsWidth) {
-    EXPECT_EQ(summaryText::cell("ab", 4), "ab  ");
-    EXPECT_EQ(summaryText::cell("abcdef", 4), "abcd");
-    EXPECT_EQ(summaryText::cell("", 2), "  ");
+    EXPECT_EQ(bundleText::cell("ab", 4), "ab  ");
+    EXPECT_EQ(bundleText::cell("abcdef", 4), "abcd");
+    EXPECT_EQ(bundleText::cell("", 2), "  ");
 }
 
 TEST(SummaryRow, PrintsALineOfBlanksForEmptyCells) {
-    EXPECT_EQ(summaryText::row({}, summaryText::kIncludedWidths), std::string(101, ' ').append("\n"));
-    EXPECT_EQ(summaryText::row({}, summaryText::kOmittedWidths), std::string(141, ' ').append("\n"));
+    EXPECT_EQ(bundleText::row({}, bundleText::kIncludedWidths), std::string(101, ' ').append("\n"));
+    EXPECT_EQ(bundleText::row({}, bundleText::kOmittedWidths), std::string(141, ' ').append("\n"));
 }
 
 TEST(SummaryRow, LeavesTheOtherColumnsBlankFromTheSecondLineOn) {
-    EXPECT_EQ(summaryText::row({"a", "bb bb", "c", ""}, {2, 3, 2, 1}), "a   bb   c    \n    bb        \n");
+    EXPECT_EQ(bundleText::row({"a", "bb bb", "c", ""}, {2, 3, 2, 1}), "a   bb   c    \n    bb        \n");
 }
 
 TEST(SummaryRow, PrintsThreeLinesForAHundredCharacters) {
@@ -87,7 +87,7 @@ TEST(SummaryRow, PrintsThreeLinesForAHundredCharacters) {
     ASSERT_EQ(description.size(), 100u);
     const std::string gap(17 + 2 + 28 + 2, ' ');
     EXPECT_EQ(
-        summaryText::row({"id", "file.log", description, "4 bytes"}, summaryText::kIncludedWidths),
+        bundleText::row({"id", "file.log", description, "4 bytes"}, bundleText::kIncludedWidths),
         "id                 file.log                      The quick brown fox jumps over the lazy   4 bytes"
         "   \n" +
             gap + "dog and then rests in the shade of the" + std::string(2 + 2 + 10, ' ') + "\n" + gap +
@@ -100,17 +100,17 @@ protected:
 };
 
 TEST_F(WriteAndClose, WritesTheWholeText) {
-    EXPECT_EQ(summaryText::writeAndClose(FileHandle(std::fopen("file", "w")), "text"), 0);
+    EXPECT_EQ(bundleText::writeAndClose(FileHandle(std::fopen("file", "w")), "text"), 0);
     EXPECT_EQ(readFile("file"), "text");
 }
 
 TEST_F(WriteAndClose, TellsOfAFullDiskAtTheClose) {
-    EXPECT_EQ(summaryText::writeAndClose(FileHandle(std::fopen("/dev/full", "w")), "text"), ENOSPC);
+    EXPECT_EQ(bundleText::writeAndClose(FileHandle(std::fopen("/dev/full", "w")), "text"), ENOSPC);
     EXPECT_TRUE(m_log.containsCode('E', "writeAndClose", "fclose", ENOSPC)) << m_log.dump();
 }
 
 TEST_F(WriteAndClose, TellsOfAFullDiskAtTheWrite) {
-    EXPECT_EQ(summaryText::writeAndClose(FileHandle(std::fopen("/dev/full", "w")), std::string(100000, 'x')),
+    EXPECT_EQ(bundleText::writeAndClose(FileHandle(std::fopen("/dev/full", "w")), std::string(100000, 'x')),
               ENOSPC);
     EXPECT_TRUE(m_log.containsCode('E', "writeAndClose", "fwrite", ENOSPC)) << m_log.dump();
 }
