@@ -4,7 +4,7 @@
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
-#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
+#include "tools/MERO/MEROEngine/implementations/ToolRun.h"
 
 #include <string_view>
 
@@ -31,7 +31,7 @@ MEROAction::MEROAction(const MEROActionInfo& info, MEROComponent* reader, bool a
     : m_reader(reader), m_info(info), m_adminRun(adminRun) {}
 
 MEROAction::~MEROAction() {
-    endTool();
+    ToolRun(m_info, m_pProcess, m_processId).end();
 }
 
 void MEROAction::Perform(std::list<MEROCollectedFile>& collected) {
@@ -79,8 +79,7 @@ void MEROAction::performInstructions(const MEROComponent& kind, std::list<MEROCo
     }
 }
 
-void MEROAction::recordOmitted(const std::string& fileText, const std::string& reason) const {
-    // A summary that can't take the row has logged that; the other files go on.
-    static_cast<void>(
-        helperUtil::fillSummaryFailedFile(m_info.summary, m_info.id, fileText, m_info.description, reason));
+uint32_t MEROAction::callExtern(const std::string& path, const std::string& commandLine, bool captureStdout,
+                                const std::string& outputFile) {
+    return ToolRun(m_info, m_pProcess, m_processId).run(path, commandLine, captureStdout, outputFile);
 }

@@ -108,9 +108,6 @@ protected:
     [[nodiscard]] uint32_t callExtern(const std::string& path, const std::string& commandLine,
                                       bool captureStdout, const std::string& outputFile);
 
-    /// Adds a row to the summary's omitted files.
-    void recordOmitted(const std::string& fileText, const std::string& reason) const;
-
     /// What started the last tool; null before the first.
     std::unique_ptr<CProcessApi> m_pProcess;
     /// The tool that may still run; 0 if none does.
@@ -126,12 +123,4 @@ private:
     /// none is passed over.
     void performInstructions(const MEROComponent& kind, std::list<MEROCollectedFile>& collected,
                              std::list<std::string>& tempFiles);
-
-    /// The parts of callExtern.
-    void endTool();
-    [[nodiscard]] uint32_t captureTool(const std::string& fullCommand, const std::string& commandLine,
-                                       const std::string& outputFile) const;
-    [[nodiscard]] uint32_t launchTool(const std::string& path, const std::string& commandLine,
-                                      const std::string& outputFile);
-    [[nodiscard]] uint32_t waitForTool(const std::string& toolName);
 };

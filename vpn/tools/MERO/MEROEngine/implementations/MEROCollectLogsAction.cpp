@@ -5,6 +5,7 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <filesystem>
@@ -64,12 +65,12 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
     const std::string filePart = helperUtil::stringAfterLast(attrs.translatedPath, "/");
     std::list<helperUtil::FoundFile> matches;
     const auto recordUnlisted = [&](const std::string& path, const std::string& reason) {
-        recordOmitted(attrs.translatedPath, path + reason);
+        helperUtil::recordOmitted(m_info, attrs.translatedPath, path + reason);
     };
     if (attrs.gatherNewest) {
         const uint32_t code = findNewest(folderPart, filePart, matches, recordUnlisted);
         if (code != 0) {
-            recordOmitted(attrs.translatedPath, "Not found on endpoint");
+            helperUtil::recordOmitted(m_info, attrs.translatedPath, "Not found on endpoint");
             return code;
         }
     } else {
@@ -77,7 +78,7 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
         std::list<std::string> patterns{filePart};
         if (helperUtil::fileFindAll(folder, patterns, false, matches, recordUnlisted) != 0) {
             // The row tells it all: to the walk this instruction has done its work.
-            recordOmitted(attrs.translatedPath, "No file found on endpoint");
+            helperUtil::recordOmitted(m_info, attrs.translatedPath, "No file found on endpoint");
             return 0;
         }
     }
@@ -94,7 +95,7 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
             failure = copyIntoBundle(match.directory + match.name, target, found);
         }
         if (!failure.empty()) {
-            recordOmitted(attrs.translatedPath, failure);
+            helperUtil::recordOmitted(m_info, attrs.translatedPath, failure);
         }
     }
     return 0;
@@ -108,7 +109,7 @@ uint32_t MEROCollectLogsAction::deepDirectoryCopy(const DirectoryActionAttrs& at
     // not feed on itself.
     std::list<helperUtil::FoundFile> matches;
     if (helperUtil::fileFindAll(folder, patterns, true, matches, omissionSink()) != 0) {
-        recordOmitted("N/A", attrs.translatedPath);
+        helperUtil::recordOmitted(m_info, "N/A", attrs.translatedPath);
         return 0;
     }
     for (const helperUtil::FoundFile& match : matches) {
@@ -138,7 +139,7 @@ helperUtil::OmissionSink MEROCollectLogsAction::omissionSink() const {
 }
 
 void MEROCollectLogsAction::recordOmittedPath(const std::string& path, const std::string& reason) const {
-    recordOmitted(helperUtil::stringAfterLast(path, "/"), path + reason);
+    helperUtil::recordOmitted(m_info, helperUtil::stringAfterLast(path, "/"), path + reason);
 }
 
 uint32_t MEROCollectLogsAction::findNewest(const std::string& folder, const std::string& pattern,

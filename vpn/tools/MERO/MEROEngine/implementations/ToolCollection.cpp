@@ -3,6 +3,7 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 #include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
 #include <boost/algorithm/string/replace.hpp>
@@ -97,9 +98,10 @@ uint32_t MEROCollectLogsAction::fetchOutput(const std::string& source, std::stri
     std::string errorText;
     const uint32_t code = helperUtil::fileCopy(source, target, errorText, omissionSink());
     if (code != 0) {
-        recordOmitted(fileName, "MERO cannot access temporary output at: " + source +
-                                    " as specified by Config" +
-                                    (errorText.empty() ? std::string() : " Error returned:" + errorText));
+        helperUtil::recordOmitted(m_info, fileName,
+                                  "MERO cannot access temporary output at: " + source +
+                                      " as specified by Config" +
+                                      (errorText.empty() ? std::string() : " Error returned:" + errorText));
         return code;
     }
     targetOut = target;

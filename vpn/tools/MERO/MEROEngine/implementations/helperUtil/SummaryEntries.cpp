@@ -2,7 +2,6 @@
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
-#include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 
 #include <array>
 #include <charconv>
@@ -80,6 +79,11 @@ uint32_t addSummaryFile(const SummaryPartSearch& search, MEROXmlObject* summary,
 uint32_t fillSummaryFailedFile(MEROXmlObject* summary, const std::string& id, const std::string& fileName,
                                const std::string& description, const std::string& reason) {
     return addSummaryFile(kOmittedFiles, summary, {id, fileName, description, "reason", reason});
+}
+
+void recordOmitted(const MEROActionInfo& info, const std::string& fileText, const std::string& reason) {
+    // The other files go on.
+    static_cast<void>(fillSummaryFailedFile(info.summary, info.id, fileText, info.description, reason));
 }
 
 uint32_t fillSummaryNote(MEROXmlObject* summary, const std::string& text) {

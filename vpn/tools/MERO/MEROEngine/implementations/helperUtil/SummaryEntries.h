@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 
 #include <cstdint>
 #include <string>
@@ -54,7 +54,9 @@ uint32_t addSummaryFile(const SummaryPartSearch& search, MEROXmlObject* summary,
 /// MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
 uint32_t fillSummaryFailedFile(MEROXmlObject* summary, const std::string& id, const std::string& fileName,
                                const std::string& description, const std::string& reason);
-/// Adds a note. @return as above.
+/// Adds what an action leaves out of its item to those files; a summary that can't take it has that logged.
+void recordOmitted(const MEROActionInfo& info, const std::string& fileText, const std::string& reason);
+/// Adds a note. @return as fillSummaryFailedFile.
 uint32_t fillSummaryNote(MEROXmlObject* summary, const std::string& text);
 /// "1023 bytes", "1.50K", "1.00M": powers of 1024 up to "Y", with `precision` digits after a point in every
 /// locale. Below 1024 and from the ninth power up it is whole bytes; an unknown size of -1.0 is "-1 bytes".

@@ -1,3 +1,5 @@
+#include "tools/MERO/MEROEngine/implementations/ToolRun.h"
+
 #include "Common/Utility/files/DescriptorStream.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/CommandShell.h"
@@ -5,7 +7,7 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
-#include "tools/MERO/MEROEngine/implementations/MEROAction.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 #include "tools/MERO/MEROEngine/implementations/Progress.h"
 #include "tools/MERO/MEROEngine/implementations/StepText.h"
 #include "tools/MERO/MEROEngine/implementations/ToolOutput.h"
@@ -55,43 +57,43 @@ void reportTool(const std::string& status) {
 
 } // namespace
 
-uint32_t MEROAction::callExtern(const std::string& path, const std::string& commandLine, bool captureStdout,
-                                const std::string& outputFile) {
-    endTool();
+uint32_t ToolRun::run(const std::string& path, const std::string& commandLine, bool captureStdout,
+                      const std::string& outputFile) {
+    end();
     if (isStopRequested()) {
         return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
     }
-    m_pProcess = std::make_unique<CProcessApi>();
+    m_process = std::make_unique<CProcessApi>();
     const bool captured = captureStdout && !outputFile.empty();
     uint32_t code = 0;
     if (captured) {
         const bool below = !path.empty() && !commandLine.starts_with('/');
-        code = captureTool(below ? path + "/" + commandLine : commandLine, commandLine, outputFile);
+        code = capture(below ? path + "/" + commandLine : commandLine, commandLine, outputFile);
     } else {
-        code = launchTool(path, commandLine, outputFile);
+        code = launch(path, commandLine, outputFile);
     }
     if (code != 0 && isStopRequested()) {
         return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
     }
     if (code != 0) {
-        recordOmitted("N/A", "Failed to execute " + nameOf(commandLine));
+        helperUtil::recordOmitted(m_info, "N/A", "Failed to execute " + nameOf(commandLine));
         return code;
     }
-    return captured ? 0 : waitForTool(nameOf(commandLine));
+    return captured ? 0 : wait(nameOf(commandLine));
 }
 
-void MEROAction::endTool() {
-    if (m_pProcess != nullptr && m_processId > 0) {
+void ToolRun::end() {
+    if (m_process != nullptr && m_processId > 0) {
         // It fails for a tool that has just gone, and that is all the same.
         static_cast<void>(CProcessApi::terminateProcess(m_processId));
     }
     m_processId = 0;
-    m_pProcess.reset();
+    m_process.reset();
 }
 
 // The tool runs even if its output can't be kept: it may be run for what it does.
-uint32_t MEROAction::captureTool(const std::string& fullCommand, const std::string& commandLine,
-                                 const std::string& outputFile) const {
+uint32_t ToolRun::capture(const std::string& fullCommand, const std::string& commandLine,
+                          const std::string& outputFile) const {
     DescriptorStream output(openOutput(outputFile, m_info.directory));
     writeBanner(output, commandLine);
     const uint32_t code = CCommandShell(fullCommand.c_str()).Execute(output);
@@ -100,14 +102,14 @@ uint32_t MEROAction::captureTool(const std::string& fullCommand, const std::stri
         return code;
     }
     if (!output) {
-        recordOmitted(helperUtil::stringAfterLast(outputFile, "/"),
-                      "The output of " + nameOf(commandLine) + " could not be kept whole");
+        helperUtil::recordOmitted(m_info, helperUtil::stringAfterLast(outputFile, "/"),
+                                  "The output of " + nameOf(commandLine) + " could not be kept whole");
     }
     return 0;
 }
 
-uint32_t MEROAction::launchTool(const std::string& path, const std::string& commandLine,
-                                const std::string& outputFile) {
+uint32_t ToolRun::launch(const std::string& path, const std::string& commandLine,
+                         const std::string& outputFile) {
     std::string program = commandLine;
     std::string parameters;
     if (const std::size_t blank = commandLine.find(' '); blank != std::string::npos) {
@@ -119,7 +121,7 @@ uint32_t MEROAction::launchTool(const std::string& path, const std::string& comm
     info.m_bEndWithCaller = true;
     info.m_bDiscardOutput = true;
     info.m_pszOutputFile = outputFile.c_str();
-    const uint32_t code = m_pProcess->Launch(info, program.c_str(), parameters.c_str(), nullptr);
+    const uint32_t code = m_process->Launch(info, program.c_str(), parameters.c_str(), nullptr);
     if (code != 0) {
         ZRN_LOG_CODE_FOR("callExtern", 'E', "CProcessApi::Launch", code, nullptr);
         return code;
@@ -128,16 +130,16 @@ uint32_t MEROAction::launchTool(const std::string& path, const std::string& comm
     return 0;
 }
 
-uint32_t MEROAction::waitForTool(const std::string& toolName) {
+uint32_t ToolRun::wait(const std::string& toolName) {
     std::string status = stepText(kProcessing, m_info.description);
     const std::clock_t start = std::clock();
     uint32_t result = 0;
     while (CProcessApi::pollProcess(m_processId) == 0) {
         uint32_t exitCode = 0;
-        result = m_pProcess->WaitForProcess(m_processId, &exitCode, nullptr, nullptr, kWaitSliceMs);
+        result = m_process->WaitForProcess(m_processId, &exitCode, nullptr, nullptr, kWaitSliceMs);
         if (result == PROCESS_API_ERROR_WAIT_INTERRUPTED) {
             ZRN_LOG_CODE_FOR("callExtern", 'E', "CProcessApi::WaitForProcess", result, nullptr);
-            endTool();
+            end();
             return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
         }
         reportTool(status);
@@ -145,7 +147,7 @@ uint32_t MEROAction::waitForTool(const std::string& toolName) {
         if (elapsed >= kExternTimeoutClockTicks) {
             ZRN_LOG_FOR("callExtern", 'E', "Executable %s timed out after %d seconds of activity.",
                         toolName.c_str(), static_cast<int>(elapsed / CLOCKS_PER_SEC));
-            endTool();
+            end();
             return MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT;
         }
         status = stepText(kStillRunning, toolName);
