@@ -12,7 +12,7 @@ inline constexpr uint32_t kMacNativeCertStore = 0x2104;
 inline constexpr uint32_t kWinNativeCertStore = 0x00C3;
 
 /// The settings of the local policy, each under the name of its element; at first those that hold without a
-/// policy. A plain value: copies are independent.
+/// policy. A plain value: copies are independent. Most are for callers outside of this system.
 class LocalTLPolicyInfo {
 public:
     /// Whether the process is in FIPS mode, which may differ from what the file says by now.

@@ -43,9 +43,9 @@ public:
     [[nodiscard]] uint32_t LoadLocalTrellinkPolicy();
     /// A copy of the settings in force.
     [[nodiscard]] LocalTLPolicyInfo getLocalPolicyInfo() const;
-    /// Whether the process is in FIPS mode.
+    /// For callers outside of this system: whether the process is in FIPS mode.
     [[nodiscard]] bool isFipsEnabled() const;
-    /// Whether the file, as it was read last, wants another FIPS mode than the process has.
+    /// For callers outside of this system: whether the file, as read last, wants another FIPS mode.
     [[nodiscard]] bool isFipsRestartNeeded() const;
 
     /// Writes a policy with just the settings given. Arguments that can't be used are left out with a

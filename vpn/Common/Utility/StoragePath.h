@@ -19,12 +19,12 @@ public:
     /// Drops a reference; the last one deletes the instance. A pointer that is not the instance
     /// is deleted at once.
     static void releaseInstance(CStoragePath* instance);
-    [[nodiscard]] static uint32_t getReferenceCount();
+    [[nodiscard]] static uint32_t getReferenceCount(); ///< For callers outside of this system.
 
     /// "/opt/varnel/corvane/".
     [[nodiscard]] const std::string& getInstallPath() const;
-    [[nodiscard]] std::string getBinPath() const;
-    /// The user's folder of a module if `perUser` is set, else the VPN data folder.
+    [[nodiscard]] std::string getBinPath() const; ///< For callers outside of this system.
+    /// For callers outside of this system: the user's folder if `perUser` is set, else the VPN data folder.
     [[nodiscard]] std::string getModulePath(bool perUser, int module, const std::string& userName,
                                             bool systemWide) const;
     /// The user's home, and for modules 1 to 3, unless `systemWide` is set, the module's
@@ -35,14 +35,14 @@ public:
     /// Home of a user, or of the real user for an empty name, with a trailing "/"; "./" with
     /// a warning if unknown.
     [[nodiscard]] std::string GetUserProgramDataPath(const std::string& userName) const;
-    [[nodiscard]] std::string getFeedbackDataPath(const std::string& base) const;
-    [[nodiscard]] std::string getProfilePath(int module) const;
+    [[nodiscard]] std::string getFeedbackDataPath(const std::string& base) const; ///< For callers outside.
+    [[nodiscard]] std::string getProfilePath(int module) const; ///< For callers outside of this system.
     /// "/opt/varnel/corvane/resources/".
     [[nodiscard]] std::string getResourcesPath() const;
     /// Not supported on this platform: logs that, and is empty.
     [[nodiscard]] std::string GetUILogPath() const;
-    /// Sets `path` to "/tmp/". @return 0, or CSTORAGEPATH_ERROR_TEMPPATH_TOO_BIG if it is longer than
-    /// `maximum` bytes.
+    /// For callers outside of this system: sets `path` to "/tmp/".
+    /// @return 0, or CSTORAGEPATH_ERROR_TEMPPATH_TOO_BIG if it is longer than `maximum` bytes.
     [[nodiscard]] uint32_t getTempPath(std::string& path, uint64_t maximum) const;
 
 private:

@@ -54,11 +54,11 @@ void getOSVersion(Version& versionOut, const OSReleaseFiles& files = {});
 [[nodiscard]] bool isUbuntu(const OSReleaseFiles& files = {});
 [[nodiscard]] bool isRedHat7(const OSReleaseFiles& files = {});
 [[nodiscard]] bool isUbuntu1804OrLater(const OSReleaseFiles& files = {});
-/// Whether the kernel offers the node's unique device id.
+/// For callers outside of this system: whether the kernel offers the node's unique device id.
 [[nodiscard]] bool hasNduid();
 /// "Linux: " and the description; the operating-system line of the bundle's summary.
 [[nodiscard]] std::string getOSSummaryLine();
 /// The same for a given record: "macOS" for a Mac, "Unknown:" for a platform other than Linux.
 [[nodiscard]] std::string getOSSummaryLine(const OSInfo& record);
-/// "Ubuntu", "RHEL" or "Linux", a blank and the version as the distribution writes it.
+/// For callers outside of this system: "Ubuntu", "RHEL" or "Linux", a blank and the distribution's version.
 [[nodiscard]] std::string getOSDisplayString(const OSReleaseFiles& files = {});

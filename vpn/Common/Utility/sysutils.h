@@ -7,9 +7,9 @@
 
 /// Free functions over the C library: time, files, signals.
 
-/// Wall clock in milliseconds, in 32 bits, so that it wraps; 0 if the clock can't be read.
+/// For callers outside of this system: milliseconds, in 32 bits, so that they wrap; 0 without a clock.
 [[nodiscard]] uint32_t getTimeMsecs();
-/// Wall clock in whole seconds.
+/// For callers outside of this system: wall clock in whole seconds.
 [[nodiscard]] time_t getTimeSecs();
 /// Fills in the local time. @return 0 or GLOBAL_ERROR_BAD_PARAMETER for null.
 [[nodiscard]] uint32_t getLocalTime(std::tm* tmOut);
@@ -32,8 +32,8 @@ void sleepMsecs(uint32_t milliseconds);
 [[nodiscard]] bool fileExists(const char* path);
 /// True for a folder. A failure of stat other than ENOENT is logged.
 [[nodiscard]] bool directoryExists(const char* path);
-/// True for a regular file that isn't empty and that its owner may read; otherwise a warning says why. A
-/// missing file is silent.
+/// For callers outside of this system: true for a regular file that isn't empty and that its owner may read;
+/// otherwise a warning says why. A missing file is silent.
 [[nodiscard]] bool fileIsReadable(const char* path);
 /// Whether stat works on the path; false for null.
 [[nodiscard]] bool pathExists(const char* path);

@@ -31,6 +31,6 @@ public:
     virtual uint32_t endDocument() = 0;
     /// Writes the document to its place. @return 0 or a return code.
     [[nodiscard]] virtual uint32_t writeDocument() = 0;
-    /// The document so far; a view that lives as long as the writer.
+    /// For callers outside of this system: the document so far; a view that lives as long as the writer.
     [[nodiscard]] virtual const WipedString* getDocumentBuffer() const = 0;
 };

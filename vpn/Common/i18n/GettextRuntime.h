@@ -31,9 +31,9 @@ inline constexpr int kMessagesCategory = 5;
 [[nodiscard]] const char* getText(const char* key) noexcept;
 /// The same in a given domain.
 [[nodiscard]] const char* getDomainText(const char* domain, const char* key) noexcept;
-/// The same in a given domain and category.
+/// For callers outside of this system: the same in a given domain and category.
 [[nodiscard]] const char* getCategoryText(const char* domain, const char* key, int category) noexcept;
-/// The same in a given domain, for a text with a number in it.
+/// For callers outside of this system: the same in a given domain, for a text with a number in it.
 [[nodiscard]] const char* getPluralText(const char* domain, const char* keySingular, const char* keyPlural,
                                         uint64_t count) noexcept;
 /// The same in a given domain and locale.

@@ -55,11 +55,11 @@ public:
     /// the next setting up on.
     /// @param path  ends in "/"; empty for the installation folder.
     static void setLocalizationPath(const std::string& path);
-    /// Sets the language code of all further look-ups.
+    /// For callers outside of this system: sets the language code of all further look-ups.
     static void setLocale(const std::string& locale);
-    /// Lets the next setCatalog count even if it names the domain in force.
+    /// For callers outside of this system: lets setCatalog count even if it names the domain in force.
     static void clearCatalogName();
-    /// Lets the primary catalogue go; the next look-up loads it again.
+    /// For callers outside of this system: lets the primary catalogue go; the next look-up loads it again.
     static void unloadCatalog();
 
 private:

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-/// A message and its arguments, all texts. Placeholders are "%s", taken in order, or "%1$s" to "%10$s". The
-/// message and the arguments may be secret: they are wiped when they go. Belongs to one thread at a time.
+/// For callers outside of this system: a message and its arguments, all texts. Placeholders are "%s", taken
+/// in order, or "%1$s" to "%10$s". All of it is wiped when it goes. Belongs to one thread at a time.
 class MsgWithArg {
 public:
     MsgWithArg() = default;

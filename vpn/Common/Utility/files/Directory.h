@@ -20,7 +20,7 @@ public:
     [[nodiscard]] uint32_t Open(const std::string& path);
     /// Closes the folder; with none open it does nothing. @return 0 or DIRECTORY_ERROR_UNEXPECTED.
     [[nodiscard]] uint32_t close();
-    /// The next entry's name, in the order of the file system, "." and ".." included.
+    /// For callers outside of this system: the next entry's name, "." and ".." included.
     /// @return 0; DIRECTORY_ERROR_DIRECTORY_NOT_SPECIFIED with none open, DIRECTORY_ERROR_NO_MORE_FILES at
     /// the end, DIRECTORY_ERROR_UNEXPECTED on a read error.
     [[nodiscard]] uint32_t getNextEntry(std::string& nameOut);

@@ -6,10 +6,10 @@
 #include <list>
 #include <string>
 
-/// Line edits of small text files. Each reads the whole file line by line, without the line ends ("\n" or
-/// "\r\n"), and writes lines with "\n"; a file keeps its place, owner and mode. A line matches that begins
-/// with the text looked for. Only regular files are read and written. Every failure is logged and gives
-/// false; an empty argument is refused. No two calls on one file at a time.
+/// For callers outside of this system, all but the first two: line edits of small text files. Each reads the
+/// whole file line by line, without the line ends ("\n" or "\r\n"), and writes lines with "\n"; a file keeps
+/// its place, owner and mode. A line matches that begins with the text looked for. Only regular files are
+/// read and written. A failure is logged and gives false, as does an empty argument. Never two on one file.
 
 /// Opens a regular file for reading and never waits for anything: a pipe or a device is refused.
 /// @return the stream, or null with errno set.

@@ -42,19 +42,19 @@ public:
 /// Logs the message of a number of the message table, whose row has the format of the arguments.
 void logCatalogMessage(uint32_t messageId, int severity, ...);
 void logCatalogMessageV(uint32_t messageId, char severity, va_list arguments);
-/// The same as a trace, severity 'T'.
+/// For callers outside of this system: the same as a trace, severity 'T'.
 void logTrace(uint32_t messageId, ...);
 
 /// Does nothing: verbose lines are switched off in this build of the suite.
 [[gnu::format(printf, 6, 7)]] void logVerbose(const char* function, const char* file, uint32_t line,
                                               char severity, const char* label, const char* format, ...);
 
-/// Replaces the logger by a new one with another identifier, chosen as at the first claim.
-/// Lines logged in between are dropped.
+/// For callers outside of this system: replaces the logger by a new one with another identifier, chosen as at
+/// the first claim. Lines logged in between are dropped.
 /// @return 0, or GLOBAL_ERROR_NO_INSTANCE when there is no claim.
 [[nodiscard]] uint32_t setLogIdentifier(const char* identifier);
 
-/// True while a logger is installed.
+/// For callers outside of this system: true while a logger is installed.
 [[nodiscard]] bool isLoggerInstalled();
 
 /// The two log calls with the caller's place filled in.

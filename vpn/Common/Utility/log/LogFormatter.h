@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-/// Renders log lines for a file of their own. No logger of this system uses one; the classes belong to the
-/// common code.
+/// For callers outside of this system: renders log lines for a file of their own. No logger here uses one,
+/// nor one of the classes below.
 class ILogFormatter {
 public:
     virtual ~ILogFormatter() = default;

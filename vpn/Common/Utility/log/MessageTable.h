@@ -25,8 +25,8 @@ inline constexpr uint32_t kMessageDebugReturnCode = 3;
 /// Never null. The row is static.
 [[nodiscard]] const MessageRecord* getMessageRecord(uint32_t messageId);
 
-/// All ranges of the suite's numbering; sets the count to 11. The array is static.
+/// For callers outside of this system: all ranges of the suite's numbering, 11 in a static array.
 [[nodiscard]] const MessageRange* getMessageRanges(uint32_t& countOut);
 
-/// The rows of the first range, which is the only one with rows here; sets the count to 6.
+/// For callers outside of this system: the 6 rows of the first range, the only one with rows here.
 [[nodiscard]] const MessageRecord* getDebugMessages(uint32_t& countOut);

@@ -30,7 +30,7 @@ public:
     [[nodiscard]] uint32_t Execute(std::list<std::string>& lines) const;
     /// @return also GLOBAL_ERROR_BAD_PARAMETER for null.
     [[nodiscard]] static uint32_t Execute(const char* command, std::list<std::string>& lines);
-    /// Logs how long the command took and what it printed.
+    /// For callers outside of this system: logs how long the command took and what it printed.
     [[nodiscard]] uint32_t ExecuteAndLogResults() const;
 
 private:

@@ -19,8 +19,8 @@ uint32_t boundedCopy(char* destination, uint32_t sizeBytes, const char* source);
 /// @return the length that the whole wants, so that a result of `sizeBytes` or more says that it was cut.
 uint32_t boundedAppend(char* destination, uint32_t sizeBytes, const char* source);
 
-/// The first byte of `text`, within its first `maximum` bytes, that is one of those in `characters`; null if
-/// there is none, or for a null argument.
+/// For callers outside of this system: the first byte of `text`, within its first `maximum` bytes, that is
+/// one of those in `characters`; null if there is none, or for a null argument.
 [[nodiscard]] const char* boundedFindAny(const char* text, const char* characters, uint32_t maximum);
 
 /// vsnprintf that always terminates the buffer.

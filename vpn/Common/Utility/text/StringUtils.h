@@ -9,8 +9,8 @@ class CStringUtils {
 public:
     virtual ~CStringUtils() = default;
 
-    /// Matches the whole text; `*` stands for any run of characters, the empty one included. The comparison
-    /// is case-sensitive.
+    /// For callers outside of this system: matches the whole text; `*` stands for any run of characters, the
+    /// empty one included. The comparison is case-sensitive.
     [[nodiscard]] static bool wildcardMatch(std::string_view text, std::string_view pattern);
     /// Removes trailing line feeds and carriage returns.
     static void trimTrailingLineEnd(std::string& text);
@@ -29,6 +29,6 @@ public:
     [[nodiscard]] static std::list<std::string> tokenize(std::string_view text, char separator);
     /// Whether a path has a component "..".
     [[nodiscard]] static bool hasParentComponent(std::string_view path);
-    /// A copy with the five special characters of XML as entities.
+    /// For callers outside of this system: a copy with the five special characters of XML as entities.
     [[nodiscard]] static std::string escapeXml(std::string_view text);
 };

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// A time or a length of time in seconds and microseconds; 0, 0 means that nothing is set. A plain value.
-/// Its microseconds are 0 to 1000000.
+/// For callers outside of this system: a time or a length of time in seconds and microseconds; 0, 0 means
+/// that nothing is set. A plain value. Its microseconds are 0 to 1000000.
 class TimeVal {
 public:
     TimeVal() = default;

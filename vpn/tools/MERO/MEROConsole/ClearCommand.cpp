@@ -100,8 +100,8 @@ int reportOutcome(const Plan& plan) {
 
 int runClear(const ClearOptions& options, const Plan& plan) {
     g_consoleMode = true;
-    const auto engine = std::make_shared<MEROEngine>(std::string(), options.installDirectory, std::string(),
-                                                     std::string_view(), kModeClearLogs, false, true);
+    const auto engine = std::make_shared<MEROEngine>(
+        EngineOptions{.installPath = options.installDirectory, .mode = kModeClearLogs});
     const uint32_t code = engine->run();
     if (code != 0) {
         const char* name = getReturnCodeDescription(code);

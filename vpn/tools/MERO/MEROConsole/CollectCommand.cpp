@@ -65,9 +65,13 @@ std::string adviceFor(uint32_t code, const CollectOptions& options, const std::s
 /// @param requestPath  empty for the items marked default.
 int runJob(const CollectOptions& options, const std::string& requestPath, const WipedString& password) {
     g_consoleMode = true;
-    const auto engine = std::make_shared<MEROEngine>(requestPath, options.installDirectory,
-                                                     options.targetPath, password.view(), kModeCollect,
-                                                     options.includeLegacyTree, options.collectSystemLogs);
+    const auto engine =
+        std::make_shared<MEROEngine>(EngineOptions{.requestPath = requestPath,
+                                                   .installPath = options.installDirectory,
+                                                   .targetPath = options.targetPath,
+                                                   .password = password.view(),
+                                                   .includeLegacyTree = options.includeLegacyTree,
+                                                   .collectSystemLogs = options.collectSystemLogs});
     std::string keptFolder;
     const uint32_t code = runTidily(
         *engine, options.keepWorkingFolder ? FolderAfterRun::Kept : FolderAfterRun::Removed, &keptFolder);

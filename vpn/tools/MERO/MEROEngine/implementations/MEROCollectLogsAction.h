@@ -32,7 +32,7 @@ public:
     [[nodiscard]] uint32_t deepDirectoryCopy(const DirectoryActionAttrs& attrs,
                                              std::list<MEROCollectedFile>& found);
 
-    /// The summary's words for a failed copy; they begin with a blank.
+    /// For callers outside of this system: the summary's words for a failed copy; they begin with a blank.
     [[nodiscard]] static const char* getCopyFailureText(uint32_t code);
 
 private:

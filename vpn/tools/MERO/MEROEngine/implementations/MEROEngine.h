@@ -25,15 +25,38 @@ inline constexpr int32_t kModeClearLogs = 1;
 /// @param processors  what hardware_concurrency gave; read as a signed number.
 [[nodiscard]] uint32_t collectorThreadCount(uint32_t processors);
 
+/// What a run is asked for.
+struct EngineOptions {
+    /// Request file; empty selects the items marked default. Not read by a clear run.
+    std::string requestPath = {};
+    /// Folder that holds xml/config/; empty for the one of the executable.
+    std::string installPath = {};
+    /// The zip file to write; ".zip" is added unless it ends so. Not used by a clear run.
+    std::string targetPath = {};
+    /// Copied, into memory that is wiped; empty for no encryption.
+    std::string_view password = {};
+    /// kModeCollect; any other value clears logs.
+    int32_t mode = kModeCollect;
+    /// Without a request, take the items of the legacy group as well.
+    bool includeLegacyTree = false;
+    /// Without a request, and in a clear run, take the system logs too.
+    bool collectSystemLogs = true;
+};
+
 /// One job from request to zip. Must be held by a shared_ptr before run; serves one run. It tells its steps
 /// and its end through reportProgress and its final code as the result as well.
+///
+/// One thread makes it, sets it up and calls run, which has threads of its own at work until it returns. They
+/// keep the object alive, and the progress listener is called by any of them. Several engines may run at
+/// once; the process has one of each of these for all of them: the listener, the percentage and the counts
+/// behind it (Progress.h), the stop request, which ends every run and is never taken back, the head of the
+/// summary, which the first section of the process gets, and the working folder's plain name.
 class MEROEngine : public std::enable_shared_from_this<MEROEngine> {
 public:
-    /// @param requestPath  request file; empty selects the items marked default.
-    /// @param installPath  folder that holds xml/config/; empty for the one of the executable.
-    /// @param targetPath   the zip file to write; ".zip" is added unless it ends so.
-    /// @param password     empty for no encryption.
-    /// @param mode         0 collects, any other value clears logs.
+    explicit MEROEngine(const EngineOptions& options)
+        : MEROEngine(options.requestPath, options.installPath, options.targetPath, options.password,
+                     options.mode, options.includeLegacyTree, options.collectSystemLogs) {}
+    /// The same for callers that have the values one by one, as EngineOptions names them.
     MEROEngine(const std::string& requestPath, const std::string& installPath, const std::string& targetPath,
                std::string_view password, int32_t mode, bool includeLegacyTree, bool collectSystemLogs);
     virtual ~MEROEngine();

@@ -17,7 +17,8 @@ public:
     truncator(const truncator&) = delete;
     truncator& operator=(const truncator&) = delete;
 
-    /// Applies the limits of the records and enters them, id by id. Once per object.
+    /// For callers outside of this system, with what serves it: applies the limits of the records and enters
+    /// them, id by id. Once per object. No item of a run has a limit.
     /// @return 0, or MEROENGINE_ERROR_NOT_INITIALIZED for an empty list.
     [[nodiscard]] virtual uint32_t perform();
     /// Enters every record as included, in list order. @return 0.

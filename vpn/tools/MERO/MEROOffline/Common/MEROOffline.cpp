@@ -36,8 +36,11 @@ void MEROOffline::run() {
         // Without it the job goes on all the same: only what a tool leaves running may get away.
         adoptDescendants();
         const auto engine =
-            std::make_shared<MEROEngine>(m_requestPath, m_configDir, m_bundlePath, m_password.view(),
-                                         m_clearLogs ? kModeClearLogs : kModeCollect, false, true);
+            std::make_shared<MEROEngine>(EngineOptions{.requestPath = m_requestPath,
+                                                       .installPath = m_configDir,
+                                                       .targetPath = m_bundlePath,
+                                                       .password = m_password.view(),
+                                                       .mode = m_clearLogs ? kModeClearLogs : kModeCollect});
         // The name of a request of the wizard can be guessed.
         engine->setPrivateRequest();
         m_result = runTidily(*engine);

@@ -19,7 +19,7 @@ public:
                 const std::string& bundlePath, std::string_view password, bool clearLogs);
 
     void run() override;
-    /// The engine's result once run has returned; 0 before.
+    /// For callers outside of this system: the engine's result once run has returned; 0 before.
     [[nodiscard]] virtual uint64_t getResult() const { return m_result; }
 
 private:

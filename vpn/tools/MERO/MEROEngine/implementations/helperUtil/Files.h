@@ -85,7 +85,7 @@ using OmissionSink = std::function<void(const std::string& path, const std::stri
 /// the code alone.
 [[nodiscard]] uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
                                    std::list<FoundFile>& results, const OmissionSink& omitted);
-/// Deletes the files directly in a folder.
+/// For callers outside of this system: deletes the files directly in a folder.
 /// @param directory  gets a trailing "/" in place.
 /// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; the listing's code; MEROENGINE_ERROR_UNEXPECTED
 /// if a file stays.

@@ -15,14 +15,14 @@ namespace helperUtil {
                                            bool keepDelimiter);
 /// Text before the first delimiter; the whole text if there is none.
 [[nodiscard]] std::string stringBeforeFirst(std::string_view text, std::string_view delimiter);
-/// With `keepDelimiter` the text from the first delimiter on, else the text behind the run of delimiters that
-/// starts at the first one. The whole text if there is none.
+/// For callers outside of this system: with `keepDelimiter` the text from the first delimiter on, else the
+/// text behind the run of delimiters that starts at the first one. The whole text if there is none.
 [[nodiscard]] std::string stringAfterFirst(std::string_view text, std::string_view delimiter,
                                            bool keepDelimiter);
 /// Folder of a configured path with its trailing "/", or empty for a path that names none: a bare file name
 /// is not looked for in whatever the current folder happens to be.
 [[nodiscard]] std::string folderPartOf(const std::string& path);
-/// Text from its first byte that is neither blank nor tab.
+/// For callers outside of this system: text from its first byte that is neither blank nor tab.
 [[nodiscard]] std::string trimLeadingBlanks(std::string_view text);
 /// Bundle name of a collected file, from the name that the configuration gives and the one found on disk:
 /// "bundle.log" and "messages.1" give "bundle__messages__1.log".

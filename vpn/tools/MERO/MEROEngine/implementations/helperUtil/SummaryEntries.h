@@ -61,7 +61,7 @@ uint32_t fillSummaryNote(MEROXmlObject* summary, const std::string& text);
 /// "1023 bytes", "1.50K", "1.00M": powers of 1024 up to "Y", with `precision` digits after a point in every
 /// locale. Below 1024 and from the ninth power up it is whole bytes; an unknown size of -1.0 is "-1 bytes".
 [[nodiscard]] std::string formatFileSize(double bytes, int precision);
-/// Label of a truncation scheme; static.
+/// For callers outside of this system: label of a truncation scheme; static.
 [[nodiscard]] const char* truncationTypeText(int32_t type);
 
 } // namespace helperUtil

@@ -24,8 +24,8 @@ struct CopyFailure {
     bool isUnlistedFolder = false;
 };
 
-/// One copy with all folders that it goes through. Lives for one use, on one thread. Every log line of it is
-/// fileCopy's.
+/// One copy with all folders that it goes through, whose log lines are those of fileCopy. Lives for one use,
+/// on one thread.
 class TreeCopy {
 public:
     /// @param omitted  outlives this object.

@@ -16,7 +16,7 @@ public:
     MEROMgr(std::list<MEROXmlObject*>& trees, const std::string& folder);
     virtual ~MEROMgr() = default;
 
-    /// Each file's parse result, in the order of parsing.
+    /// For callers outside of this system: each file's parse result, in the order of parsing.
     [[nodiscard]] std::list<uint32_t> getResults() const { return m_results; }
     /// Full paths of the files that failed, and the folder itself if it could not be read to its end.
     [[nodiscard]] std::list<std::string> getFailedFiles() const { return m_failedFiles; }

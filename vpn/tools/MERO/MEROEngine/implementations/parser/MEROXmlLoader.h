@@ -10,8 +10,12 @@ inline constexpr int kLoadText = 0;
 inline constexpr int kLoadFile = 1;
 inline constexpr int kLoadFolder = 2;
 
-/// Turns a text, a file or a folder of configuration files into trees. One loader per document set; used by
-/// one thread.
+/// Turns a text, a file or a folder of configuration files into trees. One loader per document or folder;
+/// used by one thread.
+///
+/// A tree of a text or a file is the loader's, and goes with it: such a loader serves one load, since a
+/// second one would go on in the same tree. The trees of a folder are the caller's, who deletes each; a list
+/// that had trees before keeps them, and they stay whose they were.
 class MEROXmlLoader {
 public:
     MEROXmlLoader();
@@ -20,8 +24,7 @@ public:
     MEROXmlLoader& operator=(const MEROXmlLoader&) = delete;
 
     /// @param source  the document (mode 0), a file path (mode 1), or a folder ending in "/" (mode 2).
-    /// @param trees   gets the good trees appended. In modes 0 and 1 the tree stays the loader's;
-    /// in mode 2 each is a new object that the caller owns.
+    /// @param trees   gets the good trees appended, also those before a failure; owned as told above.
     /// @return `trees`, or null for a parse failure, for a folder without a good file, or for another mode.
     [[nodiscard]] std::list<MEROXmlObject*>* load(const std::string& source, int mode,
                                                   std::list<MEROXmlObject*>& trees);

@@ -61,8 +61,10 @@ bool enterCage(const WorkOrder& order) {
 }
 
 ProgressRecord runEngine(WorkOrder& order, SpaceWatch& watch) {
-    const auto engine = std::make_shared<MEROEngine>(order.requestPath, order.installPath, order.bundlePath,
-                                                     order.password.view(), kModeCollect, false, true);
+    const auto engine = std::make_shared<MEROEngine>(EngineOptions{.requestPath = order.requestPath,
+                                                                   .installPath = order.installPath,
+                                                                   .targetPath = order.bundlePath,
+                                                                   .password = order.password.view()});
     order.password.clear();
     engine->setArchivePath(order.archivePath);
     engine->setRequestLimits(kRequestLimits);
