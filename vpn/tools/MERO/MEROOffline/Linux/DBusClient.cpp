@@ -1,6 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/DBusClient.h"
 
 #include "tools/MERO/MEROEngine/implementations/MEROStatusInfo.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HelperBus.h"
 
@@ -42,8 +43,7 @@ GObjectHandle<GDBusConnection> connectToBus(GCancellable* cancellable, GError** 
 
 /// Logs why a call has failed, unless it was given up.
 /// @param what  the beginning of the line.
-void logFailure(const char* function, uint32_t line, const char* what, GError* error) {
-    const ErrorHandle reason(error);
+void logFailure(const char* function, uint32_t line, const char* what, const ErrorHandle& reason) {
     if (g_error_matches(reason.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) == FALSE) {
         logMessage(function, __FILE__, line, 'E', "%s %s", what, reason->message);
     }
@@ -77,8 +77,8 @@ VariantHandle dictionaryOf(std::span<const Argument> arguments) {
 CDBusClient::CDBusClient(CMEROClientIfc* client, GCancellable* cancellable)
     : m_cancellable(shareRef(cancellable)),
       m_pLogClient(std::make_unique<CLogClient>(nullptr, "zrn_meroui")) {
-    GError* error = nullptr;
-    const GObjectHandle<GDBusConnection> connection = connectToBus(cancellable, &error);
+    ErrorHandle error;
+    const GObjectHandle<GDBusConnection> connection = connectToBus(cancellable, ErrorOut(error));
     if (connection == nullptr) {
         logFailure(__func__, __LINE__, "Failed to connect to DBus.", error);
         return;
@@ -86,7 +86,7 @@ CDBusClient::CDBusClient(CMEROClientIfc* client, GCancellable* cancellable)
     // The end of the bus must not be the end of a job that runs in this process.
     g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
     m_pProxy = adoptRef(mero_helper_proxy_new_sync(connection.get(), G_DBUS_PROXY_FLAGS_NONE, kHelperName,
-                                                   kHelperPath, cancellable, &error));
+                                                   kHelperPath, cancellable, ErrorOut(error)));
     if (m_pProxy == nullptr) {
         logFailure(__func__, __LINE__, "Failed to create proxy.", error);
         return;
@@ -131,9 +131,9 @@ bool CDBusClient::RequestHelperStartMERO(const char* requestPath, const char* co
     gboolean taken = FALSE;
     if (m_pProxy != nullptr && areText(arguments)) {
         const VariantHandle dictionary = dictionaryOf(arguments);
-        GError* error = nullptr;
+        ErrorHandle error;
         if (mero_helper_call_start_mero_sync(m_pProxy.get(), dictionary.get(), &taken, m_cancellable.get(),
-                                             &error) == FALSE) {
+                                             ErrorOut(error)) == FALSE) {
             logFailure(__func__, __LINE__, kInvokeFailed, error);
             return false;
         }
@@ -149,8 +149,8 @@ bool CDBusClient::RequestHelperExit(uint32_t delaySeconds) {
     if (m_pProxy == nullptr) {
         return false;
     }
-    GError* error = nullptr;
-    if (mero_helper_call_exit_sync(m_pProxy.get(), delaySeconds, nullptr, &error) == FALSE) {
+    ErrorHandle error;
+    if (mero_helper_call_exit_sync(m_pProxy.get(), delaySeconds, nullptr, ErrorOut(error)) == FALSE) {
         logFailure(__func__, __LINE__, kInvokeFailed, error);
         return false;
     }

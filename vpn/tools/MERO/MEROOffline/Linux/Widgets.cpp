@@ -1,6 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include "Common/Utility/log/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
 
 namespace {
 
@@ -30,11 +31,9 @@ constexpr char kStyle[] =
 
 ErrorHandle loadUIDefinition(const std::string& path) {
     g_builder = adoptRef(gtk_builder_new());
-    GError* error = nullptr;
-    if (gtk_builder_add_from_file(g_builder.get(), path.c_str(), &error) == 0) {
-        return ErrorHandle(error);
-    }
-    return nullptr;
+    ErrorHandle error;
+    gtk_builder_add_from_file(g_builder.get(), path.c_str(), ErrorOut(error));
+    return error;
 }
 
 void releaseUIDefinition() {

@@ -1,6 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Authorisation.h"
 
 #include "Common/Utility/log/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <memory>
@@ -22,18 +23,18 @@ std::unique_ptr<Question> takeOver(gpointer data) {
     return std::unique_ptr<Question>(static_cast<Question*>(data));
 }
 
-void answerNo(const Question& question, const GError* error) {
+void answerNo(const Question& question, const ErrorHandle& error) {
     ZRN_LOG('W', "No authorisation for %s. %s", question.caller.c_str(), error->message);
     runHandler(__func__, [&] { question.answer(false); });
 }
 
 void onDecision(GObject* authority, GAsyncResult* result, gpointer data) {
     const std::unique_ptr<Question> question = takeOver(data);
-    GError* error = nullptr;
+    ErrorHandle error;
     const auto decision = adoptRef(polkit_authority_check_authorization_finish(
-        reinterpret_cast<PolkitAuthority*>(authority), result, &error));
+        reinterpret_cast<PolkitAuthority*>(authority), result, ErrorOut(error)));
     if (decision == nullptr) {
-        answerNo(*question, ErrorHandle(error).get());
+        answerNo(*question, error);
         return;
     }
     const bool allowed = polkit_authorization_result_get_is_authorized(decision.get()) != FALSE;
@@ -45,10 +46,10 @@ void onDecision(GObject* authority, GAsyncResult* result, gpointer data) {
 
 void onAuthority(GObject* /*source*/, GAsyncResult* result, gpointer data) {
     std::unique_ptr<Question> question = takeOver(data);
-    GError* error = nullptr;
-    const auto authority = adoptRef(polkit_authority_get_finish(result, &error));
+    ErrorHandle error;
+    const auto authority = adoptRef(polkit_authority_get_finish(result, ErrorOut(error)));
     if (authority == nullptr) {
-        answerNo(*question, ErrorHandle(error).get());
+        answerNo(*question, error);
         return;
     }
     // By its name on the bus: a process number could be another process's by the time somebody looks.

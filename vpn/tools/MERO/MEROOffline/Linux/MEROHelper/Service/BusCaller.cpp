@@ -1,6 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
 
 #include "Common/Utility/log/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 
 #include <memory>
@@ -14,11 +15,10 @@ constexpr int kAnswerLimitMs = 10000;
 
 void onUserAnswer(GObject* connection, GAsyncResult* result, gpointer data) {
     const std::unique_ptr<Answer> answer(static_cast<Answer*>(data));
-    GError* error = nullptr;
-    const VariantHandle reply(
-        g_dbus_connection_call_finish(reinterpret_cast<GDBusConnection*>(connection), result, &error));
-    const ErrorHandle reason(error);
-    if (reply == nullptr && g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE) {
+    ErrorHandle error;
+    const VariantHandle reply(g_dbus_connection_call_finish(reinterpret_cast<GDBusConnection*>(connection),
+                                                            result, ErrorOut(error)));
+    if (reply == nullptr && g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE) {
         return;
     }
     std::optional<uid_t> user;
@@ -27,7 +27,7 @@ void onUserAnswer(GObject* connection, GAsyncResult* result, gpointer data) {
         g_variant_get(reply.get(), "(u)", &number);
         user = number;
     } else {
-        ZRN_LOG('W', "The bus does not tell a caller's user. %s", reason->message);
+        ZRN_LOG('W', "The bus does not tell a caller's user. %s", error->message);
     }
     runHandler(__func__, [&] { (*answer)(user); });
 }

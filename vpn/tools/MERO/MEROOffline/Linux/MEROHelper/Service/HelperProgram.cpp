@@ -3,6 +3,7 @@
 #include "Common/Utility/log/EscapingLogger.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/log/LoggerChoice.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkerProcess.h"
@@ -30,11 +31,10 @@ gboolean onTermination(gpointer service) {
 }
 
 GObjectHandle<GDBusConnection> connectToBus() {
-    GError* error = nullptr;
-    auto connection = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
+    ErrorHandle error;
+    auto connection = adoptRef(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, ErrorOut(error)));
     if (connection == nullptr) {
-        const ErrorHandle reason(error);
-        ZRN_LOG('E', "No bus. %s", reason->message);
+        ZRN_LOG('E', "No bus. %s", error->message);
     } else {
         // The end of the bus ends the job under way too, in order.
         g_dbus_connection_set_exit_on_close(connection.get(), FALSE);

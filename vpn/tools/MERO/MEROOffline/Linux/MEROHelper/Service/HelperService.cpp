@@ -1,6 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/HelperService.h"
 
 #include "Common/Utility/log/Log.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HelperBus.h"
 
@@ -36,13 +37,12 @@ std::vector<JobEntry> entriesOf(GVariant* dictionary) {
 
 /// @return the reply of the bus itself, null and logged for an error.
 VariantHandle callBus(GDBusConnection* connection, const char* method, GVariant* arguments) {
-    GError* error = nullptr;
+    ErrorHandle error;
     VariantHandle reply(g_dbus_connection_call_sync(
         connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
-        arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error));
+        arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, ErrorOut(error)));
     if (reply == nullptr) {
-        const ErrorHandle reason(error);
-        ZRN_LOG('E', "The bus refuses %s. %s", method, reason->message);
+        ZRN_LOG('E', "The bus refuses %s. %s", method, error->message);
     }
     return reply;
 }
@@ -65,11 +65,10 @@ HelperService::~HelperService() {
 }
 
 bool HelperService::start() {
-    GError* error = nullptr;
+    ErrorHandle error;
     if (g_dbus_interface_skeleton_export(G_DBUS_INTERFACE_SKELETON(m_helper.get()), m_connection, kHelperPath,
-                                         &error) == FALSE) {
-        const ErrorHandle reason(error);
-        ZRN_LOG('E', "The interface can't be served. %s", reason->message);
+                                         ErrorOut(error)) == FALSE) {
+        ZRN_LOG('E', "The interface can't be served. %s", error->message);
         return false;
     }
     if (!requestName()) {
@@ -166,13 +165,12 @@ void HelperService::tell(const ProgressRecord& record) const {
     // To the caller alone: what is collected is nobody else's business.
     const TextHandle text(
         g_utf8_make_valid(record.message.c_str(), static_cast<gssize>(record.message.size())));
-    GError* error = nullptr;
+    ErrorHandle error;
     if (g_dbus_connection_emit_signal(
             m_connection, m_caller->name.c_str(), kHelperPath, kHelperName, "UpdateProgress",
             g_variant_new("(xus)", static_cast<gint64>(record.status), record.progress, text.get()),
-            &error) == FALSE) {
-        const ErrorHandle reason(error);
-        ZRN_LOG('W', "Progress can't be sent. %s", reason->message);
+            ErrorOut(error)) == FALSE) {
+        ZRN_LOG('W', "Progress can't be sent. %s", error->message);
     }
 }
 
