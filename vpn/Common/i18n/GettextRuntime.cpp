@@ -3,13 +3,13 @@
 #include "Common/i18n/LocaleVariants.h"
 #include "Common/i18n/TextDomain.h"
 #include "Common/Utility/text/BoundedString.h"
+#include "Common/Utility/threads/Mutex.h"
 
 #include <clocale>
 #include <cstddef>
 #include <cstring>
 #include <forward_list>
 #include <memory>
-#include <mutex>
 #include <new>
 
 namespace {
@@ -40,19 +40,19 @@ public:
     const char* charset();
 
 private:
-    TextDomain* findDomain(const char* name);
-    const char* listLocales(const char* locale);
-    bool load(TextDomain& domain, int category, bool hasFallBack);
+    TextDomain* findDomain(const char* name) ZRN_REQUIRES(m_lock);
+    const char* listLocales(const char* locale) ZRN_REQUIRES(m_lock);
+    bool load(TextDomain& domain, int category, bool hasFallBack) ZRN_REQUIRES(m_lock);
 
-    std::mutex m_lock;
+    Mutex m_lock;
     /// Newest first. A domain stays to the end of the process.
-    std::forward_list<TextDomain> m_bound;
-    TextDomain m_first{kFirstDomain, kFirstFolder};
-    NameBuffer m_current{"messages"};
-    LastLoad m_last;
+    std::forward_list<TextDomain> m_bound ZRN_GUARDED_BY(m_lock);
+    TextDomain m_first ZRN_GUARDED_BY(m_lock){kFirstDomain, kFirstFolder};
+    NameBuffer m_current ZRN_GUARDED_BY(m_lock){"messages"};
+    LastLoad m_last ZRN_GUARDED_BY(m_lock);
     /// The locales that a load goes through.
-    NameBuffer m_scratch{};
-    LocaleVariantBuffer m_variants{};
+    NameBuffer m_scratch ZRN_GUARDED_BY(m_lock){};
+    LocaleVariantBuffer m_variants ZRN_GUARDED_BY(m_lock){};
 };
 
 /// Never destroyed, for texts are asked for to the very end of the process.
@@ -95,7 +95,7 @@ bool Runtime::load(TextDomain& domain, int category, bool hasFallBack) {
 }
 
 const char* Runtime::translate(const char* domainName, const char* key, int category, const char* locale) {
-    const std::lock_guard guard(m_lock);
+    const LockGuard guard(m_lock);
     const char* const locales = listLocales(locale);
     TextDomain* const domain = findDomain(domainName == nullptr ? m_current.data() : domainName);
     if (locales == nullptr || domain == nullptr ||
@@ -116,7 +116,7 @@ const char* Runtime::translate(const char* domainName, const char* key, int cate
 }
 
 char* Runtime::select(const char* domainName) {
-    const std::lock_guard guard(m_lock);
+    const LockGuard guard(m_lock);
     if (domainName != nullptr && domainName != m_current.data()) {
         boundedCopy(m_current.data(), kNameBytes, *domainName == '\0' ? kFirstDomain : domainName);
     }
@@ -124,7 +124,7 @@ char* Runtime::select(const char* domainName) {
 }
 
 void Runtime::bind(const char* domainName, const char* folder) {
-    const std::lock_guard guard(m_lock);
+    const LockGuard guard(m_lock);
     if (TextDomain* const domain = findDomain(domainName)) {
         domain->setFolder(folder);
     } else {
@@ -133,14 +133,14 @@ void Runtime::bind(const char* domainName, const char* folder) {
 }
 
 void Runtime::unload(const char* domainName) {
-    const std::lock_guard guard(m_lock);
+    const LockGuard guard(m_lock);
     if (TextDomain* const domain = findDomain(domainName)) {
         domain->unload();
     }
 }
 
 const char* Runtime::charset() {
-    const std::lock_guard guard(m_lock);
+    const LockGuard guard(m_lock);
     const TextDomain* const domain = findDomain(m_current.data());
     return domain == nullptr ? "" : domain->charset();
 }

@@ -7,13 +7,13 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/StoragePath.h"
 #include "Common/Utility/text/StringUtils.h"
+#include "Common/Utility/threads/Mutex.h"
 
 #include <algorithm>
 #include <clocale>
 #include <cstring>
 #include <libintl.h>
 #include <locale>
-#include <mutex>
 #include <stdexcept>
 #include <string_view>
 
@@ -52,7 +52,7 @@ template <typename BaseOf> void findFolder(const char* function, std::string& pa
 
 void MsgCatalog::getLangCode(std::string& languageOut) {
     languageOut.clear();
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     try {
         languageOut = CStringUtils::toLower(localeOfMessages(std::locale("").name()));
     } catch (const std::runtime_error& error) {
@@ -64,7 +64,7 @@ void MsgCatalog::getLangCode(std::string& languageOut) {
 }
 
 void MsgCatalog::initMsgCatalog(const std::string& locale) {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     const CInstanceSmartPtr<XmlLocalTLPolMgr> policy;
     if (policy) {
         s_bBypassDefaultLocalization = policy->getLocalPolicyInfo().getBypassDefaultLocalization();
@@ -82,7 +82,7 @@ void MsgCatalog::initMsgCatalog(const std::string& locale) {
 
 void MsgCatalog::init(const std::string& catalogName, const std::string& defaultCatalogName,
                       const std::string& locale) {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     std::string language = locale;
     if (language.empty()) {
         getLangCode(language);
@@ -97,7 +97,7 @@ void MsgCatalog::init(const std::string& catalogName, const std::string& default
 }
 
 bool MsgCatalog::setCatalog(const std::string& catalogName, const std::string& defaultCatalogName) {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     if (catalogName == s_catalogName) {
         return true;
     }
@@ -139,7 +139,7 @@ void MsgCatalog::getMessage(const char* key, std::string& messageOut) {
 
 void MsgCatalog::getMessage(const char* keySingular, const char* keyPlural, uint64_t count,
                             std::string& messageOut) {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     messageOut.clear();
     if (keySingular == nullptr || keyPlural == nullptr) {
         ZRN_LOG('E', "Error getting the translated message. NULL pointer.");
@@ -151,8 +151,8 @@ void MsgCatalog::getMessage(const char* keySingular, const char* keyPlural, uint
     if (!s_bInitialized) {
         initMsgCatalog("");
     }
-    const auto ask = [&](const char* domain) {
-        return getText(domain, keySingular, keyPlural, count, kMessagesCategory, s_locale.c_str());
+    const auto ask = [&, locale = s_locale.c_str()](const char* domain) {
+        return getText(domain, keySingular, keyPlural, count, kMessagesCategory, locale);
     };
     const char* text = ask(nullptr);
     if (!s_bBypassDefaultLocalization && std::strcmp(text, count == 1 ? keySingular : keyPlural) == 0) {
@@ -162,33 +162,34 @@ void MsgCatalog::getMessage(const char* keySingular, const char* keyPlural, uint
 }
 
 void MsgCatalog::getLocalizationPath(std::string& pathOut) {
-    const std::lock_guard guard(s_lock);
-    findFolder(__func__, pathOut, [](const CStoragePath& paths) {
-        return s_localizationPathOverride.empty() ? paths.getInstallPath() : s_localizationPathOverride;
+    const LockGuard guard(s_lock);
+    const std::string other = s_localizationPathOverride;
+    findFolder(__func__, pathOut, [&other](const CStoragePath& paths) {
+        return other.empty() ? paths.getInstallPath() : other;
     });
 }
 
 void MsgCatalog::getEmbeddedLocalizationPath(std::string& pathOut) {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     findFolder(__func__, pathOut, [](const CStoragePath& paths) { return paths.getResourcesPath(); });
 }
 
 void MsgCatalog::setLocalizationPath(const std::string& path) {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     s_localizationPathOverride = path;
 }
 
 void MsgCatalog::setLocale(const std::string& locale) {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     s_locale = locale;
 }
 
 void MsgCatalog::clearCatalogName() {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     s_catalogName.clear();
 }
 
 void MsgCatalog::unloadCatalog() {
-    const std::lock_guard guard(s_lock);
+    const LockGuard guard(s_lock);
     unloadDomain(kCatalog);
 }

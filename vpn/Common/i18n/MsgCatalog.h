@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Common/Utility/threads/ManualLock.h"
+#include "Common/Utility/threads/Mutex.h"
 
 #include <cstdint>
 #include <string>
@@ -65,13 +66,12 @@ public:
 private:
     friend struct MsgCatalogTestAccess;
 
-    [[nodiscard]] static const char* readCharset();
+    [[nodiscard]] static const char* readCharset() ZRN_REQUIRES(s_lock);
 
     inline static CManualLock s_lock{500};
-    /// All guarded by s_lock.
-    inline static std::string s_catalogName;
-    inline static std::string s_locale;
-    inline static std::string s_localizationPathOverride;
-    inline static bool s_bInitialized = false;
-    inline static bool s_bBypassDefaultLocalization = false;
+    inline static std::string s_catalogName ZRN_GUARDED_BY(s_lock);
+    inline static std::string s_locale ZRN_GUARDED_BY(s_lock);
+    inline static std::string s_localizationPathOverride ZRN_GUARDED_BY(s_lock);
+    inline static bool s_bInitialized ZRN_GUARDED_BY(s_lock) = false;
+    inline static bool s_bBypassDefaultLocalization ZRN_GUARDED_BY(s_lock) = false;
 };

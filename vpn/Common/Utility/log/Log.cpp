@@ -8,12 +8,12 @@
 #include "Common/Utility/text/BoundedString.h"
 #include "Common/Utility/text/LimitedFormat.h"
 #include "Common/Utility/threads/ManualLock.h"
+#include "Common/Utility/threads/Mutex.h"
 
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <mutex>
 #include <new>
 #include <pthread.h>
 #include <string_view>
@@ -31,7 +31,7 @@ thread_local Body t_returnCodeBody;
 thread_local std::array<char, kTextSize> t_text;
 thread_local uint64_t t_threadId = 0;
 
-/// What the claims share. m_lock guards the other fields.
+/// What the claims share.
 struct LogState {
     LogState() = default;
     ~LogState();
@@ -39,8 +39,8 @@ struct LogState {
     LogState& operator=(const LogState&) = delete;
 
     CManualLock m_lock;
-    uint32_t m_clientCount = 0;
-    std::unique_ptr<ILogger> m_logger;
+    uint32_t m_clientCount ZRN_GUARDED_BY(m_lock) = 0;
+    std::unique_ptr<ILogger> m_logger ZRN_GUARDED_BY(m_lock);
 };
 
 LogState& logState() {
@@ -64,13 +64,13 @@ public:
     LineUnderWay& operator=(const LineUnderWay&) = delete;
 };
 
-void installLogger(LogState& state, std::unique_ptr<ILogger> logger) {
+void installLogger(LogState& state, std::unique_ptr<ILogger> logger) ZRN_REQUIRES(state.m_lock) {
     state.m_logger = std::move(logger);
     g_pLogger = state.m_logger.get();
 }
 
 /// Hides the logger from the write path and takes it out of the state.
-std::unique_ptr<ILogger> takeLogger(LogState& state) {
+std::unique_ptr<ILogger> takeLogger(LogState& state) ZRN_REQUIRES(state.m_lock) {
     g_pLogger = nullptr;
     return std::move(state.m_logger);
 }
@@ -129,7 +129,7 @@ std::unique_ptr<ILogger> chooseLogger(const char* identifier) {
 
 CLogClient::CLogClient(uint32_t* returnCodeOut, const char* identifier, std::unique_ptr<ILogger> logger) {
     LogState& state = logState();
-    const std::lock_guard guard(state.m_lock);
+    const LockGuard guard(state.m_lock);
     ++state.m_clientCount;
     g_returnCodeTable = getReturnCodeTable();
     g_returnCodeModules = kReturnCodeModuleCount;
@@ -145,7 +145,7 @@ CLogClient::~CLogClient() {
     LogState& state = logState();
     std::unique_ptr<ILogger> formerLogger;
     {
-        const std::lock_guard guard(state.m_lock);
+        const LockGuard guard(state.m_lock);
         if (state.m_clientCount == 0 || --state.m_clientCount != 0) {
             return;
         }
@@ -156,7 +156,7 @@ CLogClient::~CLogClient() {
 
 uint32_t setLogIdentifier(const char* identifier) {
     LogState& state = logState();
-    const std::lock_guard guard(state.m_lock);
+    const LockGuard guard(state.m_lock);
     if (state.m_clientCount == 0) {
         return GLOBAL_ERROR_NO_INSTANCE;
     }
@@ -167,7 +167,7 @@ uint32_t setLogIdentifier(const char* identifier) {
 
 bool isLoggerInstalled() {
     LogState& state = logState();
-    const std::lock_guard guard(state.m_lock);
+    const LockGuard guard(state.m_lock);
     return state.m_logger != nullptr;
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Common/Utility/threads/ManualLock.h"
+#include "Common/Utility/threads/Mutex.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 /// The counting of a reference-counted singleton: the one instance of a class and its references, under a
@@ -16,7 +16,7 @@ public:
 
     /// The instance with one more reference, or null if there is none.
     [[nodiscard]] T* acquire() {
-        const std::lock_guard guard(m_lock);
+        const LockGuard guard(m_lock);
         if (m_pInstance != nullptr) {
             ++m_references;
         }
@@ -26,7 +26,7 @@ public:
     /// @param factory  gives a Handle, which may be null; called under the lock.
     /// @return null if there is one already or the factory gave none.
     template <typename Factory> [[nodiscard]] T* make(Factory factory) {
-        const std::lock_guard guard(m_lock);
+        const LockGuard guard(m_lock);
         if (m_pInstance != nullptr) {
             return nullptr;
         }
@@ -37,14 +37,14 @@ public:
     }
     /// acquire, and make if there is none.
     template <typename Factory> [[nodiscard]] T* acquireOrMake(Factory factory) {
-        const std::lock_guard guard(m_lock);
+        const LockGuard guard(m_lock);
         T* const found = acquire();
         return found != nullptr ? found : make(std::move(factory));
     }
     /// Drops a reference; the last one deletes the instance. A pointer that is not the instance is deleted at
     /// once.
     void release(T* instance) {
-        const std::lock_guard guard(m_lock);
+        const LockGuard guard(m_lock);
         Handle released(instance);
         if (instance == nullptr || instance != m_pInstance) {
             return;
@@ -56,12 +56,12 @@ public:
         }
     }
     [[nodiscard]] uint32_t count() {
-        const std::lock_guard guard(m_lock);
+        const LockGuard guard(m_lock);
         return m_references;
     }
 
 private:
     CManualLock m_lock;
-    T* m_pInstance = nullptr;
-    uint32_t m_references = 0;
+    T* m_pInstance ZRN_GUARDED_BY(m_lock) = nullptr;
+    uint32_t m_references ZRN_GUARDED_BY(m_lock) = 0;
 };

@@ -1,10 +1,10 @@
 #include "Common/Utility/process/ChildView.h"
 
 #include "Common/Utility/process/ChildEnvironment.h"
+#include "Common/Utility/threads/Mutex.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <mutex>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -16,11 +16,11 @@ namespace {
 constexpr unsigned long kCoverFlags = MS_NOSUID | MS_NODEV | MS_NOEXEC;
 constexpr const char* kCoverOptions = "mode=0755,size=4k";
 
-std::mutex g_keptLock;
-std::string g_kept;
+Mutex g_keptLock;
+std::string g_kept ZRN_GUARDED_BY(g_keptLock);
 
 std::string keptFolder() {
-    const std::lock_guard<std::mutex> guard(g_keptLock);
+    const LockGuard guard(g_keptLock);
     return g_kept;
 }
 
@@ -107,6 +107,6 @@ bool ChildView::take() const noexcept {
 }
 
 void keepInView(std::string folder) {
-    const std::lock_guard<std::mutex> guard(g_keptLock);
+    const LockGuard guard(g_keptLock);
     g_kept = std::move(folder);
 }

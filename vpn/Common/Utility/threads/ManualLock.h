@@ -1,12 +1,14 @@
 #pragma once
 
+#include "Common/Utility/threads/Mutex.h"
+
 #include <atomic>
 #include <cstdint>
 #include <pthread.h>
 
 /// Recursive mutex of the common code. Meets the standard's Lockable through lock, try_lock and unlock as
-/// well, so that std::lock_guard serves as its scope guard.
-class CManualLock {
+/// well, and LockGuard is its scope guard.
+class ZRN_LOCK_ATTRIBUTE(capability("mutex")) CManualLock {
 public:
     /// @param spinCount  accepted for the sake of other platforms and ignored.
     explicit CManualLock(uint32_t spinCount = 500);
@@ -15,16 +17,16 @@ public:
     CManualLock(const CManualLock&) = delete;
     CManualLock& operator=(const CManualLock&) = delete;
 
-    void Lock();
+    void Lock() ZRN_LOCK_ATTRIBUTE(acquire_capability());
     /// @return true if the lock was taken.
-    [[nodiscard]] bool TryLock();
+    [[nodiscard]] bool TryLock() ZRN_LOCK_ATTRIBUTE(try_acquire_capability(true));
     /// Gives one level of the lock back. Only the holder may call it, but with nothing held it does no harm.
     /// @return how deep the lock is still held.
-    uint64_t Unlock();
+    uint64_t Unlock() ZRN_LOCK_ATTRIBUTE(release_capability());
 
-    void lock() { Lock(); }
-    [[nodiscard]] bool try_lock() { return TryLock(); }
-    void unlock() { Unlock(); }
+    void lock() ZRN_LOCK_ATTRIBUTE(acquire_capability()) { Lock(); }
+    [[nodiscard]] bool try_lock() ZRN_LOCK_ATTRIBUTE(try_acquire_capability(true)) { return TryLock(); }
+    void unlock() ZRN_LOCK_ATTRIBUTE(release_capability()) { Unlock(); }
 
 private:
     pthread_mutex_t m_mutex{};

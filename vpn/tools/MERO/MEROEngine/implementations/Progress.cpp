@@ -1,6 +1,7 @@
 #include "tools/MERO/MEROEngine/implementations/Progress.h"
 
 #include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/threads/Mutex.h"
 
 #include <cstdio>
 #include <memory>
@@ -16,10 +17,10 @@ namespace {
 constexpr int64_t kCollectionPercent = 92;
 
 struct ReportState {
-    /// Guards the two others; never held while a listener runs.
-    std::mutex lock;
-    CMEROClientIfc* listener = nullptr;
-    MEROStatusInfo progress;
+    /// Never held while a listener runs.
+    Mutex lock;
+    CMEROClientIfc* listener ZRN_GUARDED_BY(lock) = nullptr;
+    MEROStatusInfo progress ZRN_GUARDED_BY(lock);
 };
 
 /// Never destroyed, because a worker may still report while the process is ending.
@@ -42,19 +43,19 @@ void printReport(int percent, const std::string& message, uint32_t code) {
 
 void setProgressListener(CMEROClientIfc* listener) {
     ReportState& state = reportState();
-    const std::lock_guard<std::mutex> guard(state.lock);
+    const LockGuard guard(state.lock);
     state.listener = listener;
 }
 
 CMEROClientIfc* getProgressListener() {
     ReportState& state = reportState();
-    const std::lock_guard<std::mutex> guard(state.lock);
+    const LockGuard guard(state.lock);
     return state.listener;
 }
 
 MEROStatusInfo getProgressState() {
     ReportState& state = reportState();
-    const std::lock_guard<std::mutex> guard(state.lock);
+    const LockGuard guard(state.lock);
     return state.progress;
 }
 
@@ -67,7 +68,7 @@ void reportProgress(int percent, const std::string& message, uint32_t code) {
     CMEROClientIfc* listener = nullptr;
     MEROStatusInfo progress;
     {
-        const std::lock_guard<std::mutex> guard(state.lock);
+        const LockGuard guard(state.lock);
         listener = state.listener;
         if (listener == nullptr) {
             return;

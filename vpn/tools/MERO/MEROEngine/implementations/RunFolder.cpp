@@ -11,33 +11,33 @@
 #include <utility>
 
 void RunFolder::keep() {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    const LockGuard guard(m_lock);
     m_isKept = true;
 }
 
 bool RunFolder::isKept() const {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    const LockGuard guard(m_lock);
     return m_isKept;
 }
 
 std::string RunFolder::path() const {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    const LockGuard guard(m_lock);
     return m_path;
 }
 
 int RunFolder::descriptor() const {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    const LockGuard guard(m_lock);
     return m_folder.get();
 }
 
 void RunFolder::take(const std::string& path, FileDescriptor lock) {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    const LockGuard guard(m_lock);
     m_path = path;
     m_folder = std::move(lock);
 }
 
 bool RunFolder::remove() {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    const LockGuard guard(m_lock);
     if (m_isKept || !m_folder) {
         return true;
     }

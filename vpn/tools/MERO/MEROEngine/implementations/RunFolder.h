@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Common/Utility/memory/Handles.h"
+#include "Common/Utility/threads/Mutex.h"
 
-#include <mutex>
 #include <string>
 
 /// The working folder of one run as whoever has started the run sees it. The engine leaves a folder with
@@ -32,9 +32,9 @@ private:
     /// The open folder; -1 if there is none.
     [[nodiscard]] int descriptor() const;
 
-    mutable std::mutex m_lock;
-    bool m_isKept = false;
-    std::string m_path;
+    mutable Mutex m_lock;
+    bool m_isKept ZRN_GUARDED_BY(m_lock) = false;
+    std::string m_path ZRN_GUARDED_BY(m_lock);
     /// The folder, open and locked.
-    FileDescriptor m_folder;
+    FileDescriptor m_folder ZRN_GUARDED_BY(m_lock);
 };

@@ -1,12 +1,12 @@
 #include "tools/MERO/MEROEngine/implementations/ToolOutput.h"
 
 #include "Common/Utility/files/RegularFile.h"
+#include "Common/Utility/threads/Mutex.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <map>
-#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -15,10 +15,10 @@ namespace {
 
 constexpr int kAppend = O_WRONLY | O_APPEND | O_NOFOLLOW;
 
-std::mutex g_madeLock;
+Mutex g_madeLock;
 /// Outputs that this process has made outside of the items' folders, since several tools may share one. They
-/// stay open, so that no other file gets the identity of one that was deleted. Guarded by g_madeLock.
-std::map<helperUtil::FolderId, FileDescriptor> g_made;
+/// stay open, so that no other file gets the identity of one that was deleted.
+std::map<helperUtil::FolderId, FileDescriptor> g_made ZRN_GUARDED_BY(g_madeLock);
 
 /// @return 0 or an errno.
 int noteMade(int file) {
@@ -26,13 +26,13 @@ int noteMade(int file) {
     if (!kept) {
         return errno;
     }
-    const std::lock_guard<std::mutex> guard(g_madeLock);
+    const LockGuard guard(g_madeLock);
     g_made.insert_or_assign(helperUtil::folderIdOf(file), std::move(kept));
     return 0;
 }
 
 bool isMade(int file) {
-    const std::lock_guard<std::mutex> guard(g_madeLock);
+    const LockGuard guard(g_madeLock);
     return g_made.contains(helperUtil::folderIdOf(file));
 }
 

@@ -1,5 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/DBusClient.h"
 
+#include "Common/Utility/threads/Mutex.h"
 #include "tools/MERO/MEROEngine/implementations/MEROStatusInfo.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
@@ -8,30 +9,28 @@
 #include <algorithm>
 #include <array>
 #include <gio/gio.h>
-#include <mutex>
 #include <span>
 
 namespace {
 
 constexpr const char* kInvokeFailed = "Failed to invoke remote function.";
 
-/// Guards the two below. A report is handed on under it, so that none is under way once the
+/// A report is handed on under it, so that none is under way once the
 /// last client has gone.
-std::mutex g_receiverLock;
+Mutex g_receiverLock;
 /// Where progress goes; null while there is no client with a proxy.
-CMEROClientIfc* g_receiver = nullptr;
+CMEROClientIfc* g_receiver ZRN_GUARDED_BY(g_receiverLock) = nullptr;
 /// Clients with a proxy.
-int g_clients = 0;
+int g_clients ZRN_GUARDED_BY(g_receiverLock) = 0;
 
-std::mutex g_connectionLock;
-/// Kept when the clients go, so that the helper sees one caller however many jobs there are. Guarded by the
-/// lock above.
-GObjectHandle<GDBusConnection> g_connection;
+Mutex g_connectionLock;
+/// Kept when the clients go, so that the helper sees one caller however many jobs there are.
+GObjectHandle<GDBusConnection> g_connection ZRN_GUARDED_BY(g_connectionLock);
 
 /// @return the connection of all clients, which is replaced once it has been closed, as by a restart of the
 /// bus; null with the error set if there is no bus.
 GObjectHandle<GDBusConnection> connectToBus(GCancellable* cancellable, GError** errorOut) {
-    const std::lock_guard guard(g_connectionLock);
+    const LockGuard guard(g_connectionLock);
     if (g_connection != nullptr && g_dbus_connection_is_closed(g_connection.get()) != FALSE) {
         g_connection.reset();
     }
@@ -91,7 +90,7 @@ CDBusClient::CDBusClient(CMEROClientIfc* client, GCancellable* cancellable)
         logFailure(__func__, __LINE__, "Failed to create proxy.", error);
         return;
     }
-    const std::lock_guard guard(g_receiverLock);
+    const LockGuard guard(g_receiverLock);
     g_signal_connect(m_pProxy.get(), "update-progress", G_CALLBACK(&onUpdateProgress), nullptr);
     g_receiver = client;
     ++g_clients;
@@ -102,7 +101,7 @@ CDBusClient::~CDBusClient() {
         // Somebody else may hold the proxy for a moment longer.
         g_signal_handlers_disconnect_by_func(m_pProxy.get(), reinterpret_cast<gpointer>(&onUpdateProgress),
                                              nullptr);
-        const std::lock_guard guard(g_receiverLock);
+        const LockGuard guard(g_receiverLock);
         if (--g_clients == 0) {
             g_receiver = nullptr;
         }
@@ -115,7 +114,7 @@ void CDBusClient::onUpdateProgress(MeroHelper* /*proxy*/, gint64 status, guint p
         static MEROStatusInfo info;
         info.m_progress = progress;
         info.m_message = message;
-        const std::lock_guard guard(g_receiverLock);
+        const LockGuard guard(g_receiverLock);
         if (g_receiver != nullptr) {
             g_receiver->updateStatus(&info, static_cast<uint64_t>(status));
         }

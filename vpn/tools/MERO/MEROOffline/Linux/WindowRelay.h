@@ -1,12 +1,12 @@
 #pragma once
 
+#include "Common/Utility/threads/Mutex.h"
 #include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROOffline/Common/CMEROOfflineIfc.h"
 
 #include <cstdint>
 #include <glib.h>
 #include <list>
-#include <mutex>
 #include <string>
 
 /// Stands between background jobs and the window for as long as there is one: reports and scanned modules go
@@ -38,10 +38,11 @@ public:
     void detach();
 
 private:
-    std::mutex m_lock;
-    /// Guarded by m_lock; null once the window has gone.
-    CMEROClientIfc* m_client;
-    CMEROOfflineIfc* m_offline;
-    gpointer m_window;
+    Mutex m_lock;
+    /// Null once the window has gone, as the next two.
+    CMEROClientIfc* m_client ZRN_GUARDED_BY(m_lock);
+    CMEROOfflineIfc* m_offline ZRN_GUARDED_BY(m_lock);
+    gpointer m_window ZRN_GUARDED_BY(m_lock);
+    /// What getModuleTree gives out.
     std::list<RootItem> m_tree;
 };

@@ -1,19 +1,20 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
-#include <mutex>
+#include "Common/Utility/threads/Mutex.h"
+
 #include <set>
 #include <utility>
 
 namespace {
 
-std::mutex g_placesLock;
-/// The user of each place that is taken. Guarded by g_placesLock.
-std::multiset<uid_t> g_taken;
+Mutex g_placesLock;
+/// The user of each place that is taken.
+std::multiset<uid_t> g_taken ZRN_GUARDED_BY(g_placesLock);
 
 } // namespace
 
 std::optional<ReaderPlace> ReaderPlace::take(uid_t user) {
-    const std::lock_guard<std::mutex> guard(g_placesLock);
+    const LockGuard guard(g_placesLock);
     if (g_taken.count(user) >= kMostReadersOfUser || g_taken.size() >= kMostReaders) {
         return std::nullopt;
     }
@@ -25,7 +26,7 @@ ReaderPlace::ReaderPlace(ReaderPlace&& other) noexcept : m_user(std::exchange(ot
 
 ReaderPlace::~ReaderPlace() {
     if (m_user) {
-        const std::lock_guard<std::mutex> guard(g_placesLock);
+        const LockGuard guard(g_placesLock);
         g_taken.erase(g_taken.find(*m_user));
     }
 }
