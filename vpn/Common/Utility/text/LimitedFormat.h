@@ -10,8 +10,8 @@ class LimitedFormat {
 public:
     /// @param bytes  what the line may have.
     LimitedFormat(std::string_view format, std::size_t bytes) noexcept;
-    /// @return null for a format with less than two such texts (one with a place of its own, "%1$s", is none),
-    /// and for one that is itself too long.
+    /// @return null for a format with less than two such texts (one with a place of its own, "%1$s", is
+    /// none), and for one that is itself too long.
     [[nodiscard]] const char* get() const noexcept { return m_isGood ? m_format.data() : nullptr; }
 
 private:
