@@ -59,19 +59,21 @@ public:
     /// @return 0 while the child runs; PROCESS_API_ERROR_NOTRUNNING if this call has reaped it;
     /// PROCESS_API_ERROR_UNKNOWN for any other outcome.
     [[nodiscard]] static uint32_t pollProcess(int pid);
+    /// For callers outside of this system: the number of this process.
     [[nodiscard]] static int getCurrentProcessId();
-    /// Sets the nice value of the calling thread, which fails for one whose nice value is -1.
+    /// For callers outside of this system: sets the nice value of the calling thread, which fails for one
+    /// whose nice value is -1.
     /// @param priority  gets the former value on success. Not null.
     /// @return 0, PROCESS_API_ERROR_GET_THREAD_PRIORITY_FAILED
     /// or PROCESS_API_ERROR_SET_THREAD_PRIORITY_FAILED.
     [[nodiscard]] static uint32_t SetThreadPriority(int* priority);
-    /// The file of a process's program, cut to what fits.
+    /// For callers outside of this system: the file of a process's program, cut to what fits.
     /// @param size  bytes of the buffer, the terminating zero included.
     /// @return 0, PROCESS_API_ERROR_PROCESS_NOT_FOUND or PROCESS_API_ERROR_UNEXPECTED.
     [[nodiscard]] static uint32_t getProcessPath(int pid, char* buffer, int size);
-    /// True for a process that runs, sleeps or waits for a device; false for one that is stopped or has
-    /// ended. The name in front of the state is taken to end at its first ")": with one in the name the state
-    /// is misread, mostly as false.
+    /// For callers outside of this system: true for a process that runs, sleeps or waits for a device; false
+    /// for one that is stopped or has ended. The name in front of the state is taken to end at its first ")":
+    /// with one in the name the state is misread, mostly as false.
     [[nodiscard]] static bool isProcessRunning(int pid);
 
 private:

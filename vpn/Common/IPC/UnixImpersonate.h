@@ -22,14 +22,16 @@ public:
     [[nodiscard]] uint32_t Start();
     /// Takes back the effective ids and the groups of the real user.
     [[nodiscard]] uint32_t Stop();
-    /// Takes over the user's groups and all ids, for good.
+    /// For callers outside of this system: takes over the user's groups and all ids, for good.
     [[nodiscard]] uint32_t PermanentlyBecomeUser();
 
+    /// For callers outside of this system: whose process it is.
     /// @param userNameOut  the name of the user whose process it is; set on success only.
     /// @return 0, GLOBAL_ERROR_BAD_HANDLE for a process that isn't there, GLOBAL_ERROR_UNEXPECTED for a user
     /// without a name, or GLOBAL_ERROR_NULL_POINTER.
     [[nodiscard]] static uint32_t GetUsernameOwningProcess(int pid, std::string& userNameOut);
-    /// Whether the member list of the group "admin" or "wheel" has the user; primary groups don't count.
+    /// For callers outside of this system: whether the member list of the group "admin" or "wheel" has the
+    /// user; primary groups don't count.
     [[nodiscard]] static bool isUserAdministrator(const char* userName);
 
 private:

@@ -80,6 +80,7 @@ public:
     /// Takes the signals, disarms the event and calls the callback if that is wanted.
     /// @return 0, EVENT_ERROR_RESET_FAILED, or EVENT_ERROR_NO_CALLBACK.
     [[nodiscard]] uint32_t processSignaledEvent(bool runCallback);
+    /// For callers outside of this system: sets the further descriptor.
     /// @return 0, or EVENT_ERROR_BAD_PARAMETER for a descriptor below 1 or an unknown type.
     [[nodiscard]] uint32_t setExtraFd(int extraFd, uint32_t extraFdType);
     [[nodiscard]] uint32_t getEventType() const { return m_eventType; }

@@ -35,11 +35,12 @@ public:
     /// Home of a user, or of the real user for an empty name, with a trailing "/"; "./" with
     /// a warning if unknown.
     [[nodiscard]] std::string GetUserProgramDataPath(const std::string& userName) const;
-    [[nodiscard]] std::string getFeedbackDataPath(const std::string& base) const; ///< For callers outside.
+    /// For callers outside of this system.
+    [[nodiscard]] std::string getFeedbackDataPath(const std::string& base) const;
     [[nodiscard]] std::string getProfilePath(int module) const; ///< For callers outside of this system.
     /// "/opt/varnel/corvane/resources/".
     [[nodiscard]] std::string getResourcesPath() const;
-    /// Not supported on this platform: logs that, and is empty.
+    /// For callers outside of this system: not supported on this platform; logs that, and is empty.
     [[nodiscard]] std::string GetUILogPath() const;
     /// For callers outside of this system: sets `path` to "/tmp/".
     /// @return 0, or CSTORAGEPATH_ERROR_TEMPPATH_TOO_BIG if it is longer than `maximum` bytes.

@@ -52,6 +52,7 @@ void getOSVersion(Version& versionOut, const OSReleaseFiles& files = {});
 /// kernel's banner can be read that is the distribution of the kernel's compiler.
 [[nodiscard]] bool isRedHat(const OSReleaseFiles& files = {});
 [[nodiscard]] bool isUbuntu(const OSReleaseFiles& files = {});
+/// For callers outside of this system: the same of a version.
 [[nodiscard]] bool isRedHat7(const OSReleaseFiles& files = {});
 [[nodiscard]] bool isUbuntu1804OrLater(const OSReleaseFiles& files = {});
 /// For callers outside of this system: whether the kernel offers the node's unique device id.

@@ -55,9 +55,11 @@ public:
     /// Appends the regular files of a folder, depth first, in the order of the folder. A folder that can't be
     /// opened gives its own path, with a trailing "/", as the only entry.
     void getFileList(std::vector<std::string>& fullNames, const std::string& directory, bool recursive);
-    /// True from 4,294,967,295 bytes up; false, logged, if it is no regular file or can't be opened.
+    /// For callers outside of this system: true from 4,294,967,295 bytes up; false, logged, if it is no
+    /// regular file or can't be opened.
     [[nodiscard]] bool isLargeFile(const std::string& path);
-    /// CRC-32 of the content; 0, logged, if it is no regular file or can't be opened.
+    /// For callers outside of this system: CRC-32 of the content; 0, logged, if it is no regular file or
+    /// can't be opened.
     [[nodiscard]] unsigned long getCrc(const std::string& path);
     /// Makes an absolute folder path with all its parents. @return false if it is not absolute
     /// or can't be made.

@@ -45,11 +45,12 @@ public:
     /// @return 0, THREAD_ERROR_INVALID_STATE when one is already started, THREAD_ERROR_INVALID_STACK_SIZE or
     /// THREAD_ERROR_CREATE_FAILED. After a failure it may be started again.
     [[nodiscard]] uint32_t Start();
-    /// Starts a thread in the Run of a copy made by clone(argument), and calls the copy's Destroy when that
-    /// has ended. This object is not started by it. When the thread can't be made the copy is destroyed too.
+    /// For callers outside of this system: starts a thread in the Run of a copy made by clone(argument), and
+    /// calls the copy's Destroy when that has ended. This object is not started by it. When the thread can't
+    /// be made the copy is destroyed too.
     /// @return as Start, or THREAD_ERROR_NOT_IMPLEMENTED if clone gives null.
     [[nodiscard]] uint32_t startFireAndForget(void* argument = nullptr);
-    /// Waits for the end of the thread.
+    /// For callers outside of this system: waits for the end of the thread.
     /// @param exitCodeOut  gets what the body returned; left alone on failure.
     /// @param timeoutMs    -1: only an infinite wait is supported.
     /// @return 0, THREAD_ERROR_INVALID_STATE when none is started, THREAD_ERROR_INVALID_CALLER on the thread
@@ -58,10 +59,12 @@ public:
 
     /// Whether the caller is the started, or the attached, thread.
     [[nodiscard]] bool isCurrentThread() const;
-    /// Ends the started thread from within, with an exit code, and doesn't return there.
+    /// For callers outside of this system: ends the started thread from within, with an exit code, and
+    /// doesn't return there.
     /// @return THREAD_ERROR_INVALID_CALLER on any other thread.
     [[nodiscard]] uint32_t exitThread(uint32_t exitCode);
-    /// Makes the calling thread the one that isCurrentThread and exitThread know.
+    /// For callers outside of this system: makes the calling thread the one that isCurrentThread and
+    /// exitThread know.
     void attachCurrentThread();
     /// The calling thread.
     [[nodiscard]] static pthread_t getCurrentThreadId();

@@ -45,6 +45,7 @@ public:
     /// component that is no fileGroup.
     [[nodiscard]] std::list<MEROComponent*> getFileGroupComponents(const MEROXmlObject& object) const;
     [[nodiscard]] std::list<MEROComponent*> getFileComponents(const MEROXmlObject& object) const;
+    /// For callers outside of this system: the same of one group.
     [[nodiscard]] std::list<MEROComponent*> getFileGroupFileComponents(const MEROComponent& group) const;
     /// Folder of a fileGroup or file below `base`, by its attribute directoryName; made with its parents.
     [[nodiscard]] std::string getDirectory(const MEROComponent& component, const std::string& base) const;

@@ -15,7 +15,6 @@ public:
     /// Takes the place of a call that is still to come. The call may start the timer anew or end it.
     void start(std::chrono::milliseconds delay, std::function<void()> call);
     void stop() noexcept;
-    [[nodiscard]] bool isRunning() const { return m_source != 0; }
 
 private:
     static gboolean onTime(gpointer timer);
