@@ -64,10 +64,10 @@ std::string SummarySection::notesText() const {
     return text;
 }
 
-std::list<MEROComponent*> SummarySection::entriesOf(const char* name) const {
+std::list<MEROComponent*> SummarySection::entriesOf(const char* part) const {
     if (m_tree == nullptr || m_tree->GetRoot() == nullptr) {
         return {};
     }
-    const MEROComponent* parent = m_tree->GetRoot()->findOwnChild(name);
+    const MEROComponent* parent = m_tree->GetRoot()->findOwnChild(part);
     return parent == nullptr ? std::list<MEROComponent*>() : parent->getChildren();
 }
