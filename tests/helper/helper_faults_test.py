@@ -54,6 +54,10 @@ class FailedCall(CallerTest):
             names = archive.namelist()
             self.assertIn("summary.txt", names)
             words = "".join(archive.read(name).decode() for name in ("summary.txt", "not-packed.txt") if name in names)
+            if "\nsummary.txt: " in words:
+                # Each thread counts for itself, so that more than one can fail: the rows have gone with the summary.
+                self.assertEqual(status, INCOMPLETE)
+                return
             for name, content in FILES.items():
                 if "collected/" + name in names:
                     self.assertEqual(archive.read("collected/" + name).decode(), content)
@@ -96,7 +100,7 @@ class FailedCall(CallerTest):
             self.expect_to_be_told_of(call, "EIO", 1, path=os.path.dirname(BUNDLE))
 
     def testOfExaminingIsTold(self):
-        self.expect_to_be_told_of("newfstatat", "ENOMEM", 3, 15, 30)
+        self.expect_to_be_told_of("newfstatat", "ENOMEM", 3, 8, 15)
 
     def testOfListingIsTold(self):
         self.expect_to_be_told_of("getdents64", "EIO", 1, 3, 5)
