@@ -79,6 +79,8 @@ class ScreenReader:
         elif kind.endswith("showing"):
             # Windows are told when they get the focus.
             if role == ALERT and WizardTest.role(source.get_parent()) != "application":
+                # What it holds has come into view with it, but the news of that may still be on its way.
+                source.clear_cache()
                 self.say("alert", source, "", self.words(source))
         elif role == PAGE:
             self.take_page(source)
