@@ -163,7 +163,7 @@ class Interrupted(InterruptedJobTest):
         file = self.write("held.log", "held")
         self.configure(item("a", default="true", path=file))
         is_wanted = hold_lease(self, file)
-        process = self.start_run()
+        process = self.start_run(program=os.environ["CONSOLE_WITH_SHORT_PATIENCE"])
         wait_until(is_wanted)
         self.expect_death(process, signal.SIGTERM)
 

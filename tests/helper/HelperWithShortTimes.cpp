@@ -26,7 +26,11 @@ void choose(uint64_t& bytes, const char* variable) {
 /// The helper with times and bounds that a test chooses by its environment, in milliseconds and mebibytes.
 int main(int argc, char* argv[]) {
     ServiceSettings settings;
+    shorten(settings.authorisationLimit, "MERO_TEST_AUTHORISATION_LIMIT_MS");
+    shorten(settings.readerLimit, "MERO_TEST_READER_LIMIT_MS");
     shorten(settings.jobLimit, "MERO_TEST_JOB_LIMIT_MS");
+    shorten(settings.killLimit, "MERO_TEST_KILL_LIMIT_MS");
+    shorten(settings.leftoverLimit, "MERO_TEST_LEFTOVER_LIMIT_MS");
     shorten(settings.idleLimit, "MERO_TEST_IDLE_LIMIT_MS");
     choose(settings.spaceLimits.mostBytes, "MERO_TEST_MOST_MIB");
     choose(settings.spaceLimits.keptFreeBytes, "MERO_TEST_KEPT_MIB");

@@ -143,6 +143,9 @@ class RequestSwap(HelperTest):
 @unittest.skipUnless(os.access("/dev/fuse", os.R_OK | os.W_OK),
                      "this environment allows no file systems that a program answers for")
 class RequestsThatNobodyAnswersFor(CallerTest):
+    program = "HELPER_WITH_SHORT_TIMES"
+    environment = {"MERO_TEST_READER_LIMIT_MS": "1500"}
+
     def testHoldUpNobodyElse(self):
         write(REQUEST, request("public"), 0o600, ALICE)
         stuck = StuckFileSystem(folder("/home/mallory/stuck", MALLORY))

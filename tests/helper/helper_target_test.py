@@ -114,6 +114,9 @@ class TargetThatMayBeFine(CallerTest):
 @unittest.skipUnless(os.access("/dev/fuse", os.R_OK | os.W_OK),
                      "this environment allows no file systems that a program answers for")
 class TargetThatNobodyAnswersFor(HelperTest):
+    program = "HELPER_WITH_SHORT_TIMES"
+    environment = {"MERO_TEST_READER_LIMIT_MS": "1000"}
+
     def testHoldsTheCallUpForAMomentOnly(self):
         self.start_polkit_stand_in(silent=True)
         stuck = StuckFileSystem(folder("/home/alice/stuck", ALICE))

@@ -1,7 +1,9 @@
 #include "Common/Utility/ReturnCodes.h"
+#include "tests/support/Processes.h"
 #include "tests/wizard/UsedLanguage.h"
 #include "tests/wizard/WizardFixture.h"
 
+#include <chrono>
 #include <gmock/gmock.h>
 
 namespace {
@@ -11,7 +13,7 @@ using testing::ElementsAre;
 using testing::Ge;
 using testing::IsEmpty;
 
-constexpr int64_t kQuietMs = 5000;
+constexpr std::chrono::milliseconds kShortQuiet{400};
 
 AtkObject* accessible(const char* id) {
     return gtk_widget_get_accessible(LookUpWidget(id));
@@ -105,9 +107,12 @@ protected:
         return focus == nullptr ? "none" : gtk_buildable_get_name(GTK_BUILDABLE(focus));
     }
     void report(int percent, const std::string& text) {
-        const MEROStatusInfo info{.m_progress = static_cast<uint32_t>(percent), .m_message = text};
-        m_window->updateStatus(&info, MEROOFFLINE_ERROR_PROCESSING);
+        m_page.show({.m_progress = static_cast<uint32_t>(percent), .m_message = text});
+        settle();
     }
+
+    /// In the place of the window's own, whose widgets it has, but not its patience.
+    ProgressPage m_page{kShortQuiet};
 };
 
 TEST_F(Accessibility, NamesThePagesByTheirHeaders) {
@@ -192,7 +197,11 @@ TEST_F(Accessibility, DescribesBrowseByTheTarget) {
                 ElementsAre("Select target bundle location.", label("labelFileLocation")));
 }
 
-TEST_F(Accessibility, TellsOfProgressAtMostEveryFiveSeconds) {
+TEST_F(Accessibility, TellsOfProgressEveryFiveSecondsIfNothingElseIsAskedFor) {
+    EXPECT_EQ(ProgressPage::kQuiet, std::chrono::seconds(5));
+}
+
+TEST_F(Accessibility, TellsOfProgressNoMoreOftenThanIsAskedFor) {
     walkTo(WizardPage::Progress);
     const Tidings announcements(accessible("labelFileCollected"), "announcement",
                                 G_CALLBACK(&Tidings::onText));
@@ -202,11 +211,11 @@ TEST_F(Accessibility, TellsOfProgressAtMostEveryFiveSeconds) {
                          G_CALLBACK(&Tidings::onProperty));
     int step = 0;
     for (std::size_t told = 1; told <= 2; ++told) {
-        waitUntil([&] {
+        ASSERT_TRUE(eventually([&] {
             ++step;
             report(step % 100, "step " + std::to_string(step));
             return announcements.texts().size() == told;
-        });
+        }));
         EXPECT_EQ(announcements.texts().back(), label("labelFileCollected"));
         EXPECT_EQ(atk_object_get_name(accessible("labelFileCollected")), label("labelFileCollected"));
     }
@@ -215,7 +224,7 @@ TEST_F(Accessibility, TellsOfProgressAtMostEveryFiveSeconds) {
     waitUntil([&] { return announcements.texts().size() == 3; });
     EXPECT_EQ(announcements.texts().back(), "last");
     for (const Tidings* tidings : {&announcements, &names, &shares}) {
-        EXPECT_THAT(tidings->pausesMs(), Each(Ge(kQuietMs - 1)));
+        EXPECT_THAT(tidings->pausesMs(), Each(Ge(kShortQuiet.count() - 1)));
         EXPECT_THAT(tidings->pausesMs(), Not(IsEmpty()));
     }
 }
@@ -227,7 +236,6 @@ TEST_F(Accessibility, TellsOfAStepOnceHoweverItsShareGrows) {
     const Tidings shares(accessible("progressBar"), "property-change::accessible-value",
                          G_CALLBACK(&Tidings::onProperty));
     report(10, "step");
-    settle();
     report(20, "step");
     waitUntil([&] { return shares.texts().size() == 2; });
     EXPECT_THAT(announcements.texts(), ElementsAre("step"));
@@ -237,14 +245,12 @@ TEST_F(Accessibility, TellsOfNoProgressBehindTheResult) {
     walkTo(WizardPage::Progress);
     report(10, "first");
     report(20, "second");
-    settle();
     const Tidings announcements(accessible("labelFileCollected"), "announcement",
                                 G_CALLBACK(&Tidings::onText));
-    m_window->updateStatus(nullptr, 0);
-    settle();
+    m_page.end();
     bool isLongGone = false;
     g_timeout_add(
-        kQuietMs + 500,
+        static_cast<guint>(2 * kShortQuiet.count()),
         [](gpointer flag) -> gboolean {
             *static_cast<bool*>(flag) = true;
             return G_SOURCE_REMOVE;
@@ -252,6 +258,20 @@ TEST_F(Accessibility, TellsOfNoProgressBehindTheResult) {
         &isLongGone);
     waitUntil([&] { return isLongGone; });
     EXPECT_THAT(announcements.texts(), IsEmpty());
+}
+
+TEST_F(Accessibility, HoldsNothingBackBehindTheResult) {
+    walkTo(WizardPage::Progress);
+    for (const uint32_t percent : {10U, 20U}) {
+        const MEROStatusInfo info{.m_progress = percent, .m_message = "step"};
+        m_window->updateStatus(&info, MEROOFFLINE_ERROR_PROCESSING);
+        settle();
+    }
+    const Tidings shares(accessible("progressBar"), "property-change::accessible-value",
+                         G_CALLBACK(&Tidings::onProperty));
+    m_window->updateStatus(nullptr, 0);
+    settle();
+    EXPECT_EQ(shares.texts().size(), 1U);
 }
 
 } // namespace

@@ -1,8 +1,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/TargetCheck.h"
 
 #include "tests/support/CapturedLog.h"
-#include "tests/support/InChild.h"
-#include "tests/support/PrivateMounts.h"
+#include "tests/support/Processes.h"
 #include "tests/unit/helper/StuckFileSystem.h"
 #include "tests/unit/helper/UsersSandbox.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
@@ -86,18 +85,12 @@ TEST_F(TargetCheck, SeesNothingWhileTheUsersReadersAreHeldUp) {
 }
 
 TEST_F(TargetCheck, LeavesAFileSystemThatNeverAnswersToThePublishing) {
-    if (::access("/dev/fuse", R_OK | W_OK) != 0 || !allowsMounts()) {
-        GTEST_SKIP() << "this environment allows no file systems that a program answers for";
-    }
-    const std::string folder = makeFolder("stuck");
-    inChild([&] {
-        ASSERT_TRUE(makeMountsPrivate()) << "errno " << errno;
-        StuckFileSystem stuck(folder);
+    withStuckFolder(makeFolder("stuck"), [](StuckFileSystem& stuck, const std::string& target) {
         std::thread server([&stuck] { EXPECT_TRUE(stuck.takeQuestion()); });
         const CapturedLog log;
         const Clock::time_point start = Clock::now();
-        EXPECT_EQ(checkTarget(ordinaryUser(), folder + "/a.zip"), TargetState::Fine);
-        EXPECT_LT(Clock::now() - start, std::chrono::seconds(30));
+        EXPECT_EQ(checkTarget(ordinaryUser(), target, std::chrono::seconds(1)), TargetState::Fine);
+        EXPECT_LT(Clock::now() - start, kReaderLimit);
         server.join();
         EXPECT_TRUE(log.contains('W', "can't be told")) << log.dump();
         stuck.abandon();

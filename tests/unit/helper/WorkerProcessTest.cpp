@@ -36,6 +36,8 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 constexpr const char* kPassword = "the password of this test";
+/// More than the end of a killed worker takes.
+constexpr std::chrono::seconds kEndLimit{10};
 constexpr const char* kFixedPath = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
 
 class WorkerProcessTest : public Sandbox {
@@ -48,7 +50,7 @@ protected:
         return order;
     }
     [[nodiscard]] std::unique_ptr<WorkerProcess> startTo(const char* act, int lock = -1) const {
-        std::unique_ptr<WorkerProcess> worker = WorkerProcess::start(orderTo(act), lock);
+        std::unique_ptr<WorkerProcess> worker = WorkerProcess::start(orderTo(act), lock, kEndLimit);
         EXPECT_NE(worker, nullptr);
         return worker;
     }
@@ -151,7 +153,7 @@ TEST_F(WorkerProcessTest, GetsTheOrder) {
 TEST_F(WorkerProcessTest, GetsTheOrderOfAUserOfAllGroups) {
     WorkOrder order = orderTo(kReport);
     order.caller.groups.resize(65536);
-    const std::unique_ptr<WorkerProcess> worker = WorkerProcess::start(order, -1);
+    const std::unique_ptr<WorkerProcess> worker = WorkerProcess::start(order, -1, kEndLimit);
     ASSERT_NE(worker, nullptr);
     EXPECT_TRUE(worker->reap());
     EXPECT_THAT(readFile("report"), HasSubstr("groups 65536\n"));
@@ -399,7 +401,8 @@ TEST_F(WorkerProcessTest, OneThatCannotEndIsLeft) {
         const pid_t owner = ::fork();
         if (owner == 0) {
             const CapturedLog log;
-            std::unique_ptr<WorkerProcess> worker = startTo(kStay);
+            std::unique_ptr<WorkerProcess> worker =
+                WorkerProcess::start(orderTo(kStay), -1, std::chrono::milliseconds(300));
             EXPECT_TRUE(eventually([this] { return exists("traced"); }));
             worker.reset();
             EXPECT_TRUE(log.contains('W', "doesn't end yet")) << log.dump();
@@ -421,7 +424,7 @@ TEST_F(WorkerProcessTest, NothingRunsIfTheOrderCannotBeWritten) {
     order.bundlePath.assign(kLargestWorkOrderBytes, 'x');
     const std::size_t before = openDescriptors();
     const CapturedLog log;
-    EXPECT_EQ(WorkerProcess::start(order, -1), nullptr);
+    EXPECT_EQ(WorkerProcess::start(order, -1, kEndLimit), nullptr);
     EXPECT_TRUE(log.contains('E', "too large")) << log.dump();
     EXPECT_FALSE(hasChildren());
     EXPECT_FALSE(exists("report"));
@@ -436,7 +439,7 @@ TEST_F(WorkerProcessTest, NothingRunsWithoutDescriptors) {
         while (worker == nullptr && limit.rlim_cur < 100) {
             ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
             const CapturedLog log;
-            worker = WorkerProcess::start(orderTo(kReport), -1);
+            worker = WorkerProcess::start(orderTo(kReport), -1, kEndLimit);
             if (worker == nullptr) {
                 EXPECT_GT(log.count('E', ""), 0);
                 EXPECT_FALSE(hasChildren());
@@ -451,7 +454,7 @@ TEST_F(WorkerProcessTest, NothingRunsWithoutDescriptors) {
 
 TEST_F(WorkerProcessTest, NothingRunsWithABadLock) {
     const CapturedLog log;
-    EXPECT_EQ(WorkerProcess::start(orderTo(kReport), 1000), nullptr);
+    EXPECT_EQ(WorkerProcess::start(orderTo(kReport), 1000, kEndLimit), nullptr);
     EXPECT_TRUE(log.containsCode('E', "fails", "fcntl", EBADF)) << log.dump();
     EXPECT_FALSE(hasChildren());
 }
@@ -465,7 +468,7 @@ TEST_F(WorkerProcessTest, AProgramThatCannotBeStartedIsLogged) {
         ASSERT_EQ(::mkdir("/dev", 0755), 0);
         ASSERT_TRUE(FileDescriptor(::open("/dev/null", O_RDWR | O_CREAT | O_CLOEXEC, 0600)));
         const CapturedLog log;
-        EXPECT_EQ(WorkerProcess::start(orderTo(kReport), -1), nullptr);
+        EXPECT_EQ(WorkerProcess::start(orderTo(kReport), -1, kEndLimit), nullptr);
         EXPECT_TRUE(log.containsCode('E', "fails", "posix_spawn", ENOENT)) << log.dump();
         EXPECT_FALSE(hasChildren());
     });

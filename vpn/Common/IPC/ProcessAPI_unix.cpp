@@ -26,9 +26,6 @@ namespace {
 
 constexpr uint32_t kWaitStepMs = 20;
 constexpr auto kEndStep = std::chrono::milliseconds(5);
-constexpr auto kEndLimit = std::chrono::seconds(5);
-/// The same for who has been asked to stop and is waited for in turn.
-constexpr auto kStoppedEndLimit = std::chrono::seconds(1);
 /// Bits of a wait status that are 0 only for a process that has exited; a status not set yet has them all.
 constexpr int kSignalBits = 0x7F;
 
@@ -82,11 +79,11 @@ uint32_t waitOneStep(CCEvent* event) {
 }
 
 /// Waits until a child has ended or the limit is over; it stays to be reaped.
-ChildState awaitEnd(pid_t child) {
+ChildState awaitEnd(pid_t child, std::chrono::milliseconds limit) {
     const auto start = std::chrono::steady_clock::now();
-    const auto isOver = [start] {
+    const auto isOver = [start, limit] {
         const auto waited = std::chrono::steady_clock::now() - start;
-        return waited >= kEndLimit || (isStopRequested() && waited >= kStoppedEndLimit);
+        return waited >= limit || (isStopRequested() && waited >= CProcessApi::kStoppedEndLimit);
     };
     ChildState state = getChildState(child, false);
     while (state == ChildState::Running && !isOver()) {
@@ -180,7 +177,7 @@ uint32_t CProcessApi::waitInSteps(int pid, int& status, CCEvent* event, uint32_t
     return 0;
 }
 
-uint32_t CProcessApi::terminateProcess(int pid) {
+uint32_t CProcessApi::terminateProcess(int pid, std::chrono::milliseconds limit) {
     if (pid <= 0) {
         return PROCESS_API_ERROR_UNKNOWN; // kill would take it for a group or for everybody
     }
@@ -189,10 +186,10 @@ uint32_t CProcessApi::terminateProcess(int pid) {
         return PROCESS_API_ERROR_UNKNOWN;
     }
     static_cast<void>(::kill(target, SIGCONT)); // who is stopped sees the other signal only now
-    ChildState state = awaitEnd(pid);
+    ChildState state = awaitEnd(pid, limit);
     if (state == ChildState::Running) {
         static_cast<void>(::kill(target, SIGKILL));
-        state = awaitEnd(pid);
+        state = awaitEnd(pid, limit);
     }
     if (state == ChildState::NotOurs) {
         return 0;

@@ -49,13 +49,17 @@ public:
     /// end doesn't see; PROCESS_API_ERROR_UNKNOWN.
     [[nodiscard]] uint32_t WaitForProcess(int pid, uint32_t* exitCodeOut, CCEvent* event, void* reserved,
                                           uint32_t timeoutMs);
-    /// Ends the child with SIGTERM, or with SIGKILL if it has not gone after 5 seconds, and reaps it. If it
+    /// For a child to be gone after a signal that ends it.
+    static constexpr std::chrono::milliseconds kEndLimit{5000};
+    /// The same for who has been asked to stop and is waited for in turn.
+    static constexpr std::chrono::milliseconds kStoppedEndLimit{1000};
+    /// Ends the child with SIGTERM, or with SIGKILL if it has not gone within the limit, and reaps it. If it
     /// leads a process group of its own all of that gets the signals, and SIGKILL when the leader has gone. A
-    /// process that isn't our child gets SIGTERM and is not waited for. After a stop request one second takes
-    /// the place of the 5.
+    /// process that isn't our child gets SIGTERM and is not waited for.
+    /// @param limit  after a stop request kStoppedEndLimit takes its place, if that is less.
     /// @return 0, or PROCESS_API_ERROR_UNKNOWN if there is no such process, it may not be signalled, or it
-    /// has survived SIGKILL for 5 seconds and was not reaped.
-    [[nodiscard]] static uint32_t terminateProcess(int pid);
+    /// has survived SIGKILL for as long again and was not reaped.
+    [[nodiscard]] static uint32_t terminateProcess(int pid, std::chrono::milliseconds limit = kEndLimit);
     /// @return 0 while the child runs; PROCESS_API_ERROR_NOTRUNNING if this call has reaped it;
     /// PROCESS_API_ERROR_UNKNOWN for any other outcome.
     [[nodiscard]] static uint32_t pollProcess(int pid);

@@ -18,7 +18,6 @@
 #include "tools/MERO/MEROOffline/Common/StopGuard.h"
 #include "tools/MERO/MEROOffline/Common/StopSignals.h"
 
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -28,8 +27,6 @@
 namespace {
 
 constexpr const char* kCommand = "collect";
-/// What a run that was interrupted may take to end its tools and to remove its files.
-constexpr std::chrono::seconds kInterruptPatience{10};
 
 std::string adviceOnRequest(const CollectOptions& options, const std::string& requestPath) {
     if (!options.onlyIds.empty()) {
@@ -192,8 +189,9 @@ int collectBundle(const CollectOptions& options) {
     adoptDescendants();
     int status = kExitFailed;
     {
-        const StopGuard guard(
-            {.patience = kInterruptPatience, .onStop = {}, .endProcess = [] { dieBySignal(stopSignal()); }});
+        const StopGuard guard({.patience = options.interruptPatience, .onStop = {}, .endProcess = [] {
+                                   dieBySignal(stopSignal());
+                               }});
         status = collect(options);
     }
     // A signal that comes as late as now finds nothing to end, and the bundle in its place.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,4 +24,7 @@ struct CollectOptions {
     bool includeLegacyTree = false;
     /// Leave the folder in which the bundle was built, and tell where it is.
     bool keepWorkingFolder = false;
+    /// What a run that was interrupted may take to end its tools and to remove its files. No argument sets
+    /// it.
+    std::chrono::milliseconds interruptPatience = std::chrono::seconds(10);
 };

@@ -73,7 +73,8 @@ VariantHandle dictionaryOf(std::span<const Argument> arguments) {
 
 } // namespace
 
-CDBusClient::CDBusClient(CMEROClientIfc* client, GCancellable* cancellable)
+CDBusClient::CDBusClient(CMEROClientIfc* client, GCancellable* cancellable,
+                         std::chrono::milliseconds callLimit)
     : m_cancellable(shareRef(cancellable)),
       m_pLogClient(std::make_unique<CLogClient>(nullptr, "zrn_meroui")) {
     ErrorHandle error;
@@ -90,6 +91,7 @@ CDBusClient::CDBusClient(CMEROClientIfc* client, GCancellable* cancellable)
         logFailure(__func__, __LINE__, "Failed to create proxy.", error);
         return;
     }
+    g_dbus_proxy_set_default_timeout(G_DBUS_PROXY(m_pProxy.get()), static_cast<gint>(callLimit.count()));
     const LockGuard guard(g_receiverLock);
     g_signal_connect(m_pProxy.get(), "update-progress", G_CALLBACK(&onUpdateProgress), nullptr);
     g_receiver = client;

@@ -5,13 +5,18 @@
 #include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
+/// For the helper's answer to a call: what GDBus waits where it is told nothing else, and more than the
+/// helper waits for whoever has to agree.
+inline constexpr std::chrono::milliseconds kHelperCallLimit{25000};
+
 /// The wizard's side of the link to the privileged helper on the system bus: starts a job there, turns its
 /// progress into status calls, and asks it to end. The calls, and the making of a client, block their thread
-/// until the bus or the helper has answered, for at most GDBus's default limit of 25 seconds each. One thread
-/// at a time; progress comes on the GTK main thread, whichever thread has made the client.
+/// until the bus or the helper has answered, for at most kHelperCallLimit each. One thread at a time;
+/// progress comes on the GTK main thread, whichever thread has made the client.
 class CDBusClient {
 public:
     /// Connects to the bus, to which all clients share one connection, kept to the end of the process.
@@ -20,7 +25,9 @@ public:
     /// must stay until the last client has gone.
     /// @param cancellable  ends the making and the start of a job early, without a log line, when it is
     /// cancelled; null if nothing does.
-    explicit CDBusClient(CMEROClientIfc* client, GCancellable* cancellable = nullptr);
+    /// @param callLimit  for the helper's answer to each call.
+    explicit CDBusClient(CMEROClientIfc* client, GCancellable* cancellable = nullptr,
+                         std::chrono::milliseconds callLimit = kHelperCallLimit);
     virtual ~CDBusClient();
     CDBusClient(const CDBusClient&) = delete;
     CDBusClient& operator=(const CDBusClient&) = delete;

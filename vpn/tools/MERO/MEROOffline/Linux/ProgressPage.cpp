@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr guint kQuietMs = 5000;
 constexpr const char* kText = "labelFileCollected";
 constexpr std::array kChanging = {"progressBar", kText};
 
@@ -47,7 +46,7 @@ void ProgressPage::speak() {
     }
     m_isUntold = false;
     holdBack();
-    m_timer = g_timeout_add(kQuietMs, &onTimeToSpeak, this);
+    m_timer = g_timeout_add(static_cast<guint>(m_quiet.count()), &onTimeToSpeak, this);
 }
 
 // The share and the text are looked up as they are; only that they have changed is told later.

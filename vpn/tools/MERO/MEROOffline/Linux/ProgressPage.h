@@ -4,14 +4,18 @@
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <array>
+#include <chrono>
 #include <gtk/gtk.h>
 #include <string>
 
-/// The page that shows how far the job is. Screen readers are told at most every five seconds, however often
+/// The page that shows how far the job is. Screen readers are told at most every so often, however often
 /// that changes, and in the end what it is; nothing of what is shown waits for it. GTK main thread only.
 class ProgressPage {
 public:
-    ProgressPage() = default;
+    /// Between two things that screen readers are told.
+    static constexpr std::chrono::milliseconds kQuiet{5000};
+
+    explicit ProgressPage(std::chrono::milliseconds quiet = kQuiet) : m_quiet(quiet) {}
     ~ProgressPage() { end(); }
     ProgressPage(const ProgressPage&) = delete;
     ProgressPage& operator=(const ProgressPage&) = delete;
@@ -27,6 +31,7 @@ private:
     void letGo();
     static gboolean onTimeToSpeak(gpointer self);
 
+    std::chrono::milliseconds m_quiet;
     /// To be told as soon as it is time.
     std::string m_text;
     /// Not said again while only the share changes, which the bar tells.

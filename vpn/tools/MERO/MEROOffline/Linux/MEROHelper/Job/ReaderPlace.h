@@ -1,14 +1,18 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <sys/types.h>
 
-/// Most readers of request files that may be there at a time: for one user, whose file system may hold on to
-/// them after their time, and in all. The second is for accounts that act together: the system lets the
-/// helper have more processes than that.
+/// Most processes that read for users, their requests and targets, which may be there at a time: for one
+/// user, whose file system may hold on to them after their time, and in all. The second is for accounts that
+/// act together: the system lets the helper have more processes than that.
 inline constexpr std::size_t kMostReadersOfUser = 2;
 inline constexpr std::size_t kMostReaders = 128;
+
+/// Time that a reader may take in all.
+inline constexpr std::chrono::milliseconds kReaderLimit{5000};
 
 /// The right to have one reader, given back by the destructor. Any thread.
 class ReaderPlace {

@@ -6,7 +6,6 @@
 #include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerChild.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <cerrno>
 #include <chrono>
@@ -144,12 +143,13 @@ private:
 };
 
 /// Gives the file's bytes to the caller of this, in the buffer.
-Report receiveRequest(const UserIdentity& caller, const std::string& path, Buffer& buffer) {
+Report receiveRequest(const UserIdentity& caller, const std::string& path, Clock::duration limit,
+                      Buffer& buffer) {
     std::optional<ReaderPlace> place = ReaderPlace::take(caller.user);
     if (!place) {
         return failure(Step::Place, 0);
     }
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kRequestTimeoutMs);
+    const Clock::time_point deadline = Clock::now() + limit;
     const Reading reading(path, caller.user, buffer);
     CallerChild reader(std::move(place));
     if (const auto failed = reader.start(caller, reading, deadline); failed) {
@@ -169,12 +169,13 @@ Report receiveRequest(const UserIdentity& caller, const std::string& path, Buffe
     return error == 0 ? report : failure(Step::Receive, error);
 }
 
-Report copyWithReport(const UserIdentity& caller, const std::string& path, int target) {
+Report copyWithReport(const UserIdentity& caller, const std::string& path, int target,
+                      Clock::duration limit) {
     if (!path.starts_with('/') || path.find('\0') != std::string::npos) {
         return failure(Step::Path, 0);
     }
     Buffer buffer(kLargestRequestBytes + 1);
-    const Report report = receiveRequest(caller, path, buffer);
+    const Report report = receiveRequest(caller, path, limit, buffer);
     if (report.failed != Step::None) {
         return report;
     }
@@ -184,8 +185,9 @@ Report copyWithReport(const UserIdentity& caller, const std::string& path, int t
 
 } // namespace
 
-bool copyRequest(const UserIdentity& caller, const std::string& path, int target) {
-    const Report report = copyWithReport(caller, path, target);
+bool copyRequest(const UserIdentity& caller, const std::string& path, int target,
+                 std::chrono::milliseconds limit) {
+    const Report report = copyWithReport(caller, path, target, limit);
     if (report.failed == Step::None) {
         return true;
     }

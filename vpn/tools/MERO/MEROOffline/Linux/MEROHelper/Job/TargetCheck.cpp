@@ -5,10 +5,8 @@
 #include "Common/Utility/log/Log.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/CallerChild.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobArguments.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
 #include <cerrno>
-#include <chrono>
 #include <fcntl.h>
 #include <optional>
 #include <unistd.h>
@@ -38,12 +36,13 @@ TargetState unseen(int error) {
 
 } // namespace
 
-TargetState checkTarget(const UserIdentity& caller, const std::string& path) {
+TargetState checkTarget(const UserIdentity& caller, const std::string& path,
+                        std::chrono::milliseconds limit) {
     std::optional<ReaderPlace> place = ReaderPlace::take(caller.user);
     if (!place) {
         return unseen(EUSERS);
     }
-    const auto deadline = CallerChild::Clock::now() + std::chrono::milliseconds(kTargetTimeoutMs);
+    const auto deadline = CallerChild::Clock::now() + limit;
     const Look look(path);
     CallerChild process(std::move(place));
     if (const auto failed = process.start(caller, look, deadline); failed) {

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "Common/IPC/UserIdentity.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ReaderPlace.h"
 
+#include <chrono>
 #include <string>
-
-/// Time that the look at a target may take in all.
-inline constexpr int kTargetTimeoutMs = 5000;
 
 /// What a caller's target is for a bundle.
 enum class TargetState {
@@ -20,7 +19,8 @@ enum class TargetState {
 
 /// Looks with the caller's rights at what stands at a target, so that nobody learns what is where they can't
 /// look. What can't be told, also because the file system gives no answer in time, is Fine: the publishing
-/// looks again. Any thread; a user who has as many readers as ReaderPlace gives is Unseen. Takes a little
-/// longer than kTargetTimeoutMs at most.
-/// @param path  absolute, without NUL bytes.
-[[nodiscard]] TargetState checkTarget(const UserIdentity& caller, const std::string& path);
+/// looks again. Any thread; a user who has as many readers as ReaderPlace gives is Unseen.
+/// @param path   absolute, without NUL bytes.
+/// @param limit  this takes a little longer at most.
+[[nodiscard]] TargetState checkTarget(const UserIdentity& caller, const std::string& path,
+                                      std::chrono::milliseconds limit = kReaderLimit);

@@ -7,7 +7,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobEnvironment.h"
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -26,8 +25,6 @@ constexpr const char* kThisProgram = "/proc/self/exe";
 /// What the log is chosen by.
 constexpr const char* kLogVariable = "ZRN_LOGGING_OUTPUT";
 constexpr const char* kLogToOutput = "STDOUT";
-/// For a worker to be gone after it was killed.
-constexpr std::chrono::seconds kEndLimit(3);
 /// Behind the numbers that have a meaning in the worker, so that putting one into place replaces no other.
 constexpr int kFirstFreeDescriptor = kLockDescriptor + 1;
 
@@ -191,7 +188,8 @@ pid_t spawnWorker(int order, int progress, int lock) {
 
 } // namespace
 
-std::unique_ptr<WorkerProcess> WorkerProcess::start(const WorkOrder& order, int lock) {
+std::unique_ptr<WorkerProcess> WorkerProcess::start(const WorkOrder& order, int lock,
+                                                    std::chrono::milliseconds endLimit) {
     std::optional<PipeEnds> orders = makePipe();
     std::optional<PipeEnds> progress = makePipe();
     FileDescriptor lockCopy;
@@ -207,11 +205,11 @@ std::unique_ptr<WorkerProcess> WorkerProcess::start(const WorkOrder& order, int 
     if (pid < 0) {
         return nullptr;
     }
-    return std::unique_ptr<WorkerProcess>(new WorkerProcess(pid, std::move(progress->reader)));
+    return std::unique_ptr<WorkerProcess>(new WorkerProcess(pid, std::move(progress->reader), endLimit));
 }
 
-WorkerProcess::WorkerProcess(pid_t pid, FileDescriptor progress)
-    : m_pid(pid), m_progress(std::move(progress)) {}
+WorkerProcess::WorkerProcess(pid_t pid, FileDescriptor progress, std::chrono::milliseconds endLimit)
+    : m_pid(pid), m_progress(std::move(progress)), m_endLimit(endLimit) {}
 
 WorkerProcess::~WorkerProcess() {
     if (m_reaped) {
@@ -219,7 +217,7 @@ WorkerProcess::~WorkerProcess() {
     }
     kill();
     // It may wait for a file system that doesn't answer. We don't.
-    if (endsWithin(m_pid, kEndLimit)) {
+    if (endsWithin(m_pid, m_endLimit)) {
         static_cast<void>(reap());
     } else {
         ZRN_LOG('W', "Worker %d doesn't end yet", m_pid);

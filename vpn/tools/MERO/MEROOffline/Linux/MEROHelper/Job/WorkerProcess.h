@@ -3,6 +3,7 @@
 #include "Common/Utility/memory/Handles.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
 
+#include <chrono>
 #include <memory>
 #include <sys/types.h>
 
@@ -21,11 +22,13 @@ inline constexpr int kLockDescriptor = 5;
 class WorkerProcess {
 public:
     /// Starts the worker and hands the order over.
-    /// @param lock  descriptor of the helper's lock, of which the worker gets a copy; -1 for none.
+    /// @param lock      descriptor of the helper's lock, of which the worker gets a copy; -1 for none.
+    /// @param endLimit  how long the destructor waits for the end of the killed worker.
     /// @return null, logged, if that fails; nothing runs then.
-    [[nodiscard]] static std::unique_ptr<WorkerProcess> start(const WorkOrder& order, int lock);
+    [[nodiscard]] static std::unique_ptr<WorkerProcess> start(const WorkOrder& order, int lock,
+                                                              std::chrono::milliseconds endLimit);
     /// Kills the worker's process group and reaps the worker, if it was not reaped. One that still doesn't
-    /// end within seconds, as it waits for a file system, is left, which the log says.
+    /// end in time, as it waits for a file system, is left, which the log says.
     ~WorkerProcess();
     WorkerProcess(const WorkerProcess&) = delete;
     WorkerProcess& operator=(const WorkerProcess&) = delete;
@@ -40,10 +43,11 @@ public:
     [[nodiscard]] bool reap() noexcept;
 
 private:
-    WorkerProcess(pid_t pid, FileDescriptor progress);
+    WorkerProcess(pid_t pid, FileDescriptor progress, std::chrono::milliseconds endLimit);
     void killGroup() const noexcept;
 
     pid_t m_pid;
     FileDescriptor m_progress;
+    std::chrono::milliseconds m_endLimit;
     bool m_reaped = false;
 };

@@ -118,7 +118,7 @@ void HelperService::takeCall(OwedAnswer answer, std::vector<JobEntry> entries) {
     m_callerWatch = std::make_unique<CallerWatch>(*m_caller, [this] { onCallerGone(); });
     const auto owed = std::make_shared<OwedAnswer>(std::move(answer));
     m_call =
-        std::make_shared<StartCall>(*m_caller, m_environment.settings.authorisationLimit,
+        std::make_shared<StartCall>(*m_caller, m_environment.settings,
                                     StartCall::Handlers{.answer =
                                                             [this, owed](std::optional<AcceptedJob> job) {
                                                                 owed->give(job && startJob(*std::move(job)));

@@ -11,13 +11,9 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/JobLeavings.h"
 
-#include <chrono>
 #include <fcntl.h>
 
 namespace {
-
-/// A process that a file system of the caller's holds on to may stay longer.
-constexpr std::chrono::seconds kEndLimit{3};
 
 Publishing publishArchive(const AcceptedJob& job, const SpaceLimits& limits) {
     FileDescriptor archive;
@@ -64,9 +60,10 @@ ProgressRecord refusedTarget() {
     return unwrittenBundle(kNotZipped);
 }
 
-ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome, const SpaceLimits& limits) {
-    endDescendants(kEndLimit);
-    ProgressRecord result = isBundleMade(outcome.status) ? publish(job, outcome, limits) : outcome;
+ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome, const ServiceSettings& settings) {
+    endDescendants(settings.leftoverLimit);
+    ProgressRecord result =
+        isBundleMade(outcome.status) ? publish(job, outcome, settings.spaceLimits) : outcome;
     // Each of them logs what it has to leave.
     removeWorkingFolders();
     job.folder.remove();

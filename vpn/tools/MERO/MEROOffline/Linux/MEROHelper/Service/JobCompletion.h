@@ -1,8 +1,8 @@
 #pragma once
 
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/ProgressRecord.h"
-#include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/AcceptedJob.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceSettings.h"
 
 #include <cstdint>
 #include <string>
@@ -22,9 +22,9 @@ inline constexpr const char* kArchiveName = "bundle.zip";
 /// What is left to do when the worker has ended: ends what it may have left running, hands the bundle of a
 /// job that made one to the caller, and removes all else that is left of the job. May take as long as
 /// publishBundle does. Any thread, but no other child of this process may be of use meanwhile.
-/// @param outcome  of the worker.
-/// @param limits   what the bundle at its target may take.
+/// @param outcome   of the worker.
+/// @param settings  what the bundle at its target may take, and for what is left running to end.
 /// @return the outcome of the job: the worker's, or MEROENGINE_ERROR_WRITE_FAILURE if there is a bundle that
 /// can't be handed over.
 [[nodiscard]] ProgressRecord completeJob(AcceptedJob& job, const ProgressRecord& outcome,
-                                         const SpaceLimits& limits);
+                                         const ServiceSettings& settings);

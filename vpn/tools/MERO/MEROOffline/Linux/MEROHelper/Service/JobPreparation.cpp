@@ -25,7 +25,7 @@ std::optional<UserIdentity> findUser(uid_t user) {
     return identity;
 }
 
-bool makeRequestCopy(AcceptedJob& job) {
+bool makeRequestCopy(AcceptedJob& job, std::chrono::milliseconds limit) {
     if (job.arguments.requestPath.empty()) {
         return true;
     }
@@ -36,12 +36,12 @@ bool makeRequestCopy(AcceptedJob& job) {
         ZRN_LOG_ERRNO_TEXT('E', "open", "File: %s", job.requestCopy.c_str());
         return false;
     }
-    return copyRequest(job.caller, job.arguments.requestPath, copy.get());
+    return copyRequest(job.caller, job.arguments.requestPath, copy.get(), limit);
 }
 
 /// @return false if nobody can look at it, which is no reason to go on without.
-bool lookAtTarget(AcceptedJob& job) {
-    const TargetState state = checkTarget(job.caller, bundleTarget(job.arguments));
+bool lookAtTarget(AcceptedJob& job, std::chrono::milliseconds limit) {
+    const TargetState state = checkTarget(job.caller, bundleTarget(job.arguments), limit);
     job.isTargetRefused = state == TargetState::Refused;
     return state != TargetState::Unseen;
 }
@@ -58,7 +58,8 @@ std::string installationFolder() {
     return program.parent_path();
 }
 
-std::optional<AcceptedJob> prepareJob(JobArguments arguments, uid_t caller) {
+std::optional<AcceptedJob> prepareJob(JobArguments arguments, uid_t caller,
+                                      std::chrono::milliseconds readerLimit) {
     // A configuration that root has chosen is root's own affair.
     if (arguments.configFolder.empty() && !belongsToRootAlone(installationFolder())) {
         return std::nullopt;
@@ -72,7 +73,7 @@ std::optional<AcceptedJob> prepareJob(JobArguments arguments, uid_t caller) {
         return std::nullopt;
     }
     AcceptedJob job{std::move(arguments), *std::move(identity), *std::move(folder), {}};
-    if (!makeRequestCopy(job) || !lookAtTarget(job)) {
+    if (!makeRequestCopy(job, readerLimit) || !lookAtTarget(job, readerLimit)) {
         return std::nullopt;
     }
     return job;

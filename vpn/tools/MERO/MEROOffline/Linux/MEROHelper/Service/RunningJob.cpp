@@ -7,7 +7,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
@@ -15,8 +14,6 @@
 namespace {
 
 constexpr std::size_t kReadBytes = 16384;
-/// For a worker to be gone after it was killed.
-constexpr std::chrono::seconds kKillLimit{10};
 
 /// A descriptor that is readable once the process has ended, and leaves its reaping to others.
 FileDescriptor watchProcess(pid_t pid) {
@@ -41,17 +38,17 @@ WorkOrder RunningJob::orderOf() const {
             .jobFolder = m_job.folder.path(),
             .archivePath = m_job.folder.entry(kArchiveName),
             .password = arguments.bundlePassword,
-            .space = m_space,
+            .space = m_settings.spaceLimits,
             .service = ::getpid()};
 }
 
 bool RunningJob::start(int lock, const ServiceSettings& settings) {
-    m_space = settings.spaceLimits;
+    m_settings = settings;
     if (m_job.isTargetRefused) {
         finish(refusedTarget());
         return true;
     }
-    m_worker = WorkerProcess::start(orderOf(), lock);
+    m_worker = WorkerProcess::start(orderOf(), lock, m_settings.leftoverLimit);
     m_job.arguments.bundlePassword.clear();
     if (!m_worker) {
         return false;
@@ -63,7 +60,7 @@ bool RunningJob::start(int lock, const ServiceSettings& settings) {
     }
     m_progressWatch.start(m_worker->progress(), [this] { readProgress(); });
     m_endWatch.start(m_workerEnd.get(), [this] { onWorkerEnd(); });
-    m_limit.start(settings.jobLimit, [this] {
+    m_limit.start(m_settings.jobLimit, [this] {
         ZRN_LOG('E', "The worker takes too long and is ended");
         endWorker(MEROENGINE_ERROR_EXTERN_ACTION_TIMEOUT);
     });
@@ -82,7 +79,7 @@ void RunningJob::endWorker(uint32_t code) {
     if (!m_endedWith) {
         m_endedWith = code;
         m_worker->kill();
-        m_limit.start(kKillLimit, [this] {
+        m_limit.start(m_settings.killLimit, [this] {
             ZRN_LOG('E', "The worker doesn't end and is left to itself");
             onWorkerEnd();
         });
@@ -144,7 +141,7 @@ void RunningJob::onWorkerEnd() {
 void RunningJob::finish(ProgressRecord outcome) {
     const auto job = std::make_shared<AcceptedJob>(std::move(m_job));
     const auto result = std::make_shared<ProgressRecord>(std::move(outcome));
-    runInBackground([job, result, limits = m_space] { *result = completeJob(*job, *result, limits); },
+    runInBackground([job, result, settings = m_settings] { *result = completeJob(*job, *result, settings); },
                     [this, result] {
                         // It may end this object, and the handler with it.
                         const auto handler = std::move(m_handlers.end);

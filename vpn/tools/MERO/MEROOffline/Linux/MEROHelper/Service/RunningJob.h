@@ -47,7 +47,7 @@ private:
 
     AcceptedJob m_job;
     Handlers m_handlers;
-    SpaceLimits m_space;
+    ServiceSettings m_settings;
     std::unique_ptr<WorkerProcess> m_worker;
     /// Readable once the worker has ended.
     FileDescriptor m_workerEnd;

@@ -7,12 +7,13 @@
 #include <utility>
 #include <variant>
 
-StartCall::StartCall(BusCaller caller, std::chrono::milliseconds limit, Handlers handlers)
-    : m_caller(std::move(caller)), m_limit(limit), m_handlers(std::move(handlers)),
+StartCall::StartCall(BusCaller caller, const ServiceSettings& settings, Handlers handlers)
+    : m_caller(std::move(caller)), m_settings(settings), m_handlers(std::move(handlers)),
       m_cancellable(adoptRef(g_cancellable_new())) {}
 
 void StartCall::begin(std::vector<JobEntry> entries) {
-    m_timer.start(m_limit, [self = shared_from_this()] { self->refuse("there was no answer in time"); });
+    m_timer.start(m_settings.authorisationLimit,
+                  [self = shared_from_this()] { self->refuse("there was no answer in time"); });
     askUserOf(m_caller, m_cancellable.get(),
               [self = shared_from_this(), sent = std::move(entries)](std::optional<uid_t> user) {
                   self->onUser(user, sent);
@@ -36,8 +37,11 @@ void StartCall::prepare(JobArguments arguments, uid_t user) {
     m_preparing = true;
     const auto input = std::make_shared<JobArguments>(std::move(arguments));
     const auto result = std::make_shared<std::optional<AcceptedJob>>();
-    runInBackground([input, result, user] { *result = prepareJob(std::move(*input), user); },
-                    [self = shared_from_this(), result] { self->onPrepared(std::move(*result)); });
+    runInBackground(
+        [input, result, user, limit = m_settings.readerLimit] {
+            *result = prepareJob(std::move(*input), user, limit);
+        },
+        [self = shared_from_this(), result] { self->onPrepared(std::move(*result)); });
 }
 
 void StartCall::onPrepared(std::optional<AcceptedJob> job) {

@@ -4,6 +4,7 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/AcceptedJob.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Authorisation.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/BusCaller.h"
+#include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/ServiceSettings.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Service/Timer.h"
 
 #include <functional>
@@ -22,8 +23,8 @@ public:
         std::function<void()> done;
     };
 
-    /// @param limit  what has no answer this long after begin is refused.
-    StartCall(BusCaller caller, std::chrono::milliseconds limit, Handlers handlers);
+    /// @param settings  what has no answer at the authorisation limit is refused.
+    StartCall(BusCaller caller, const ServiceSettings& settings, Handlers handlers);
     StartCall(const StartCall&) = delete;
     StartCall& operator=(const StartCall&) = delete;
 
@@ -41,7 +42,7 @@ private:
     void end();
 
     BusCaller m_caller;
-    std::chrono::milliseconds m_limit;
+    ServiceSettings m_settings;
     Handlers m_handlers;
     GObjectHandle<GCancellable> m_cancellable;
     Timer m_timer;
