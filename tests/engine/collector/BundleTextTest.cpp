@@ -13,10 +13,10 @@ using ::testing::ElementsAre;
 namespace {
 
 /// All lines of a text.
-std::vector<std::string> linesOf(std::string text, std::size_t width) {
+std::vector<std::string> linesOf(std::string_view text, std::size_t width) {
     std::vector<std::string> lines;
     do {
-        lines.push_back(takeLine(text, width));
+        lines.emplace_back(takeLine(text, width));
     } while (!text.empty());
     return lines;
 }

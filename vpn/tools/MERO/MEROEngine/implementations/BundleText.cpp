@@ -14,10 +14,6 @@ namespace {
 
 constexpr std::string_view kGap = "  ";
 
-void dropLeadingWhiteSpace(std::string& text) {
-    text.erase(0, text.size() - trimmedAtStart(text).size());
-}
-
 std::string tableLine(const Cells& cells, const Widths& widths) {
     std::string line;
     for (std::size_t column = 0; column < kColumns; ++column) {
@@ -35,25 +31,22 @@ std::string cell(std::string_view text, std::size_t width) {
     return result;
 }
 
-std::string takeLine(std::string& text, std::size_t width) {
-    dropLeadingWhiteSpace(text);
-    std::string line;
-    if (text.size() <= width) {
-        line.swap(text);
+std::string_view takeLine(std::string_view& text, std::size_t width) {
+    text = trimmedAtStart(text);
+    std::string_view line = text.substr(0, width);
+    text.remove_prefix(line.size());
+    if (text.empty()) {
         return line;
     }
-    const auto widthEnd = text.begin() + static_cast<std::string::difference_type>(width);
-    const auto space = std::find_if(std::make_reverse_iterator(widthEnd), text.rend(), isWhiteSpace);
-    if (space != text.rend()) {
-        const auto position = static_cast<std::size_t>(text.rend() - space) - 1;
-        line = text.substr(0, position);
-        text.erase(0, position + 1);
+    const auto space = std::find_if(line.rbegin(), line.rend(), isWhiteSpace);
+    if (space != line.rend()) {
+        const std::string_view behind(space.base(), text.end());
+        line = line.substr(0, static_cast<std::size_t>(line.rend() - space) - 1);
+        text = behind;
         return line;
     }
-    line = text.substr(0, width);
-    text.erase(0, width);
     // Otherwise blanks behind a word that fills the column would cost a line of their own.
-    dropLeadingWhiteSpace(text);
+    text = trimmedAtStart(text);
     return line;
 }
 
@@ -65,7 +58,7 @@ std::string row(Cells cells, const Widths& widths) {
             parts[column] = takeLine(cells[column], widths[column]);
         }
         lines += tableLine(parts, widths);
-    } while (!std::all_of(cells.begin(), cells.end(), [](const std::string& rest) { return rest.empty(); }));
+    } while (!std::all_of(cells.begin(), cells.end(), [](std::string_view rest) { return rest.empty(); }));
     return lines;
 }
 

@@ -12,7 +12,7 @@ namespace bundleText {
 
 inline constexpr std::size_t kColumns = 4;
 using Widths = std::array<std::size_t, kColumns>;
-using Cells = std::array<std::string, kColumns>;
+using Cells = std::array<std::string_view, kColumns>;
 
 /// ID, Filename, Description and File Size; with the gaps a line of 101.
 inline constexpr Widths kIncludedWidths{17, 28, 40, 10};
@@ -23,8 +23,9 @@ inline constexpr Widths kOmittedWidths{17, 28, 40, 50};
 [[nodiscard]] std::string cell(std::string_view text, std::size_t width);
 /// Takes the next line of at most `width` bytes from the front of `text`: up to white space where
 /// there is some, else cut hard. White space at the start of the line is dropped. The locale tells
-/// what white space is.
-[[nodiscard]] std::string takeLine(std::string& text, std::size_t width);
+/// what white space is. At the cost of the line, however long the text is.
+/// @return a part of what `text` views.
+[[nodiscard]] std::string_view takeLine(std::string_view& text, std::size_t width);
 /// One row of a table: as many lines as the longest cell needs, at least one.
 [[nodiscard]] std::string row(Cells cells, const Widths& widths);
 

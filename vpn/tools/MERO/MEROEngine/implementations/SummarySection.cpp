@@ -16,9 +16,9 @@ std::string table(const bundleText::Cells& heads, const bundleText::Widths& widt
     const std::string dashes = std::string(lineWidth, '-') + "\n";
     std::string text = bundleText::row(heads, widths) + dashes;
     for (const MEROComponent* entry : entries) {
-        text += bundleText::row({entry->getName(), entry->getValue(), attributeOf(*entry, "description"),
-                                 attributeOf(*entry, lastAttribute)},
-                                widths);
+        const std::string description = attributeOf(*entry, "description");
+        const std::string last = attributeOf(*entry, lastAttribute);
+        text += bundleText::row({entry->getName(), entry->getValue(), description, last}, widths);
     }
     return text + dashes;
 }
