@@ -3,6 +3,10 @@
 #include "tools/MERO/MEROEngine/implementations/parser/AttributeText.h"
 #include "tools/MERO/MEROEngine/implementations/parser/PlatformSection.h"
 
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
 namespace {
 
 std::list<MEROComponent*> childrenNamed(const MEROComponent& parent, const char* name) {
@@ -15,12 +19,21 @@ std::list<MEROComponent*> childrenNamed(const MEROComponent& parent, const char*
     return found;
 }
 
+/// An element with its id, which is looked up once and not at each comparison.
+struct KeyedElement {
+    MEROComponent* element;
+    std::optional<std::string> id;
+};
+
+KeyedElement withId(MEROComponent* element) {
+    const MEROAttribute* id = element->FindAttribute("id");
+    return {element, id == nullptr ? std::nullopt : std::optional(id->getValue())};
+}
+
 /// Components without an id are neither less nor greater than any other. Among ids they make the order
 /// depend on how a list is merged, so only the list's own sort may be used with this.
-bool hasLowerId(const MEROComponent* left, const MEROComponent* right) {
-    const MEROAttribute* leftId = left->FindAttribute("id");
-    const MEROAttribute* rightId = right->FindAttribute("id");
-    return leftId != nullptr && rightId != nullptr && leftId->getValue() < rightId->getValue();
+bool hasLowerId(const KeyedElement& left, const KeyedElement& right) {
+    return left.id && right.id && *left.id < *right.id;
 }
 
 } // namespace
@@ -73,7 +86,10 @@ std::list<MEROComponent*> ItemWalk::fileElements(const MEROComponent& parent) {
 }
 
 void ItemWalk::sortById(std::list<MEROComponent*>& files) {
-    files.sort(hasLowerId);
+    std::list<KeyedElement> keyed;
+    std::ranges::transform(files, std::back_inserter(keyed), withId);
+    keyed.sort(hasLowerId);
+    std::ranges::transform(keyed, files.begin(), &KeyedElement::element);
 }
 
 MEROComponent* ItemWalk::childThatCounts(const MEROComponent& item, const char* name) const {

@@ -239,10 +239,11 @@ uint32_t MEROEngine::makeWorkingFolder() {
 void MEROEngine::collectAll() {
     WorkerPool pool(collectorThreadCount(std::thread::hardware_concurrency()));
     reportStep(4, kReading);
+    const auto wanted = std::make_shared<WantedEntries>(m_request, m_requestedFiles);
     uint32_t index = 0;
     for (MEROXmlObject* config : m_configTrees) {
         if (config != nullptr) {
-            const auto worker = std::make_shared<collector>(m_request, m_requestedFiles, m_targetPath,
+            const auto worker = std::make_shared<collector>(m_request, wanted, m_targetPath,
                                                             m_includeLegacyTree, m_collectSystemLogs);
             pool.post([self = shared_from_this(), worker, config, index] {
                 self->runTask(config, index, *worker);

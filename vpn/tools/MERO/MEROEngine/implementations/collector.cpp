@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <boost/lexical_cast.hpp>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -27,8 +28,6 @@ constexpr const char* kDefaultBundleFolder = "/tmp/MERO_Temp_Bundle";
 constexpr const char* kLegacyTreeName = "Legacy - Varnel Trellink Nolvane";
 constexpr uint32_t kClearPauseMs = 50;
 
-/// Guards the list of unprocessed request entries that the collectors of a run share.
-std::mutex g_unprocessedLock;
 /// The comment belongs to the bundle and not to one configuration, so the first group to get there writes it
 /// and no other one of the process.
 std::once_flag g_commentsOnce;
@@ -46,7 +45,12 @@ std::string childText(const MEROComponent& component, const char* name) {
 
 collector::collector(MEROXmlObject* request, std::list<MEROComponent*>& unprocessed,
                      const std::string& targetPath, bool includeLegacyTree, bool collectSystemLogs)
-    : m_pXMLRequest(request), m_pUnprocessed(&unprocessed), m_targetPath(targetPath),
+    : collector(request, std::make_shared<WantedEntries>(request, unprocessed), targetPath, includeLegacyTree,
+                collectSystemLogs) {}
+
+collector::collector(MEROXmlObject* request, std::shared_ptr<WantedEntries> wanted,
+                     const std::string& targetPath, bool includeLegacyTree, bool collectSystemLogs)
+    : m_pXMLRequest(request), m_wanted(std::move(wanted)), m_targetPath(targetPath),
       m_includeLegacyTree(includeLegacyTree), m_collectSystemLogs(collectSystemLogs) {}
 
 collector::~collector() = default;
@@ -92,26 +96,29 @@ uint32_t collector::Collect(std::string& bundleFolder, MEROXmlObject* config) {
 
 void collector::runRequestLoop(const MEROComponent& group, const std::string& bundleFolder,
                                MEROActionInfo& info) {
-    std::list<MEROComponent*> wanted = getFileComponents(*m_pXMLRequest);
     const std::vector<WalkedItem> items = m_walk.itemsOf(group);
     const std::string groupFolder = getDirectory(group, bundleFolder);
-    ItemWalk::sortById(wanted);
-
-    MEROComponent* commentsFile = nullptr;
-    auto item = items.begin();
-    for (MEROComponent* entry : wanted) {
-        if (takeReservedEntry(entry, bundleFolder, commentsFile)) {
-            continue;
+    const std::vector<WantedEntries::Entry>& entries = m_wanted->entries();
+    std::size_t place = 0;
+    for (auto item = items.begin(); item != items.end();) {
+        place = m_wanted->firstFrom(place, item->id);
+        if (place == entries.size()) {
+            break;
         }
-        const std::string id = idOf(*entry);
-        item = std::find_if(item, items.end(), [&id](const WalkedItem& i) { return id <= i.id; });
-        if (item != items.end() && id == item->id) {
-            runRequestedItem(entry, *item, groupFolder, info);
+        const WantedEntries::Entry& entry = entries[place];
+        item = std::find_if(item, items.end(), [&entry](const WalkedItem& i) { return entry.id <= i.id; });
+        if (item != items.end() && entry.id == item->id) {
+            if (place >= m_wanted->summaryPlace()) {
+                placeSummary(bundleFolder);
+            }
+            runRequestedItem(entry.element, *item, groupFolder, info);
         }
+        ++place;
     }
+    placeSummary(bundleFolder);
     std::call_once(g_commentsOnce, [&] {
         // Lost comments stand in the summary; they are no reason to end the collection.
-        static_cast<void>(writeComments(commentsFile, bundleFolder));
+        static_cast<void>(writeComments(m_wanted->commentsEntry(), bundleFolder));
     });
 }
 
@@ -122,21 +129,12 @@ std::string collector::placeInBundle(const std::string& bundleFolder, const std:
     return path;
 }
 
-bool collector::takeReservedEntry(MEROComponent* entry, const std::string& bundleFolder,
-                                  MEROComponent*& commentsFile) {
-    const std::string id = idOf(*entry);
-    if (id == "comments") {
-        commentsFile = entry;
-        return true;
+void collector::placeSummary(const std::string& bundleFolder) {
+    const MEROComponent* entry = m_wanted->summaryEntry();
+    if (entry != nullptr && m_summaryPath.empty()) {
+        const std::string name = childText(*entry, "name");
+        m_summaryPath = placeInBundle(bundleFolder, name.empty() ? "summary.txt" : name);
     }
-    if (id == "summary") {
-        if (m_summaryPath.empty()) {
-            const std::string name = childText(*entry, "name");
-            m_summaryPath = placeInBundle(bundleFolder, name.empty() ? "summary.txt" : name);
-        }
-        return true;
-    }
-    return false;
 }
 
 void collector::runRequestedItem(MEROComponent* entry, const WalkedItem& item, const std::string& groupFolder,
@@ -304,13 +302,8 @@ uint32_t collector::removeFromUnprocessedList(MEROComponent* requestFile) {
         ZRN_LOG('E', "pDC is NULL");
         return MEROENGINE_ERROR_BAD_PARAMETER;
     }
-    {
-        const std::lock_guard<std::mutex> guard(g_unprocessedLock);
-        const auto entry = std::find(m_pUnprocessed->begin(), m_pUnprocessed->end(), requestFile);
-        if (entry != m_pUnprocessed->end()) {
-            m_pUnprocessed->erase(entry);
-            return 0;
-        }
+    if (m_wanted->takeOff(requestFile)) {
+        return 0;
     }
     // Another group had the same id. Its files were collected then; the reader of the summary should know.
     helperUtil::fillSummaryNote(m_pXMLSummary.get(),

@@ -4,6 +4,7 @@
 #include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 #include "tools/MERO/MEROEngine/implementations/MEROCollectedFile.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/WantedEntries.h"
 
 #include <cstdint>
 #include <list>
@@ -21,12 +22,16 @@ class collector {
 public:
     /// @param request              the request, not owned; an object without a root
     /// selects the default items.
-    /// @param unprocessed          the request's entries nobody has handled yet; shared by all collectors of
-    /// a run and guarded by a lock of this class.
+    /// @param unprocessed          the request's entries nobody has handled yet; may be shared by collectors,
+    /// which guard it by a lock.
     /// @param targetPath           the zip file, for the summary.
     /// @param includeLegacyTree    take the legacy group's items in default mode.
     /// @param collectSystemLogs    take the system logs in default mode and in the clear run.
     collector(MEROXmlObject* request, std::list<MEROComponent*>& unprocessed, const std::string& targetPath,
+              bool includeLegacyTree, bool collectSystemLogs);
+    /// The same for one of many collectors of a request.
+    /// @param wanted  the request's entries, shared by all of them.
+    collector(MEROXmlObject* request, std::shared_ptr<WantedEntries> wanted, const std::string& targetPath,
               bool includeLegacyTree, bool collectSystemLogs);
     ~collector();
     collector(const collector&) = delete;
@@ -44,6 +49,7 @@ public:
     /// Views into the trees, in document order. Empty, with a log line, for an object without a root or a
     /// component that is no fileGroup.
     [[nodiscard]] std::list<MEROComponent*> getFileGroupComponents(const MEROXmlObject& object) const;
+    /// For callers outside of this system: the children named file.
     [[nodiscard]] std::list<MEROComponent*> getFileComponents(const MEROXmlObject& object) const;
     /// For callers outside of this system: the same of one group.
     [[nodiscard]] std::list<MEROComponent*> getFileGroupFileComponents(const MEROComponent& group) const;
@@ -86,10 +92,8 @@ public:
 private:
     void runRequestLoop(const MEROComponent& group, const std::string& bundleFolder, MEROActionInfo& info);
     void runDefaultLoop(const MEROComponent& group, const std::string& bundleFolder, MEROActionInfo& info);
-    /// Handles a request entry that names a file of the bundle's own instead of an item.
-    /// @return false for an item's entry.
-    bool takeReservedEntry(MEROComponent* entry, const std::string& bundleFolder,
-                           MEROComponent*& commentsFile);
+    /// Takes over the place that the request has for the summary, at the first call.
+    void placeSummary(const std::string& bundleFolder);
     /// Path of a file that the request names, with the folders on the way to it made.
     [[nodiscard]] static std::string placeInBundle(const std::string& bundleFolder, const std::string& name);
     /// Collects the requested item, unless it has no instructions for this platform.
@@ -108,7 +112,7 @@ private:
 
     MEROXmlObject* m_pXMLRequest;
     std::unique_ptr<MEROXmlObject> m_pXMLSummary;
-    std::list<MEROComponent*>* m_pUnprocessed;
+    std::shared_ptr<WantedEntries> m_wanted;
     std::list<MEROCollectedFile> m_collected;
     std::string m_targetPath;
     std::string m_summaryPath;
