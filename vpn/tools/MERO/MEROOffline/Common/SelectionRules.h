@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 /// What happens to a row and its record.
 enum ApplyMode : uint32_t {
@@ -52,10 +53,19 @@ private:
     [[nodiscard]] bool anyChildStored(std::size_t record) const;
     [[nodiscard]] bool anyChildChecked(std::size_t row) const;
     void applyToModules(std::size_t rootRow, std::optional<std::size_t> moduleRow, ApplyMode mode);
-    void applyToFiles(std::size_t moduleRow, ApplyMode mode);
-    void applyToChildren(std::size_t row, std::size_t record, ApplyMode mode);
-    void apply(std::size_t row, std::size_t record, ApplyMode mode);
-    void storeModule(std::size_t rootRecord, std::size_t moduleRow);
+    /// Applies the mode to the modules of a root that have the text of one of them.
+    void applyToEqualModules(std::size_t rootRow, std::size_t moduleRow, ApplyMode mode);
+    /// Applies the mode to the rows below `rows` and to what belongs to them below `records`: these are all
+    /// records of the level and text that the rows have. At the cost of both together.
+    void applyToChildren(std::span<const std::size_t> rows, std::span<const std::size_t> records,
+                         ApplyMode mode);
+    void restoreChildren(std::span<const std::size_t> rows, std::span<const std::size_t> records);
+    void storeChildren(std::span<const std::size_t> rows, std::span<const std::size_t> records);
+    void storeEqualModules(std::span<const std::size_t> modules);
+    /// The root record that a module's row goes to.
+    [[nodiscard]] std::size_t recordOfRoot(std::size_t moduleRow) const;
+    /// Calls `action` with each row below these.
+    template <typename Action> void forEachChild(std::span<const std::size_t> rows, Action action) const;
 
     SelectionIndex& m_index;
     CheckRows& m_checks;

@@ -9,12 +9,26 @@ SelectionStore::SelectionStore(const SelectionIndex& index)
     : m_index(index), m_mixed(index),
       m_store(adoptRef(gtk_tree_store_new(2, G_TYPE_BOOLEAN, G_TYPE_STRING))) {
     m_iterators.resize(index.rows().size());
-    for (std::size_t row = 0; row < m_iterators.size(); ++row) {
-        const std::optional<std::size_t> parent = index.row(row).parent;
-        gtk_tree_store_insert_with_values(
-            m_store.get(), &m_iterators[row], parent ? &m_iterators[*parent] : nullptr, -1, kCheckColumn,
-            index.isStored(row) ? TRUE : FALSE, kTextColumn, displayText(index.textOf(row)).c_str(), -1);
+    for (std::size_t root = index.rootCount(); root-- > 0;) {
+        insert(root);
+        const SelectionRow& rootRow = index.row(root);
+        for (std::size_t module = rootRow.endChild; module-- > rootRow.firstChild;) {
+            insert(module);
+            const SelectionRow& moduleRow = index.row(module);
+            for (std::size_t file = moduleRow.endChild; file-- > moduleRow.firstChild;) {
+                insert(file);
+            }
+        }
     }
+}
+
+void SelectionStore::insert(std::size_t row) {
+    // Before all of its siblings, below those that are the first as well: the store counts the siblings in
+    // front of each row that it tells its views of.
+    const std::optional<std::size_t> parent = m_index.row(row).parent;
+    gtk_tree_store_insert_with_values(
+        m_store.get(), &m_iterators[row], parent ? &m_iterators[*parent] : nullptr, 0, kCheckColumn,
+        m_index.isStored(row) ? TRUE : FALSE, kTextColumn, displayText(m_index.textOf(row)).c_str(), -1);
 }
 
 std::optional<std::size_t> SelectionStore::rowAt(GtkTreePath* path) const {

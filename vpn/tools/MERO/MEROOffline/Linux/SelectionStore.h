@@ -30,6 +30,9 @@ public:
     [[nodiscard]] bool isMixed(std::size_t row) const { return m_mixed.isMixed(row); }
 
 private:
+    /// Adds a row as the first one below its parent.
+    void insert(std::size_t row);
+
     const SelectionIndex& m_index;
     MixedRows m_mixed;
     GObjectHandle<GtkTreeStore> m_store;
