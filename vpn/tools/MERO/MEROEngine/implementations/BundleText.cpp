@@ -13,6 +13,42 @@ namespace bundleText {
 namespace {
 
 constexpr std::string_view kGap = "  ";
+constexpr const char* kWriting = "writeAndClose";
+constexpr std::size_t kCopyBytes = 16384;
+
+/// @return 0 or an errno, logged as the next ones are.
+int write(std::FILE* file, std::string_view text) {
+    if (std::fwrite(text.data(), 1, text.size(), file) == text.size()) {
+        return 0;
+    }
+    const int error = errno;
+    ZRN_LOG_CODE_FOR(kWriting, 'E', "fwrite", error, nullptr);
+    return error;
+}
+
+int copy(const ByteSpool& spool, std::FILE* file) {
+    std::array<char, kCopyBytes> block{};
+    std::size_t count = 0;
+    for (uint64_t offset = 0; offset < spool.size(); offset += count) {
+        if (const int error = spool.read(offset, block.data(), block.size(), count); error != 0) {
+            return error;
+        }
+        if (const int error = write(file, {block.data(), count}); error != 0) {
+            return error;
+        }
+    }
+    return 0;
+}
+
+/// @param error  of the writes before.
+int finish(FileHandle file, int error) {
+    // A buffered stream meets a full disk only here.
+    if (std::fclose(file.release()) != 0 && error == 0) {
+        error = errno;
+        ZRN_LOG_CODE_FOR(kWriting, 'E', "fclose", error, nullptr);
+    }
+    return error;
+}
 
 std::string tableLine(const Cells& cells, const Widths& widths) {
     std::string line;
@@ -63,17 +99,19 @@ std::string row(Cells cells, const Widths& widths) {
 }
 
 int writeAndClose(FileHandle file, std::string_view text) {
+    const int error = write(file.get(), text);
+    return finish(std::move(file), error);
+}
+
+int writeAndClose(FileHandle file, std::span<const Piece> pieces) {
     int error = 0;
-    if (std::fwrite(text.data(), 1, text.size(), file.get()) != text.size()) {
-        error = errno;
-        ZRN_LOG_CODE('E', "fwrite", error);
+    for (const Piece& piece : pieces) {
+        error = error != 0 ? error : write(file.get(), piece.text);
+        if (error == 0 && piece.spool != nullptr) {
+            error = copy(*piece.spool, file.get());
+        }
     }
-    // A buffered stream meets a full disk only here.
-    if (std::fclose(file.release()) != 0 && error == 0) {
-        error = errno;
-        ZRN_LOG_CODE('E', "fclose", error);
-    }
-    return error;
+    return finish(std::move(file), error);
 }
 
 } // namespace bundleText

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Common/Utility/files/ByteSpool.h"
 #include "Common/Utility/memory/Handles.h"
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -33,5 +35,14 @@ inline constexpr Widths kOmittedWidths{17, 28, 40, 50};
 /// @param file  an open stream; taken over.
 /// @return 0 or the errno of the first call that failed, which is logged.
 [[nodiscard]] int writeAndClose(FileHandle file, std::string_view text);
+
+/// A part of a long text.
+struct Piece {
+    std::string text;
+    /// What comes behind it, a view; null for nothing.
+    const ByteSpool* spool = nullptr;
+};
+/// The same with the pieces one behind the other. The errno may be that of reading a spool.
+[[nodiscard]] int writeAndClose(FileHandle file, std::span<const Piece> pieces);
 
 } // namespace bundleText

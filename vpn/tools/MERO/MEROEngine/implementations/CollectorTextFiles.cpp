@@ -8,11 +8,13 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
-#include "tools/MERO/MEROEngine/implementations/SummarySection.h"
 #include "tools/MERO/MEROEngine/implementations/truncator.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
+#include <vector>
 
 std::mutex g_summaryLock;
 
@@ -24,6 +26,9 @@ constexpr helperUtil::SummaryPartSearch kMainInfo = {.caller = "fillInSummaryMai
                                                      .noTreeCode = MEROENGINE_ERROR_NULL_XML_ROOT,
                                                      .noRoot = "m_pXMLSummary->GetRoot() is NULL",
                                                      .noPart = "pDCMainInfo is NULL"};
+
+/// So many records, or rows of omitted files, wait for the end of the collection in memory.
+constexpr std::size_t kMostRecords = 256;
 
 /// The head belongs to the file and not to a section, so it stands before the first section of the process.
 std::once_flag g_headOnce;
@@ -84,6 +89,7 @@ uint32_t collector::writeSummary(const std::string& bundleFolder, MEROXmlObject*
         return code;
     }
     m_collected.clear();
+    m_section = SummarySection();
     return 0;
 }
 
@@ -101,17 +107,33 @@ uint32_t collector::printSummary(MEROXmlObject* config, const std::string& /*bun
     // Always 0; an entry that could not be made is in the log.
     static_cast<void>(entries.fillSummaryGoodFiles());
 
-    const SummarySection section(m_pXMLSummary.get());
-    std::string text;
+    std::vector<bundleText::Piece> pieces;
     std::call_once(g_headOnce, [&] {
         if (const uint32_t code = fillInSummaryMainInfo(); code != 0) {
             ZRN_LOG_CODE_FOR("headText", 'E', "collector::fillInSummaryMainInfo", code, nullptr);
         }
-        text = section.head();
+        pieces.push_back({SummarySection::head(m_pXMLSummary.get())});
     });
     const MEROComponent* title = config->FindChild("configure", "title");
-    text += section.text(title == nullptr ? "configure" : title->getValue());
-    return bundleText::writeAndClose(std::move(file), text) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
+    std::ranges::move(m_section.text(m_pXMLSummary.get(), title == nullptr ? "configure" : title->getValue()),
+                      std::back_inserter(pieces));
+    return bundleText::writeAndClose(std::move(file), pieces) == 0 ? 0 : MEROENGINE_ERROR_WRITE_FAILURE;
+}
+
+void collector::handOn(std::list<MEROCollectedFile>& found) {
+    const MEROComponent* omitted = m_pXMLSummary->GetRoot()->findOwnChild(helperUtil::kOmittedPart);
+    const std::size_t omittedCount = omitted == nullptr ? 0 : omitted->getChildren().size();
+    if (m_collected.size() + found.size() < kMostRecords && omittedCount < kMostRecords) {
+        return;
+    }
+    m_collected.splice(m_collected.end(), found);
+    {
+        const std::lock_guard<std::mutex> guard(g_summaryLock);
+        // Always 0; an entry that could not be made is in the log.
+        static_cast<void>(truncator(m_collected, m_pXMLSummary.get()).fillSummaryGoodFiles());
+    }
+    m_collected.clear();
+    m_section.takeRows(*m_pXMLSummary);
 }
 
 uint32_t collector::writeComments(MEROComponent* commentsFile, const std::string& bundleFolder) {

@@ -3,7 +3,11 @@
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <cstdint>
+#include <functional>
+#include <list>
 #include <string>
+
+struct MEROCollectedFile;
 
 /// Truncation schemes of a collected file.
 inline constexpr int32_t kTruncateWholeFile = 0;
@@ -23,4 +27,7 @@ struct MEROActionInfo {
     double totalAllowedSize = 0.0;
     /// The collector's summary tree, for failures; a view, null in a clear-logs run.
     MEROXmlObject* summary = nullptr;
+    /// Called with the records of an instruction each time that there is one more, or one more row of omitted
+    /// files; may take records over, and rows out of the summary. Empty where they are kept to the end.
+    std::function<void(std::list<MEROCollectedFile>& found)> handOn;
 };

@@ -1,13 +1,16 @@
 #include "tools/MERO/MEROEngine/implementations/MEROCollectLogsAction.h"
 
+#include "Common/Utility/files/ByteSpool.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/SummaryEntries.h"
 
 #include <boost/algorithm/string/replace.hpp>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -24,6 +27,11 @@ std::string targetFolderOf(const std::string& folder, const std::string& folderP
         return itemFolder + "/";
     }
     return boost::algorithm::replace_all_copy(folder, replaced, itemFolder);
+}
+
+/// Keeps the path of each file of a listing, with a NUL behind it.
+helperUtil::FileSink appendTo(ByteSpool& paths) {
+    return [&paths](const helperUtil::FoundFile& file) { paths.append(file.directory + file.name + '\0'); };
 }
 
 /// Makes the folder of a copy, with its parents.
@@ -63,7 +71,7 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
                                              std::list<MEROCollectedFile>& found) {
     const std::string folderPart = helperUtil::folderPartOf(attrs.translatedPath);
     const std::string filePart = helperUtil::stringAfterLast(attrs.translatedPath, "/");
-    std::list<helperUtil::FoundFile> matches;
+    ByteSpool matches(m_info.directory);
     const auto recordUnlisted = [&](const std::string& path, const std::string& reason) {
         helperUtil::recordOmitted(m_info, attrs.translatedPath, path + reason);
     };
@@ -74,58 +82,65 @@ uint32_t MEROCollectLogsAction::deepFileCopy(const FileActionAttrs& attrs,
             return code;
         }
     } else {
-        std::string folder = folderPart;
-        std::list<std::string> patterns{filePart};
-        if (helperUtil::fileFindAll(folder, patterns, false, matches, recordUnlisted) != 0) {
+        if (helperUtil::walkFiles(folderPart, {filePart}, false, m_info.directory, appendTo(matches),
+                                  recordUnlisted) != 0) {
             // The row tells it all: to the walk this instruction has done its work.
             helperUtil::recordOmitted(m_info, attrs.translatedPath, "No file found on endpoint");
             return 0;
         }
     }
-    for (const helperUtil::FoundFile& match : matches) {
+    SpoolReader reader(matches, 0, matches.size());
+    for (std::string source; reader.next(source);) {
         if (isStopRequested()) {
             return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
         }
-        const std::string targetFolder = targetFolderOf(match.directory, folderPart, m_info.directory);
+        const std::string targetFolder =
+            targetFolderOf(helperUtil::folderPartOf(source), folderPart, m_info.directory);
         std::string failure = makeFolders(__func__, targetFolder);
         if (failure.empty()) {
             // The folder ends in "/" already; the double one is part of the path that the records have.
             const std::string target =
-                targetFolder + "/" + helperUtil::mergeFileNames(m_info.name, match.name);
-            failure = copyIntoBundle(match.directory + match.name, target, found);
+                targetFolder + "/" +
+                helperUtil::mergeFileNames(m_info.name, helperUtil::stringAfterLast(source, "/"));
+            failure = copyIntoBundle(source, target, found);
         }
         if (!failure.empty()) {
             helperUtil::recordOmitted(m_info, attrs.translatedPath, failure);
         }
+    }
+    if (reader.error() != 0) {
+        recordUnlisted(folderPart, helperUtil::notListedReason(std::strerror(reader.error())));
     }
     return 0;
 }
 
 uint32_t MEROCollectLogsAction::deepDirectoryCopy(const DirectoryActionAttrs& attrs,
                                                   std::list<MEROCollectedFile>& found) {
-    std::string folder = attrs.translatedPath;
-    std::list<std::string> patterns = attrs.patterns;
     // The listing is complete before the first copy, so that a bundle folder inside the collected one does
     // not feed on itself.
-    std::list<helperUtil::FoundFile> matches;
-    if (helperUtil::fileFindAll(folder, patterns, true, matches, omissionSink()) != 0) {
+    ByteSpool matches(m_info.directory);
+    if (helperUtil::walkFiles(attrs.translatedPath, attrs.patterns, true, m_info.directory, appendTo(matches),
+                              omissionSink()) != 0) {
         helperUtil::recordOmitted(m_info, "N/A", attrs.translatedPath);
         return 0;
     }
-    for (const helperUtil::FoundFile& match : matches) {
+    SpoolReader reader(matches, 0, matches.size());
+    for (std::string source; reader.next(source);) {
         if (isStopRequested()) {
             return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
         }
-        const std::string targetFolder =
-            boost::algorithm::replace_all_copy(match.directory, attrs.translatedPath, m_info.directory + "/");
-        const std::string source = match.directory + match.name;
+        const std::string targetFolder = boost::algorithm::replace_all_copy(
+            helperUtil::folderPartOf(source), attrs.translatedPath, m_info.directory + "/");
         std::string failure = makeFolders(__func__, targetFolder);
         if (failure.empty()) {
-            failure = copyIntoBundle(source, targetFolder + match.name, found);
+            failure = copyIntoBundle(source, targetFolder + helperUtil::stringAfterLast(source, "/"), found);
         }
         if (!failure.empty()) {
             recordOmittedPath(source, failure);
         }
+    }
+    if (reader.error() != 0) {
+        recordOmittedPath(attrs.translatedPath, helperUtil::notListedReason(std::strerror(reader.error())));
     }
     return 0;
 }
@@ -143,8 +158,7 @@ void MEROCollectLogsAction::recordOmittedPath(const std::string& path, const std
 }
 
 uint32_t MEROCollectLogsAction::findNewest(const std::string& folder, const std::string& pattern,
-                                           std::list<helperUtil::FoundFile>& matches,
-                                           const helperUtil::OmissionSink& omitted) {
+                                           ByteSpool& matches, const helperUtil::OmissionSink& omitted) {
     helperUtil::FoundFile newest;
     const uint32_t code = helperUtil::fileGetNewestMatchingFile(folder, pattern, false, newest, omitted);
     if (code != 0) {
@@ -154,7 +168,7 @@ uint32_t MEROCollectLogsAction::findNewest(const std::string& folder, const std:
         // Files from before 1970 are never the newest one, and so there may be none.
         return MEROENGINE_ERROR_FILE_NOT_FOUND;
     }
-    matches.push_back(newest);
+    appendTo(matches)(newest);
     return 0;
 }
 
@@ -172,5 +186,8 @@ std::string MEROCollectLogsAction::copyIntoBundle(const std::string& source, con
                      .truncateType = m_info.truncateType,
                      .totalAllowedSize = m_info.totalAllowedSize,
                      .defaultTruncateType = kTruncateNone});
+    if (m_info.handOn) {
+        m_info.handOn(found);
+    }
     return {};
 }

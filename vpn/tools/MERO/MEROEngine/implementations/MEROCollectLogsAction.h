@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Utility/files/ByteSpool.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 #include "tools/MERO/MEROEngine/implementations/MEROAction.h"
 
@@ -36,10 +37,10 @@ public:
     [[nodiscard]] static const char* getCopyFailureText(uint32_t code);
 
 private:
-    /// Puts the newest match of `pattern` in the list. @return 0 or the code of there being none.
+    /// Puts the path of the newest match of `pattern` in the spool. @return 0 or the code of there being
+    /// none.
     [[nodiscard]] static uint32_t findNewest(const std::string& folder, const std::string& pattern,
-                                             std::list<helperUtil::FoundFile>& matches,
-                                             const helperUtil::OmissionSink& omitted);
+                                             ByteSpool& matches, const helperUtil::OmissionSink& omitted);
     /// Makes a row of each thing that a listing or a copy leaves out. Not to outlive this object.
     [[nodiscard]] helperUtil::OmissionSink omissionSink() const;
     /// A row under the last part of the path, with the whole path before the reason.

@@ -71,9 +71,11 @@ uint32_t collector::Collect(std::string& bundleFolder, MEROXmlObject* config) {
     }
     MEROActionInfo info;
     info.summary = m_pXMLSummary.get();
+    info.handOn = [this](std::list<MEROCollectedFile>& found) { handOn(found); };
     if (bundleFolder.empty()) {
         bundleFolder = helperUtil::translatePath(kDefaultBundleFolder);
     }
+    m_section = SummarySection(bundleFolder);
     for (const MEROComponent* group : getFileGroupComponents(*config)) {
         if (m_pXMLRequest->GetRoot() != nullptr) {
             runRequestLoop(*group, bundleFolder, info);

@@ -4,6 +4,7 @@
 #include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 #include "tools/MERO/MEROEngine/implementations/MEROCollectedFile.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
+#include "tools/MERO/MEROEngine/implementations/SummarySection.h"
 #include "tools/MERO/MEROEngine/implementations/WantedEntries.h"
 
 #include <cstdint>
@@ -86,7 +87,8 @@ public:
 
     /// The summary tree; null before initializeSummary and after a successful Collect.
     [[nodiscard]] MEROXmlObject* getSummary() const { return m_pXMLSummary.get(); }
-    /// What the actions have placed in the bundle since the last writeSummary.
+    /// What the actions have placed in the bundle since the last writeSummary, but for what they have handed
+    /// on by then.
     [[nodiscard]] const std::list<MEROCollectedFile>& getCollected() const { return m_collected; }
 
 private:
@@ -100,6 +102,9 @@ private:
     void runRequestedItem(MEROComponent* entry, const WalkedItem& item, const std::string& groupFolder,
                           MEROActionInfo& info);
     void runItem(const MEROActionInfo& info);
+    /// Takes records over as an action makes them. Once there are many, their rows are made and kept for the
+    /// section, so that the memory doesn't grow with the number of files.
+    void handOn(std::list<MEROCollectedFile>& found);
     /// Clears one item, unless it is no part of a default bundle.
     void clearItem(const WalkedItem& item, MEROActionInfo& info);
     [[nodiscard]] bool isUnwantedSystemLog(const std::string& id) const;
@@ -114,6 +119,8 @@ private:
     std::unique_ptr<MEROXmlObject> m_pXMLSummary;
     std::shared_ptr<WantedEntries> m_wanted;
     std::list<MEROCollectedFile> m_collected;
+    /// Holds the rows that were made ahead.
+    SummarySection m_section;
     std::string m_targetPath;
     std::string m_summaryPath;
     /// The way through the configuration.

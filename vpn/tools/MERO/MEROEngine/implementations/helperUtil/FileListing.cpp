@@ -1,3 +1,4 @@
+#include "Common/Utility/files/ByteSpool.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 
 namespace helperUtil {
@@ -43,8 +45,12 @@ struct Listing {
     /// In lower case.
     const std::list<std::string>& patterns;
     bool recursive;
-    std::list<FoundFile>& results;
+    const FileSink& hit;
     const OmissionSink& omitted;
+    /// Whether there is a hit.
+    bool hasHits;
+    /// The entries of the folder being gone through, behind those of the folders above it.
+    ByteSpool entries;
     FolderVisits visits;
 
     /// @param path  a folder's may end in "/".
@@ -87,17 +93,29 @@ FoundFile examine(const dirent& entry, const std::string& directory, const Listi
     return found;
 }
 
+/// An entry in the spool: its kind and time, and its name, which can hold no "/".
+std::string spooled(const FoundFile& entry) {
+    return (entry.isDirectory ? "d" : "f") + std::to_string(entry.modificationTime) + "/" + entry.name + '\0';
+}
+
+/// Takes over what an entry of the spool says.
+void readSpooled(const std::string& text, FoundFile& entry) {
+    const std::size_t slash = text.find('/');
+    entry.isDirectory = text.front() == 'd';
+    std::from_chars(text.data() + 1, text.data() + slash, entry.modificationTime);
+    entry.name.assign(text, slash + 1);
+}
+
 /// Reads the entries that matter: the matching files and, if wanted, the sub-folders.
-void readEntries(DIR* folder, const std::string& directory, const Listing& listing,
-                 std::vector<FoundFile>& entriesOut) {
+void readEntries(DIR* folder, const std::string& directory, Listing& listing) {
     int error = 0;
     while (const dirent* entry = nextEntry(folder, error)) {
         if (isDotEntry(entry->d_name)) {
             continue;
         }
-        FoundFile found = examine(*entry, directory, listing);
+        const FoundFile found = examine(*entry, directory, listing);
         if (found.isDirectory ? listing.recursive : matchesAny(found.name, listing.patterns)) {
-            entriesOut.push_back(std::move(found));
+            listing.entries.append(spooled(found));
         }
     }
     if (error != 0) {
@@ -136,8 +154,7 @@ bool isWanted(const ListedFolder& here, const std::string& directory, Listing& l
 }
 
 /// Opens the folder, reads it and closes it again, so that one descriptor serves a tree of any depth.
-uint32_t readFolder(const std::string& directory, Listing& listing, ListedFolder& here,
-                    std::vector<FoundFile>& entriesOut) {
+uint32_t readFolder(const std::string& directory, Listing& listing, ListedFolder& here) {
     errno = 0;
     const DirHandle folder(::opendir(directory.c_str()));
     if (!folder) {
@@ -149,7 +166,7 @@ uint32_t readFolder(const std::string& directory, Listing& listing, ListedFolder
         return failToOpen(errno, directory, here, listing);
     }
     if (isWanted(here, directory, listing)) {
-        readEntries(folder.get(), directory, listing, entriesOut);
+        readEntries(folder.get(), directory, listing);
     }
     return 0;
 }
@@ -157,26 +174,53 @@ uint32_t readFolder(const std::string& directory, Listing& listing, ListedFolder
 /// @param directory  ends in "/".
 uint32_t listFolder(const std::string& directory, Listing& listing, const ListedFolder* above) {
     ListedFolder here{{}, above};
-    std::vector<FoundFile> entries;
-    const uint32_t readCode = readFolder(directory, listing, here, entries);
+    const uint64_t start = listing.entries.size();
+    const uint32_t readCode = readFolder(directory, listing, here);
     if (readCode != 0) {
         return readCode;
     }
-    for (FoundFile& entry : entries) {
+    SpoolReader reader(listing.entries, start, listing.entries.size());
+    FoundFile entry{.name = {}, .directory = directory};
+    for (std::string text; reader.next(text);) {
+        readSpooled(text, entry);
         if (!entry.isDirectory) {
-            listing.results.push_back(std::move(entry));
+            listing.hasHits = true;
+            listing.hit(entry);
             continue;
         }
         // A single folder is listed to its end: the working folder is removed by such a list.
         if (isStopRequested()) {
             return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
         }
+        reader.rest();
         const uint32_t code = listFolder(directory + entry.name + "/", listing, &here);
         if (code != 0) {
             ZRN_LOG_CODE_FOR(kFindAll, 'E', "helperUtil::fileFindAll", code, nullptr);
         }
     }
-    return listing.results.empty() ? MEROENGINE_ERROR_FILE_NOT_FOUND : 0;
+    if (reader.error() != 0) {
+        listing.leaveOut(directory, notListedReason(std::strerror(reader.error())));
+    }
+    listing.entries.cut(start);
+    return listing.hasHits ? 0 : MEROENGINE_ERROR_FILE_NOT_FOUND;
+}
+
+/// Prepares the arguments in place and lists.
+/// @param hasHits  whether an empty listing is one with hits all the same.
+uint32_t listAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
+                 const std::string& spoolFolder, const FileSink& hit, const OmissionSink& omitted,
+                 bool hasHits) {
+    if (directory.empty() || patterns.empty()) {
+        return MEROENGINE_ERROR_BAD_PARAMETER;
+    }
+    if (!directory.ends_with('/')) {
+        directory += '/';
+    }
+    for (std::string& pattern : patterns) {
+        pattern = CStringUtils::toLower(pattern);
+    }
+    Listing listing{patterns, recursive, hit, omitted, hasHits, ByteSpool(spoolFolder), {}};
+    return listFolder(directory, listing, nullptr);
 }
 
 } // namespace
@@ -220,17 +264,13 @@ uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, b
 
 uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
                      std::list<FoundFile>& results, const OmissionSink& omitted) {
-    if (directory.empty() || patterns.empty()) {
-        return MEROENGINE_ERROR_BAD_PARAMETER;
-    }
-    if (!directory.ends_with('/')) {
-        directory += '/';
-    }
-    for (std::string& pattern : patterns) {
-        pattern = CStringUtils::toLower(pattern);
-    }
-    Listing listing{patterns, recursive, results, omitted, {}};
-    return listFolder(directory, listing, nullptr);
+    const FileSink append = [&results](const FoundFile& file) { results.push_back(file); };
+    return listAll(directory, patterns, recursive, {}, append, omitted, !results.empty());
+}
+
+uint32_t walkFiles(std::string directory, std::list<std::string> patterns, bool recursive,
+                   const std::string& spoolFolder, const FileSink& hit, const OmissionSink& omitted) {
+    return listAll(directory, patterns, recursive, spoolFolder, hit, omitted, false);
 }
 
 uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::string& pattern, bool recursive,
@@ -241,26 +281,22 @@ uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::stri
 uint32_t fileGetNewestMatchingFile(const std::string& directory, const std::string& pattern, bool recursive,
                                    FoundFile& newest, const OmissionSink& omitted) {
     newest = FoundFile{};
-    std::string folder = directory;
-    std::list<std::string> patterns{pattern};
-    std::list<FoundFile> found;
-    const uint32_t code = fileFindAll(folder, patterns, recursive, found, omitted);
-    if (code == MEROENGINE_ERROR_FILE_NOT_FOUND) {
-        return code;
-    }
-    if (code != 0) {
-        ZRN_LOG_CODE('E', "helperUtil::fileFindAll", code);
-        return code;
-    }
     int64_t best = 0;
-    for (const FoundFile& file : found) {
+    const FileSink compare = [&](const FoundFile& file) {
         // Among files of the same second the later one in the folder wins; times before 1970 are errors.
         if (file.modificationTime >= best) {
             best = file.modificationTime;
             newest = file;
         }
+    };
+    const uint32_t code = walkFiles(directory, {pattern}, recursive, {}, compare, omitted);
+    if (code != 0 && code != MEROENGINE_ERROR_FILE_NOT_FOUND) {
+        ZRN_LOG_CODE('E', "helperUtil::fileFindAll", code);
     }
-    return 0;
+    if (code != 0) {
+        newest = FoundFile{};
+    }
+    return code;
 }
 
 } // namespace helperUtil

@@ -62,14 +62,17 @@ uint32_t fileDeleteDirectory(const std::string& directory) {
         ZRN_LOG('I', "rtstrDirectory is an empty string");
         return MEROENGINE_ERROR_BAD_PARAMETER;
     }
-    std::string folder = directory.ends_with('/') ? directory : directory + "/";
+    const std::string folder = directory.ends_with('/') ? directory : directory + "/";
     if (::access(folder.c_str(), F_OK) != 0) {
         ZRN_LOG_ERRNO('E', "access");
         return MEROENGINE_ERROR_ACCESS_DENIED;
     }
-    std::list<std::string> patterns{"*"};
-    std::list<FoundFile> files;
-    const uint32_t listCode = fileFindAll(folder, patterns, false, files);
+    uint32_t deleteCode = 0;
+    const FileSink deleteFile = [&](const FoundFile& file) {
+        // The first that stays ends it.
+        deleteCode = deleteCode != 0 ? deleteCode : fileDelete(folder + file.name);
+    };
+    const uint32_t listCode = walkFiles(folder, {"*"}, false, folder, deleteFile, OmissionSink());
     if (listCode != 0) {
         ZRN_LOG_CODE('W', "helperUtil::fileFindAll", listCode);
         if (listCode != MEROENGINE_ERROR_FILE_NOT_FOUND) {
@@ -81,12 +84,8 @@ uint32_t fileDeleteDirectory(const std::string& directory) {
         }
         return 0;
     }
-    for (const FoundFile& file : files) {
-        const uint32_t code = fileDelete(folder + file.name);
-        if (code != 0) {
-            ZRN_LOG_CODE('E', "helperUtil::fileDelete", code);
-            break;
-        }
+    if (deleteCode != 0) {
+        ZRN_LOG_CODE('E', "helperUtil::fileDelete", deleteCode);
     }
     // Silent: either a file stayed, which is in the log, or the folder holds sub-folders, which it may keep.
     return ::rmdir(folder.c_str()) == 0 ? 0 : MEROENGINE_ERROR_UNEXPECTED;

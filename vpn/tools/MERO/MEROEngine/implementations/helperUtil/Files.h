@@ -26,6 +26,8 @@ struct FoundFile {
 /// @param path    the file or folder; a folder has no trailing "/".
 /// @param reason  in the words of the summary, which begin with a blank and belong behind the path.
 using OmissionSink = std::function<void(const std::string& path, const std::string& reason)>;
+/// Is handed one hit of a listing after the other.
+using FileSink = std::function<void(const FoundFile& file)>;
 
 /// Keeps the first bytes of a file and drops the rest.
 /// @param keepBytes  bytes to keep; more than the file holds adds one byte 0xFF, a negative count keeps none.
@@ -85,6 +87,14 @@ using OmissionSink = std::function<void(const std::string& path, const std::stri
 /// the code alone.
 [[nodiscard]] uint32_t fileFindAll(std::string& directory, std::list<std::string>& patterns, bool recursive,
                                    std::list<FoundFile>& results, const OmissionSink& omitted);
+/// Lists as fileFindAll does, and hands each hit on instead of making a list: the memory that it takes
+/// doesn't grow with the number of files. A folder is read to its end, and closed, before its first hit is
+/// handed on.
+/// @param spoolFolder  where more than some entries are kept meanwhile, see ByteSpool; empty for memory.
+/// @return as fileFindAll with an empty list.
+[[nodiscard]] uint32_t walkFiles(std::string directory, std::list<std::string> patterns, bool recursive,
+                                 const std::string& spoolFolder, const FileSink& hit,
+                                 const OmissionSink& omitted);
 /// For callers outside of this system: deletes the files directly in a folder.
 /// @param directory  gets a trailing "/" in place.
 /// @return 0; MEROENGINE_ERROR_BAD_PARAMETER; the listing's code; MEROENGINE_ERROR_UNEXPECTED
