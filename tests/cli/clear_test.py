@@ -6,7 +6,10 @@ import signal
 import unittest
 from xml.sax.saxutils import escape, quoteattr
 
-from console import ConsoleTest, configuration, group, item
+from console import ConsoleTest
+
+import configurations
+from configurations import configuration, group, item
 
 REFUSED = ("merocli: nothing was deleted: standard input is no terminal at which to ask; add --yes to delete without a "
            "question\nRun 'merocli clear --help' for the options.\n")
@@ -23,7 +26,7 @@ MARK = '<clear_log apply="true"/>'
 
 def files(path, mark=MARK, attributes=""):
     """A list of instructions with one for a file."""
-    return "<file_copy_action><action><loc%s>%s</loc>%s</action></file_copy_action>" % (attributes, escape(path), mark)
+    return configurations.files(path, attributes=attributes, more=mark)
 
 
 def command(line, before="", apply="true"):
@@ -33,9 +36,7 @@ def command(line, before="", apply="true"):
 
 
 def clearable(identity, *lists, text="Text", default="true", platform="linux"):
-    return ("<file id=%s><gui><label>Label</label></gui><default>%s</default><description>%s</description>"
-            "<mero><os opsys=%s>%s</os></mero></file>"
-            % (quoteattr(identity), default, text, quoteattr(platform), "".join(lists)))
+    return item(identity, "Label", default, text, platform, instructions="".join(lists))
 
 
 class ClearTest(ConsoleTest):

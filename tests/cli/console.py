@@ -4,64 +4,18 @@ import glob
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
 import zipfile
-from xml.sax.saxutils import escape, quoteattr
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from configurations import configuration, group, item  # noqa: E402  (the folder has to be known first)
 
 MEROCLI = os.environ["MEROCLI"]
-
-# A configuration with one group: an item of the default set, one that is not, and the two with a rule of their own.
-CONFIGURATION = """<?xml version="1.0" encoding="UTF-8"?>
-<configure>
-  <title>Sample</title>
-  <fileGroup treeRootName="Sample" directoryName="{folder}">
-    <title>Sample</title>
-    {items}
-  </fileGroup>
-  <fileGroup treeRootName="Legacy - Varnel Trellink Nolvane" directoryName="{folder}/legacy">
-    <title>Legacy</title>
-    {legacy}
-  </fileGroup>
-</configure>
-"""
-
-ITEM = """<file id="{id}">
-  <gui><label>{id}</label></gui>
-  <default>{default}</default>
-  <description>The item {id}</description>
-  <mero><os opsys="linux"><file_copy_action><action><loc>{path}</loc></action></file_copy_action></os></mero>
-</file>"""
-
-
 WAIT_SECONDS = 60
 HINT_OF_THE_PROGRAM = "Run 'merocli --help' for the commands.\n"
-
-# Without these an attribute's line ends and tabs would be blanks.
-CONTROLS = {chr(code): "&#%d;" % code for code in (9, 10, 13)}
-
-
-def item(identity, label="", default="false", description="", platform="linux", path="/none"):
-    """An item of a configuration; without a platform it has no instructions either."""
-    instructions = ("" if platform is None else
-                    "<mero><os opsys=%s><file_copy_action><action><loc>%s</loc></action></file_copy_action></os></mero>"
-                    % (quoteattr(platform), escape(path)))
-    return "<file id=%s><gui><label>%s</label></gui><default>%s</default><description>%s</description>%s</file>" % (
-        quoteattr(identity, CONTROLS), escape(label), default, escape(description), instructions)
-
-
-def group(root, title, *items, folder=None):
-    """A group of a configuration; without a root no wizard shows it."""
-    attributes = "" if root is None else " treeRootName=" + quoteattr(root, CONTROLS)
-    if folder is not None:
-        attributes += " directoryName=" + quoteattr(folder)
-    return "<fileGroup%s><title>%s</title>%s</fileGroup>" % (attributes, escape(title), "".join(items))
-
-
-def configuration(*groups):
-    return '<?xml version="1.0" encoding="UTF-8"?><configure><title>Test</title>%s</configure>' % "".join(groups)
-
 
 def wait_until(condition):
     """The first true result of the condition."""
@@ -138,15 +92,18 @@ class JobTest(ConsoleTest):
         # The folder in the bundle is unlike that of any other run, so that only its left-overs are removed.
         self.group = "group_" + os.path.basename(self.folder)
         self.addCleanup(self.remove_left_overs)
-        items = []
-        for item, default in (("usual", "true"), ("unusual", "false"), ("system-logs", "true"),
-                              ("system-log-hist", "true")):
-            path = self.write("logs/" + item + ".log", "content of " + item + "\n")
-            items.append(ITEM.format(id=item, default=default, path=path))
-        legacy = ITEM.format(id="former", default="false", path=self.write("logs/former.log", "former\n"))
-        self.write("install/xml/config/sample.xml",
-                   CONFIGURATION.format(folder=self.group, items="\n".join(items), legacy=legacy))
+        # An item of the default set, one that is not, and the two with a rule of their own.
+        items = [self.log_item(name, default) for name, default in (
+            ("usual", "true"), ("unusual", "false"), ("system-logs", "true"), ("system-log-hist", "true"))]
+        self.write("install/xml/config/sample.xml", configuration(
+            group("Sample", "Sample", *items, folder=self.group),
+            group("Legacy - Varnel Trellink Nolvane", "Legacy", self.log_item("former"), folder=self.group + "/legacy"),
+            title="Sample"))
         self.install = self.path("install")
+
+    def log_item(self, name, default="false"):
+        path = self.write("logs/" + name + ".log", "content of " + name + "\n")
+        return item(name, name, default, "The item " + name, path=path)
 
     def remove_left_overs(self):
         for path in glob.glob("/tmp/MERO_Temp_Bundle*/" + self.group):

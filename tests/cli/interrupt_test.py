@@ -5,15 +5,13 @@ import os
 import shutil
 import signal
 import subprocess
-import sys
 import time
 import unittest
-from xml.sax.saxutils import escape
 
-from console import WAIT_SECONDS, JobTest, configuration, group, item, wait_until
+from console import WAIT_SECONDS, JobTest, wait_until
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
-from lease import hold_lease  # noqa: E402  (the folder has to be known first)
+from configurations import configuration, group, item, tool
+from lease import hold_lease
 
 # What a run may take to end its tools and to remove its files.
 END_SECONDS = 20
@@ -64,12 +62,9 @@ class InterruptedJobTest(JobTest):
 
     def write_deaf_tool(self):
         self.pids = self.path("pids")
-        tool = self.write("deaf", DEAF.format(pids=self.pids))
-        os.chmod(tool, 0o755)
-        instruction = "<action><args>%s</args><stdout/></action>" % escape(tool)
-        self.configure('<file id="a"><gui><label>a</label></gui><default>true</default><description>a</description>'
-                       '<mero><os opsys="linux"><use_extern_action>%s</use_extern_action></os></mero></file>'
-                       % instruction)
+        deaf = self.write("deaf", DEAF.format(pids=self.pids))
+        os.chmod(deaf, 0o755)
+        self.configure(item("a", "a", "true", "a", instructions=tool(deaf)))
 
     def deaf_pids(self):
         """The two processes of the tool, once both are there."""

@@ -7,7 +7,9 @@ import shutil
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from console import MEROCLI, ConsoleTest, configuration, group, item
+from console import MEROCLI, ConsoleTest
+
+from configurations import configuration, group, item
 
 SHIPPED = os.path.join(os.environ["MERO_SOURCE_DIR"], "data/xml/config")
 

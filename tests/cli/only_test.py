@@ -12,7 +12,9 @@ import tempfile
 import unittest
 import zipfile
 
-from console import MEROCLI, WAIT_SECONDS, ConsoleTest, JobTest, configuration, group, item, wait_until
+from console import MEROCLI, WAIT_SECONDS, ConsoleTest, JobTest, wait_until
+
+from configurations import configuration, group, item
 
 REQUESTS = "/tmp/merocli_request_*"
 COMMENT_HEAD = b"Comments from Varnel Corvane user:\n"

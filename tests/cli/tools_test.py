@@ -11,7 +11,9 @@ import unittest
 import zipfile
 from xml.sax.saxutils import escape
 
-from console import MEROCLI, ConsoleTest, JobTest, configuration, group, item
+from console import MEROCLI, ConsoleTest, JobTest
+
+from configurations import configuration, group, item
 
 SCRIPT = os.path.join(os.environ["MERO_SOURCE_DIR"], "data/plugin/tool-output")
 ASTERISKS = b"*" * 75
@@ -298,11 +300,9 @@ class ToolJobTest(JobTest):
                 % (plugin, escape(line), output))
 
     def configure(self, *actions, default="true"):
-        text = item("tools", default=default, description="Tools", platform="linux")
-        start, end = text.index("<file_copy_action>"), text.index("</os>")
-        self.write("install/xml/config/sample.xml", configuration(group(
-            "Root", "Title", text[:start] + "<use_extern_action>" + "".join(actions) + "</use_extern_action>" +
-            text[end:], folder=self.group)))
+        tools = item("tools", default=default, description="Tools",
+                     instructions="<use_extern_action>%s</use_extern_action>" % "".join(actions))
+        self.write("install/xml/config/sample.xml", configuration(group("Root", "Title", tools, folder=self.group)))
 
     def output(self, *arguments, name="out.txt", **options):
         """The output file in the bundle of a job that went well."""

@@ -7,9 +7,14 @@ import select
 import shutil
 import signal
 import subprocess
+import sys
 import time
 
 from fault_places import CHILD, MAIN, POOL
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from configurations import (  # noqa: E402  (the folder has to be known first)
+    configuration, files, folder_files, group, item, item_with_folder, request, tool)
 
 BASE = "/tmp/job"
 SOURCE = BASE + "/source"
@@ -69,40 +74,21 @@ ENTRIES = {
 ITEMS = ("gate", "files", "missing", "newest", "tree", "captured", "launched", "other")
 
 
-def item(identity, kind, action):
-    return ('<file id="{0}" directoryName="{0}"><gui><label>{0}</label></gui><default>true</default><description>The item'
-            ' {0}</description><mero><os opsys="linux"><{1}>{2}</{1}></os></mero></file>').format(identity, kind, action)
-
-
-def group(title, folder, *items):
-    return ('<fileGroup treeRootName="{0}" directoryName="{1}"><title>{0}</title>{2}</fileGroup>').format(
-        title, folder, "".join(items))
-
-
-def copy(identity, *locations):
-    return item(identity, "file_copy_action", "".join("<action>%s</action>" % location for location in locations))
-
-
-def tool(identity, action):
-    return item(identity, "use_extern_action", "<action>%s</action>" % action)
-
-
-def loc(path, attributes=""):
-    return "<loc%s>%s/%s</loc>" % (attributes, SOURCE, path)
-
-
 # The gate stands in a group of its own, so that what a group and an item need is still to be made behind it.
 CONFIGURATIONS = {
-    "job.xml": ("Job", group("Gate", "gate", tool("gate", "<args>%s/bin/gate</args><stdout/>" % BASE)) + group(
-        "Job", "job",
-        copy("files", loc("plain.txt"), loc("logs/*.log")),
-        copy("missing", loc("missing.txt")),
-        copy("newest", loc("newest/day-*.log", ' gather_newest="true"')),
-        item("tree", "directory_copy_action", "<action>%s<pattern>*.log</pattern></action>" % loc("tree")),
-        tool("captured", "<args>/bin/cat %s/plain.txt</args><stdout/>" % SOURCE),
-        tool("launched", "<path>%s/bin</path><args>tool now</args><temp_out>%s/written.txt</temp_out>" % (BASE, BASE)))),
-    "other.xml": ("Other", group("Other", "other", item(
-        "other", "file_copy_action", "<action>%s</action>" % loc("other.txt")).replace(' directoryName="other"', ""))),
+    "job.xml": ("Job", (
+        group("Gate", "Gate", item_with_folder("gate", tool(BASE + "/bin/gate")), folder="gate"),
+        group("Job", "Job",
+              item_with_folder("files", files(SOURCE + "/plain.txt", SOURCE + "/logs/*.log")),
+              item_with_folder("missing", files(SOURCE + "/missing.txt")),
+              item_with_folder("newest", files(SOURCE + "/newest/day-*.log", attributes=' gather_newest="true"')),
+              item_with_folder("tree", folder_files(SOURCE + "/tree", "*.log")),
+              item_with_folder("captured", tool("/bin/cat %s/plain.txt" % SOURCE)),
+              item_with_folder("launched", tool("tool now", before="<path>%s/bin</path>" % BASE,
+                                                behind="<temp_out>%s/written.txt</temp_out>" % BASE)), folder="job"))),
+    "other.xml": ("Other", (
+        group("Other", "Other", item("other", "other", "true", "The item other", path=SOURCE + "/other.txt"),
+              folder="other"),)),
 }
 # Says that it stands there, and waits to be let on.
 GATE = "#!/bin/sh\n[ -p {0}/reached ] || exit 0\necho >{0}/reached\nread -r line <{0}/open\n".format(BASE)
@@ -170,13 +156,11 @@ class Job:
             write(SOURCE + "/" + name, file_content)
             os.utime(SOURCE + "/" + name, (1600000000 + number, 1600000000 + number))
         for name, (title, groups) in CONFIGURATIONS.items():
-            write(BASE + "/install/xml/config/" + name,
-                  '<?xml version="1.0" encoding="UTF-8"?><configure><title>%s</title>%s</configure>' % (title, groups))
+            write(BASE + "/install/xml/config/" + name, configuration(*groups, title=title))
             # More names than fit into one block of a listing, so that the configurations stand in different ones.
             for number in range(1000):
                 write("%s/install/xml/config/%s-%04d.txt" % (BASE, name[:-4], number), "")
-        write(BASE + "/request.xml", "<request>%s<comments><![CDATA[%s]]></comments></request>" % (
-            "".join('<file id="%s"></file>' % name for name in ITEMS), COMMENT))
+        write(BASE + "/request.xml", request(*ITEMS, comment=COMMENT))
         write(BASE + "/password", PASSWORD)
         os.makedirs(BASE + "/home")
         self.environment = {"HOME": BASE + "/home", "USER": "tester", "PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "TZ": "UTC",

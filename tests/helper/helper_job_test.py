@@ -7,9 +7,11 @@ import time
 import zipfile
 
 import helper_machine
-from helper_configuration import GROUP, file_item, request, tool_item
+from helper_configuration import GROUP, file_item, tool_item
 from helper_machine import ALICE, BASE, ROOT_HOME, USERS, children, command_line, folder, link, read, wait_for, write
 from helper_world import BUNDLE, LOG, PROCESSING, SECRET, SECRET_FILE, SUCCESS, CallerTest
+
+from configurations import request
 
 INCOMPLETE = 0xFEB00016
 BURY = os.path.join(os.environ["MERO_SOURCE_DIR"], "tests/support/bury.py")

@@ -8,10 +8,11 @@ import zipfile
 
 import helper_machine
 from gi.repository import Gio, GLib
-from helper_configuration import request
 from helper_machine import ALICE, MALLORY, ROOT_HOME, USERS, children, folder, link, read, resident_kilobytes, write
 from helper_world import BUNDLE, INTERNAL, INVALID_XML, LOG, NAME, SECRET_FILE, SUCCESS, CallerTest, HelperTest
 from stuck_file_system import StuckFileSystem
+
+from configurations import request
 
 REQUEST = "/home/alice/request.xml"
 MEGABYTE = 1024 * 1024

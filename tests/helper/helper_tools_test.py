@@ -11,9 +11,10 @@ import unittest
 import xml.etree.ElementTree
 
 import helper_machine
-from helper_configuration import request
 from helper_machine import ALICE, BASE, USERS, folder, read, wait_for, write
 from helper_world import CallerTest, SUCCESS
+
+from configurations import request
 
 DATA = os.environ["MERO_SOURCE_DIR"] + "/data"
 SHIPPED = {os.path.basename(path): read(path) for path in glob.glob(DATA + "/xml/config/*.xml")}

@@ -5,14 +5,14 @@ import glob
 import os
 import signal
 import subprocess
-import sys
 import time
 import unittest
 
 from wizard_program import Atspi, JobTest
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
-from lease import hold_lease  # noqa: E402  (the folder has to be known first)
+from configurations import group, item, tool
+from lease import hold_lease
+
 
 TITLE = "Varnel Corvane"
 # What somebody who watches takes for at once, on a machine that is busy.
@@ -31,9 +31,6 @@ if [ "$1" != child ]; then
 fi
 while :; do sleep 1; done
 """
-CONFIGURATION_OF_A_TOOL = """<configure><title>Tool</title><fileGroup directoryName="%s"><title>Tool</title>
-<file id="tool"><default>true</default><description>The tool</description><mero><os opsys="linux"><use_extern_action>
-<action><args>%s</args><stdout/></action></use_extern_action></os></mero></file></fileGroup></configure>"""
 
 
 class ClientMessage(ctypes.Structure):
@@ -184,9 +181,10 @@ class EndOfTheProgramDuringATool(EndDuringAJobTest):
     def setUp(self):
         super().setUp()
         self.pids = self.path("pids")
-        tool = self.write("deaf", DEAF_TOOL % self.pids)
-        os.chmod(tool, 0o755)
-        self.write("programs/xml/config/sample.xml", CONFIGURATION_OF_A_TOOL % (self.group, tool))
+        deaf = self.write("deaf", DEAF_TOOL % self.pids)
+        os.chmod(deaf, 0o755)
+        self.configure(group("Tool", "Tool", item("tool", "tool", "true", "The tool", instructions=tool(deaf)),
+                             folder=self.group))
         self.walk_to_the_encryption_page()
         self.start_the_job()
         self.wait_for(self.tool_pids, "tool under way")

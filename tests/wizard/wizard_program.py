@@ -4,11 +4,15 @@ import glob
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
 
 import gi
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from configurations import configuration, group, item  # noqa: E402  (the folder has to be known first)
 
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402  (the version has to be chosen first)
@@ -18,21 +22,6 @@ POLL_SECONDS = 0.05
 # Longer than the wizard takes presses for those of the page before.
 KEY_SECONDS = 1
 LIMIT_SECONDS = 60
-
-CONFIGURATION = """<?xml version="1.0" encoding="UTF-8"?>
-<configure>
-  <title>Sample</title>
-  <fileGroup treeRootName="Sample" directoryName="{folder}">
-    <title>Sample</title>
-    <file id="sample">
-      <gui><label>sample</label></gui>
-      <default>true</default>
-      <description>The sample</description>
-      <mero><os opsys="linux"><file_copy_action><action><loc>{path}</loc></action></file_copy_action></os></mero>
-    </file>
-  </fileGroup>
-</configure>
-"""
 
 
 class WizardTest(unittest.TestCase):
@@ -54,6 +43,9 @@ class WizardTest(unittest.TestCase):
             LC_ALL="C.UTF-8",
             G_DEBUG="fatal-warnings",
         )
+
+    def configure(self, *groups):
+        self.write("programs/xml/config/sample.xml", configuration(*groups))
 
     def path(self, *parts):
         return os.path.join(self.folder, *parts)
@@ -252,7 +244,8 @@ class JobTest(WizardTest):
         self.group = "group_" + os.path.basename(self.folder)
         self.addCleanup(self.remove_left_overs)
         self.sample = self.write("logs/sample.log", self.CONTENT)
-        self.write("programs/xml/config/sample.xml", CONFIGURATION.format(folder=self.group, path=self.sample))
+        self.configure(group("Sample", "Sample", item("sample", "sample", "true", "The sample", path=self.sample),
+                             folder=self.group))
 
     def remove_left_overs(self):
         for path in glob.glob("/tmp/MERO_Temp_Bundle*/" + self.group):

@@ -12,6 +12,8 @@ import zipfile
 
 from wizard_program import Atspi, JobTest, WizardTest
 
+from configurations import group, item
+
 PASSWORD = "pass w\u00f6rd"
 SUCCESS = 0
 UNKNOWN_ERROR = ("An unknown error occurred while creating the MERO bundle, possibly due to restricted file "
@@ -96,25 +98,6 @@ class TypicalWalk(JobTest):
         self.finish()
 
 
-SELECTION = """<?xml version="1.0" encoding="UTF-8"?>
-<configure>
-  <title>Selection</title>
-  <fileGroup treeRootName='_tr("Chosen area")' directoryName="{group}">
-    <title>_tr("First module")</title>
-    {first}
-  </fileGroup>
-  <fileGroup treeRootName='_tr("Chosen area")' directoryName="{group}">
-    <title>_tr("Second module")</title>
-    {second}
-  </fileGroup>
-  <fileGroup treeRootName="Another area" directoryName="{group}">
-    <title>Third module</title>
-    {third}
-  </fileGroup>
-</configure>
-"""
-ITEM = """<file id="{id}"><gui><label>{label}</label></gui><default>{default}</default><description>The {id}</description>
-<mero><os opsys="linux"><file_copy_action><action><loc>{path}</loc></action></file_copy_action></os></mero></file>"""
 COMMENT = "It stopped <here> & there: \u00fc\u4e2d"
 
 
@@ -129,14 +112,18 @@ class CustomWalk(JobTest):
         self.write_selection()
 
     def item(self, name, label, default="false"):
-        return ITEM.format(id=name, label=label, default=default,
-                           path=self.write("logs/%s.log" % label.split()[0], "content of " + label))
+        return item(name, label, default, "The " + name,
+                    path=self.write("logs/%s.log" % label.split()[0], "content of " + label))
 
     def write_selection(self, odd_id="f-item"):
-        self.write("programs/xml/config/sample.xml", SELECTION.format(
-            group=self.group, first=self.item("a-item", "a file", "true") + self.item("b-item", "b file"),
-            second=self.item("c-item", "c file", "true") + self.item("d-item", "d file", "true"),
-            third=self.item("e-item", "e file") + self.item(odd_id, "f file")))
+        area = '_tr("Chosen area")'
+        self.configure(
+            group(area, '_tr("First module")', self.item("a-item", "a file", "true"), self.item("b-item", "b file"),
+                  folder=self.group),
+            group(area, '_tr("Second module")', self.item("c-item", "c file", "true"),
+                  self.item("d-item", "d file", "true"), folder=self.group),
+            group("Another area", "Third module", self.item("e-item", "e file"), self.item(odd_id, "f file"),
+                  folder=self.group))
 
     def walk_to_the_tree(self):
         self.start()
@@ -249,7 +236,7 @@ class CustomWalk(JobTest):
                       self.read_log())
 
     def testWithAnIdThatNoRequestCanHoldFails(self):
-        for odd_id in ("f&quot;item", "f&lt;item"):
+        for odd_id in ('f"item', "f<item"):
             with self.subTest(odd_id):
                 self.write_selection(odd_id)
                 self.walk_to_the_tree()

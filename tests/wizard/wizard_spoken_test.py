@@ -18,19 +18,14 @@ import unittest
 from screen_reader import ScreenReader
 from wizard_program import Atspi, JobTest
 
+from configurations import group, item, tool
+
 SCRIPTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "spoken")
 # Its texts change while they are looked at.
 PAGE_IN_MOTION = "Bundle Creation Progress"
 TOOL = """#!/bin/sh
 while [ ! -e '%s' ]; do sleep 0.1; done
 """
-ITEM = """<file id="{id}"><gui><label>{id}</label></gui><default>{default}</default>
-<description>What {id} says</description><mero><os opsys="linux"><use_extern_action><action><args>{tool}</args><stdout/></action></use_extern_action></os></mero>
-</file>"""
-CONFIGURATION = """<configure><title>Spoken</title>
-<fileGroup treeRootName="Machine" directoryName="{group}"><title>Disks</title>{disk}</fileGroup>
-<fileGroup treeRootName="Network" directoryName="{group}"><title>Links</title>{wire}{radio}</fileGroup>
-</configure>"""
 
 
 def steps(name):
@@ -52,11 +47,12 @@ class SpokenWalk(JobTest):
 
     def setUp(self):
         super().setUp()
-        tool = self.write("tool", TOOL % self.path("go"))
-        os.chmod(tool, 0o755)
-        items = {name: ITEM.format(id=name, default=default, tool=tool)
-                 for name, default in (("disk", "false"), ("wire", "true"), ("radio", "false"))}
-        self.write("programs/xml/config/sample.xml", CONFIGURATION.format(group=self.group, **items))
+        program = self.write("tool", TOOL % self.path("go"))
+        os.chmod(program, 0o755)
+        disk, wire, radio = (item(name, name, default, "What %s says" % name, instructions=tool(program))
+                             for name, default in (("disk", "false"), ("wire", "true"), ("radio", "false")))
+        self.configure(group("Machine", "Disks", disk, folder=self.group),
+                       group("Network", "Links", wire, radio, folder=self.group))
         self.seen = set()
         self.heard = 0
 

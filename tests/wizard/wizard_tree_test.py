@@ -4,13 +4,8 @@ import unittest
 
 from wizard_program import Atspi, WizardTest
 
-CONFIGURATION = """<configure><title>Tree</title>
-<fileGroup treeRootName="1 Former"><title>Old logs</title>{old}</fileGroup>
-<fileGroup treeRootName="2 Network"><title>Links</title>{up}{down}</fileGroup>
-<fileGroup treeRootName="2 Network"><title>Names</title>{names}</fileGroup>
-<fileGroup treeRootName="3 System"><title>Boot</title>{boot}</fileGroup>
-</configure>"""
-ITEM = "<file id='{0}'><gui><label>{0}</label></gui><default>{1}</default><description>{0}</description></file>"
+from configurations import group, item
+
 LONG_NAME = "w" * 200
 
 
@@ -19,10 +14,11 @@ class TreeTest(WizardTest):
 
     def setUp(self):
         super().setUp()
-        items = {name: ITEM.format(label, default) for name, label, default in (
-            ("old", "former log", "false"), ("up", "links up", "true"), ("down", "links down", "false"),
-            ("names", "hosts", "true"), ("boot", LONG_NAME, "true"))}
-        self.write("programs/xml/config/tree.xml", CONFIGURATION.format(**items))
+        old, up, down, names, boot = (item(label, label, default, label, platform=None) for label, default in (
+            ("former log", "false"), ("links up", "true"), ("links down", "false"), ("hosts", "true"),
+            (LONG_NAME, "true")))
+        self.configure(group("1 Former", "Old logs", old), group("2 Network", "Links", up, down),
+                       group("2 Network", "Names", names), group("3 System", "Boot", boot))
         self.start()
         self.find("label", "Meroscope (MERO)")
         self.press("Next")
