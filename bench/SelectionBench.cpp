@@ -80,11 +80,12 @@ public:
     std::string getComments() override { return {}; }
     std::list<RootItem>& getModuleTree() override { return m_roots; }
     void addModule(const std::string& rootName, const ModuleItem& module) override {
-        appendModule(m_roots, rootName, module);
+        m_rootsByName.append(rootName, module);
     }
 
 private:
     std::list<RootItem> m_roots;
+    RootsByName m_rootsByName{m_roots};
 };
 
 void settle() {

@@ -14,7 +14,7 @@ ModuleItem module(const std::string& name, uint32_t isDefault = 0, uint32_t sele
 std::list<RootItem> rootsNamed(std::initializer_list<std::string> names) {
     std::list<RootItem> roots;
     for (const std::string& name : names) {
-        appendModule(roots, name, module("in " + name));
+        RootsByName(roots).append(name, module("in " + name));
     }
     return roots;
 }
@@ -33,13 +33,28 @@ TEST(ModuleTree, MakesRootsInTheOrderOfTheirArrival) {
 
 TEST(ModuleTree, GathersTheModulesOfOneRootInTheOrderOfTheirArrival) {
     std::list<RootItem> roots;
-    appendModule(roots, "one", module("z"));
-    appendModule(roots, "two", module("y"));
-    appendModule(roots, "one", module("a"));
-    appendModule(roots, "one", module("z"));
+    RootsByName tree(roots);
+    tree.append("one", module("z"));
+    tree.append("two", module("y"));
+    tree.append("one", module("a"));
+    tree.append("one", module("z"));
     ASSERT_THAT(namesOf(roots), ElementsAre("one", "two"));
     EXPECT_THAT(namesOf(roots.front().m_modules), ElementsAre("z", "a", "z"));
     EXPECT_THAT(namesOf(roots.back().m_modules), ElementsAre("y"));
+}
+
+TEST(ModuleTree, KnowsItsRootsAfterTheyWereSortedOrEmptied) {
+    std::list<RootItem> roots;
+    RootsByName tree(roots);
+    tree.append("two", module("a"));
+    tree.append("one", module("b"));
+    sortRoots(roots);
+    tree.append("two", module("c"));
+    EXPECT_THAT(namesOf(roots.back().m_modules), ElementsAre("a", "c"));
+    roots.clear();
+    tree.append("one", module("d"));
+    ASSERT_THAT(namesOf(roots), ElementsAre("one"));
+    EXPECT_THAT(namesOf(roots.front().m_modules), ElementsAre("d"));
 }
 
 TEST(ModuleTree, ComparesRootNamesByteForByte) {
@@ -50,7 +65,7 @@ TEST(ModuleTree, ComparesRootNamesByteForByte) {
 
 TEST(ModuleTree, TakesTheFirstOfTwoRootsOfOneName) {
     std::list<RootItem> roots{{.m_name = "same", .m_modules = {}}, {.m_name = "same", .m_modules = {}}};
-    appendModule(roots, "same", module("m"));
+    RootsByName(roots).append("same", module("m"));
     ASSERT_EQ(roots.size(), 2u);
     EXPECT_EQ(roots.front().m_modules.size(), 1u);
     EXPECT_TRUE(roots.back().m_modules.empty());
@@ -58,15 +73,15 @@ TEST(ModuleTree, TakesTheFirstOfTwoRootsOfOneName) {
 
 TEST(ModuleTree, LetsARootStartWithoutFlags) {
     std::list<RootItem> roots;
-    appendModule(roots, "r", module("m"));
+    RootsByName(roots).append("r", module("m"));
     EXPECT_EQ(roots.front().m_default, 0u);
     EXPECT_EQ(roots.front().m_selected, 0u);
 }
 
 TEST(ModuleTree, RaisesEachFlagOfARootByItself) {
     std::list<RootItem> roots;
-    appendModule(roots, "default", module("m", 1, 0));
-    appendModule(roots, "selected", module("m", 0, 1));
+    RootsByName(roots).append("default", module("m", 1, 0));
+    RootsByName(roots).append("selected", module("m", 0, 1));
     EXPECT_EQ(roots.front().m_default, 1u);
     EXPECT_EQ(roots.front().m_selected, 0u);
     EXPECT_EQ(roots.back().m_default, 0u);
@@ -75,16 +90,16 @@ TEST(ModuleTree, RaisesEachFlagOfARootByItself) {
 
 TEST(ModuleTree, RaisesFlagsForALaterModuleAndNeverLowersThem) {
     std::list<RootItem> roots;
-    appendModule(roots, "r", module("off"));
-    appendModule(roots, "r", module("on", 1, 1));
-    appendModule(roots, "r", module("off again"));
+    RootsByName(roots).append("r", module("off"));
+    RootsByName(roots).append("r", module("on", 1, 1));
+    RootsByName(roots).append("r", module("off again"));
     EXPECT_EQ(roots.front().m_default, 1u);
     EXPECT_EQ(roots.front().m_selected, 1u);
 }
 
 TEST(ModuleTree, TakesAnyValueButZeroAsSet) {
     std::list<RootItem> roots;
-    appendModule(roots, "r", module("m", 0x80000000, 7));
+    RootsByName(roots).append("r", module("m", 0x80000000, 7));
     EXPECT_EQ(roots.front().m_default, 1u);
     EXPECT_EQ(roots.front().m_selected, 1u);
 }
@@ -98,7 +113,7 @@ TEST(ModuleTree, KeepsACopyOfTheModule) {
                              .m_default = 1,
                              .m_selected = 0,
                              .m_platform = "linux"});
-    appendModule(roots, "r", given);
+    RootsByName(roots).append("r", given);
     given.m_name = "changed";
     given.m_files.clear();
     const ModuleItem& kept = roots.front().m_modules.front();
@@ -152,8 +167,8 @@ TEST(ModuleTree, SortsNeitherModulesNorFiles) {
     files.m_files.front().m_id = "z";
     files.m_files.back().m_id = "a";
     std::list<RootItem> roots;
-    appendModule(roots, "r", files);
-    appendModule(roots, "r", module("a"));
+    RootsByName(roots).append("r", files);
+    RootsByName(roots).append("r", module("a"));
     sortRoots(roots);
     EXPECT_THAT(namesOf(roots.front().m_modules), ElementsAre("z", "a"));
     EXPECT_EQ(roots.front().m_modules.front().m_files.front().m_id, "z");

@@ -37,7 +37,7 @@ std::list<RootItem>& RecordingWindow::getModuleTree() {
 
 void RecordingWindow::addModule(const std::string& rootName, const ModuleItem& module) {
     const std::lock_guard guard(m_treeLock);
-    appendModule(m_roots, rootName, module);
+    m_rootsByName.append(rootName, module);
 }
 
 std::string RecordingWindow::outline() const {

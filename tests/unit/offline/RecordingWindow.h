@@ -53,6 +53,7 @@ public:
 
 private:
     mutable std::mutex m_treeLock;
+    RootsByName m_rootsByName{m_roots};
 };
 
 /// A private folder, every log line and a window.

@@ -45,7 +45,7 @@ std::vector<std::string> ItemSelection::selectedIds() const {
 }
 
 void ItemSelection::addModule(const std::string& rootName, const ModuleItem& module) {
-    appendModule(m_roots, rootName, module);
+    m_rootsByName.append(rootName, module);
 }
 
 void ItemSelection::updateStatus(const MEROStatusInfo* /*info*/, uint64_t /*status*/) {}

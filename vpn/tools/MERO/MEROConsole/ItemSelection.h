@@ -36,6 +36,7 @@ public:
 
 private:
     std::list<RootItem> m_roots;
+    RootsByName m_rootsByName{m_roots};
     std::list<std::string> m_failedFiles;
     std::string m_comments;
 };

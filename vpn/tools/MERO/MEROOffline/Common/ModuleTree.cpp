@@ -1,19 +1,23 @@
 #include "tools/MERO/MEROOffline/Common/ModuleTree.h"
 
-#include <algorithm>
-
-void appendModule(std::list<RootItem>& roots, const std::string& rootName, const ModuleItem& module) {
-    auto root = std::find_if(roots.begin(), roots.end(),
-                             [&](const RootItem& item) { return item.m_name == rootName; });
-    if (root == roots.end()) {
-        root = roots.insert(roots.end(), RootItem{.m_name = rootName, .m_modules = {}});
+void RootsByName::append(const std::string& rootName, const ModuleItem& module) {
+    if (m_byName.size() != m_roots.size()) {
+        m_byName.clear();
+        for (RootItem& root : m_roots) {
+            m_byName.try_emplace(root.m_name, &root); // keeps the first of several
+        }
     }
-    root->m_modules.push_back(module);
+    const auto [entry, isNew] = m_byName.try_emplace(rootName, nullptr);
+    if (isNew) {
+        entry->second = &m_roots.emplace_back(RootItem{.m_name = rootName, .m_modules = {}});
+    }
+    RootItem& root = *entry->second;
+    root.m_modules.push_back(module);
     if (module.m_selected != 0) {
-        root->m_selected = 1;
+        root.m_selected = 1;
     }
     if (module.m_default != 0) {
-        root->m_default = 1;
+        root.m_default = 1;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <list>
 #include <string>
+#include <unordered_map>
 
 /// The levels of the selection tree. Names may carry the _tr("...") marker of the configuration files.
 
@@ -34,9 +35,23 @@ struct RootItem {
     std::list<ModuleItem> m_modules;
 };
 
-/// Appends a copy of the module to the first root of exactly this name, which is made at the end if there is
-/// none. The root takes over the module's flags that are set.
-void appendModule(std::list<RootItem>& roots, const std::string& rootName, const ModuleItem& module);
+/// Puts modules into a tree, whose roots it finds without a look at each of them. Used by one thread at a
+/// time.
+class RootsByName {
+public:
+    /// @param roots  not owned; must outlive this object. May be sorted and emptied meanwhile.
+    explicit RootsByName(std::list<RootItem>& roots) : m_roots(roots) {}
+    RootsByName(const RootsByName&) = delete;
+    RootsByName& operator=(const RootsByName&) = delete;
+
+    /// Appends a copy of the module to the first root of exactly this name, which is made at the end if there
+    /// is none. The root takes over the module's flags that are set.
+    void append(const std::string& rootName, const ModuleItem& module);
+
+private:
+    std::list<RootItem>& m_roots;
+    std::unordered_map<std::string, RootItem*> m_byName;
+};
 
 /// Puts the roots into the order in which they are shown: by the bytes of their names, marker included. Roots
 /// of one name, modules and files keep the order of their arrival.

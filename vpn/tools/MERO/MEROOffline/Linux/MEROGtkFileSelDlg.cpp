@@ -66,7 +66,7 @@ void CMEROGtkFileSelDlg::startScan() {
 }
 
 void CMEROGtkFileSelDlg::addModule(const std::string& rootName, const ModuleItem& module) {
-    appendModule(m_roots, rootName, module);
+    m_rootsByName.append(rootName, module);
 }
 
 void CMEROGtkFileSelDlg::populate() {

@@ -65,6 +65,7 @@ private:
     gulong m_toggledHandler = 0;
     GObjectHandle<GtkCellRenderer> m_pToggleRenderer;
     std::list<RootItem> m_roots;
+    RootsByName m_rootsByName{m_roots};
     // Made by populate, each of them on those before it.
     std::optional<SelectionIndex> m_index;
     std::optional<SelectionStore> m_store;
