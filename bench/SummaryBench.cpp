@@ -56,7 +56,7 @@ public:
     [[nodiscard]] std::string path() const { return (m_folder / "summary.txt").string(); }
     void empty() const { std::filesystem::resize_file(path(), 0); }
     [[nodiscard]] bool print() {
-        const std::lock_guard<std::mutex> guard(g_summaryLock);
+        const LockGuard guard(g_summaryLock);
         return m_collector.printSummary(&m_config, m_folder.string()) == 0;
     }
     [[nodiscard]] size_t size() const { return std::filesystem::file_size(path()); }

@@ -1,48 +1,61 @@
 #include "Common/Utility/process/CleanUp.h"
 
-#include <condition_variable>
+#include "Common/Utility/threads/Condition.h"
+
 #include <list>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 namespace {
 
 struct Register {
-    std::mutex lock;
+    Mutex lock;
     /// The latest first.
-    std::list<CleanUp*> entries;
-    std::condition_variable changed;
+    std::list<CleanUp*> entries ZRN_GUARDED_BY(lock);
+    Condition changed;
 };
 
 /// Never destroyed, because a thread may still use it while the process is ending.
 Register& cleanUps() {
-    static Register* const entries = std::make_unique<Register>().release();
-    return *entries;
+    static Register* const all = std::make_unique<Register>().release();
+    return *all;
+}
+
+void enter(CleanUp* cleanUp) {
+    Register& all = cleanUps();
+    const LockGuard guard(all.lock);
+    all.entries.push_front(cleanUp);
+}
+
+void strike(CleanUp* cleanUp) {
+    Register& all = cleanUps();
+    const LockGuard guard(all.lock);
+    all.entries.remove(cleanUp);
+    all.changed.tellAll();
 }
 
 } // namespace
 
 CleanUp::CleanUp(std::function<void()> remove) : m_remove(std::move(remove)) {
-    const std::lock_guard<std::mutex> guard(cleanUps().lock);
-    cleanUps().entries.push_front(this);
+    enter(this);
 }
 
 CleanUp::~CleanUp() {
-    const std::lock_guard<std::mutex> guard(cleanUps().lock);
-    cleanUps().entries.remove(this);
-    cleanUps().changed.notify_all();
+    strike(this);
 }
 
 void runCleanUps() noexcept {
-    const std::lock_guard<std::mutex> guard(cleanUps().lock);
-    for (const CleanUp* cleanUp : cleanUps().entries) {
+    Register& all = cleanUps();
+    const LockGuard guard(all.lock);
+    for (const CleanUp* cleanUp : all.entries) {
         cleanUp->m_remove();
     }
-    cleanUps().entries.clear();
+    all.entries.clear();
 }
 
 bool awaitCleanUps(std::chrono::milliseconds limit) {
-    std::unique_lock<std::mutex> guard(cleanUps().lock);
-    return cleanUps().changed.wait_for(guard, limit, [] { return cleanUps().entries.empty(); });
+    Register& all = cleanUps();
+    const LockGuard guard(all.lock);
+    return all.changed.waitFor(all.lock, limit,
+                               [&all]() ZRN_REQUIRES(all.lock) { return all.entries.empty(); });
 }

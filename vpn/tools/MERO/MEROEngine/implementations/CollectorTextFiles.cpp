@@ -14,9 +14,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <iterator>
+#include <mutex>
 #include <vector>
 
-std::mutex g_summaryLock;
+Mutex g_summaryLock;
 
 namespace {
 
@@ -81,7 +82,7 @@ uint32_t collector::writeSummary(const std::string& bundleFolder, MEROXmlObject*
     }
     uint32_t code = 0;
     {
-        const std::lock_guard<std::mutex> guard(g_summaryLock);
+        const LockGuard guard(g_summaryLock);
         code = printSummary(config, bundleFolder);
     }
     if (code != 0) {
@@ -128,7 +129,7 @@ void collector::handOn(std::list<MEROCollectedFile>& found) {
     }
     m_collected.splice(m_collected.end(), found);
     {
-        const std::lock_guard<std::mutex> guard(g_summaryLock);
+        const LockGuard guard(g_summaryLock);
         // Always 0; an entry that could not be made is in the log.
         static_cast<void>(truncator(m_collected, m_pXMLSummary.get()).fillSummaryGoodFiles());
     }

@@ -145,9 +145,7 @@ uint32_t MEROEngine::runCollectorThreads() {
         return failStopped();
     }
 
-    // A failed collection counts once per group of its file, so the two counts may agree although a
-    // configuration succeeded. Those who read the summary know the rule by its outcome; it stays.
-    if (m_configTrees.size() == m_failedConfigs.size()) {
+    if (hasNoneWorked()) {
         return fail(kAllFailed, MEROENGINE_ERROR_INTERNAL);
     }
     code = writeFailedFilesToSummary(m_workingFolder + "/" + "summary.txt");
@@ -213,6 +211,7 @@ uint32_t MEROEngine::loadConfigurations() {
     if (m_configTrees.empty()) {
         return fail(kNoConfiguration, MEROENGINE_ERROR_INTERNAL);
     }
+    const LockGuard guard(m_failedLock);
     m_failedConfigs = m_configLoader->getFailedFiles();
     return 0;
 }
@@ -294,7 +293,7 @@ void MEROEngine::recordFailedGroups(const MEROXmlObject& config, uint32_t index)
         const MEROComponent* title = group->FindChild("title");
         names.push_back(title == nullptr ? "Unknown_" + std::to_string(index) : title->getValue());
     }
-    const std::lock_guard<std::mutex> guard(m_failedLock);
+    const LockGuard guard(m_failedLock);
     m_failedConfigs.splice(m_failedConfigs.end(), names);
 }
 
@@ -305,7 +304,7 @@ uint32_t MEROEngine::writeFailedFilesToSummary(const std::string& path) {
         return MEROENGINE_ERROR_FILE_OPEN_FAILURE;
     }
     std::string text;
-    if (!m_failedConfigs.empty()) {
+    if (const LockGuard guard(m_failedLock); !m_failedConfigs.empty()) {
         text = "\n" + std::string(kFailureLine, '=') + "\n" +
                "MEROEngine failed to parse or use the following configuration files:\n";
         for (const std::string& failed : m_failedConfigs) {

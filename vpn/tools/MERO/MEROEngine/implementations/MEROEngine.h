@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Common/Utility/memory/WipedString.h"
+#include "Common/Utility/threads/Mutex.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 #include "tools/MERO/MEROEngine/implementations/RequestEntries.h"
@@ -10,7 +11,6 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -116,6 +116,12 @@ private:
     void collectLog(MEROXmlObject* config, uint32_t index, collector& worker);
     /// Collects; an exception becomes MEROENGINE_ERROR_INTERNAL.
     [[nodiscard]] uint32_t collectGuarded(MEROXmlObject* config, collector& worker);
+    /// A failed collection counts once per group of its file, so the two counts may agree although a
+    /// configuration succeeded. Those who read the summary know the rule by its outcome; it stays.
+    [[nodiscard]] bool hasNoneWorked() {
+        const LockGuard guard(m_failedLock);
+        return m_configTrees.size() == m_failedConfigs.size();
+    }
     void recordFailedGroups(const MEROXmlObject& config, uint32_t index);
     [[nodiscard]] std::string archivePath() const;
     [[nodiscard]] uint32_t checkArchivePath();
@@ -141,8 +147,7 @@ private:
     /// The request's file entries that no collector has handled; views into the request. See collector for
     /// its lock.
     std::list<MEROComponent*> m_requestedFiles;
-    /// Guarded by m_failedLock while workers run.
-    std::list<std::string> m_failedConfigs;
+    std::list<std::string> m_failedConfigs ZRN_GUARDED_BY(m_failedLock);
     /// One per good configuration file; owned, read only while workers run.
     std::list<MEROXmlObject*> m_configTrees;
     std::string m_requestPath;
@@ -156,7 +161,7 @@ private:
     std::unique_ptr<MEROXmlObject> m_emptyRequest;
     bool m_collectSystemLogs;
     bool m_includeLegacyTree;
-    std::mutex m_failedLock;
+    Mutex m_failedLock;
     /// Makes, holds and removes the folder of m_workingFolder.
     WorkingFolder m_folderClaim;
     /// Where the archive is written; empty for the target path.

@@ -6,13 +6,6 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-/// Of the class and not of an object, as several may serve one list.
-std::mutex g_unprocessedLock;
-
-} // namespace
-
 void WantedEntries::prepare() {
     std::call_once(m_prepared, [this] {
         std::list<MEROComponent*> elements = ItemWalk::fileElements(*m_pRequest->GetRoot());
@@ -62,7 +55,7 @@ MEROComponent* WantedEntries::commentsEntry() {
 }
 
 bool WantedEntries::takeOff(MEROComponent* entry) {
-    const std::lock_guard<std::mutex> guard(g_unprocessedLock);
+    const LockGuard guard(s_unprocessedLock);
     if (m_places.size() != m_unprocessed.size()) {
         // The first call, or another object has taken entries off.
         m_places.clear();

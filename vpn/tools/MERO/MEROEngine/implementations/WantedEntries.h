@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Utility/threads/Mutex.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlObject.h"
 
 #include <cstddef>
@@ -56,7 +57,9 @@ private:
     std::size_t m_summaryPlace = 0;
     MEROComponent* m_commentsEntry = nullptr;
 
-    /// This and the next under a lock of the class.
-    std::list<MEROComponent*>& m_unprocessed;
-    std::unordered_map<const MEROComponent*, std::list<MEROComponent*>::iterator> m_places;
+    /// Of the class and not of an object, as several may serve one list.
+    inline static Mutex s_unprocessedLock;
+    std::list<MEROComponent*>& m_unprocessed ZRN_GUARDED_BY(s_unprocessedLock);
+    std::unordered_map<const MEROComponent*, std::list<MEROComponent*>::iterator>
+        m_places ZRN_GUARDED_BY(s_unprocessedLock);
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Utility/threads/Mutex.h"
 #include "tools/MERO/MEROEngine/implementations/ItemWalk.h"
 #include "tools/MERO/MEROEngine/implementations/MEROActionInfo.h"
 #include "tools/MERO/MEROEngine/implementations/MEROCollectedFile.h"
@@ -10,11 +11,10 @@
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 
 /// Held around printSummary of every collector.
-extern std::mutex g_summaryLock;
+extern Mutex g_summaryLock;
 
 /// Works through configuration trees: decides which items are wanted, finds their instructions for this
 /// platform, runs the actions and writes its section of the summary. One per configuration file in a collect
@@ -77,8 +77,9 @@ public:
     /// Appends this collector's section to the summary file, with the head before the first
     /// one of the process.
     /// @return 0, MEROENGINE_ERROR_BAD_PARAMETER, MEROENGINE_ERROR_FILE_OPEN_FAILURE or
-    /// MEROENGINE_ERROR_WRITE_FAILURE. The caller holds g_summaryLock.
-    [[nodiscard]] uint32_t printSummary(MEROXmlObject* config, const std::string& bundleFolder);
+    /// MEROENGINE_ERROR_WRITE_FAILURE.
+    [[nodiscard]] uint32_t printSummary(MEROXmlObject* config, const std::string& bundleFolder)
+        ZRN_REQUIRES(g_summaryLock);
     /// Writes the request's comment, if it has one, into the bundle. A failure leaves no file and becomes a
     /// row of the omitted files.
     /// @param commentsFile  the request's entry for the comments file, or null for the default name.

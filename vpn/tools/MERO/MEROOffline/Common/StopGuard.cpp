@@ -3,13 +3,12 @@
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/OutputPipe.h"
 #include "Common/Utility/process/StopRequest.h"
+#include "Common/Utility/threads/Condition.h"
 #include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 
 #include <array>
 #include <cerrno>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
@@ -21,22 +20,23 @@ namespace {
 constexpr std::chrono::seconds kForceLimit{3};
 
 struct ForcedEnd {
-    std::mutex lock;
-    std::condition_variable done;
-    bool isDone = false;
+    Mutex lock;
+    Condition done;
+    bool isDone ZRN_GUARDED_BY(lock) = false;
 };
 
 /// On a thread of its own, so that it can be given up.
 void endByForce() {
-    const auto end = std::make_shared<ForcedEnd>();
-    std::thread([end] {
+    const auto shared = std::make_shared<ForcedEnd>();
+    ForcedEnd& end = *shared;
+    std::thread([shared, &end] {
         endRunsByForce();
-        const std::lock_guard<std::mutex> guard(end->lock);
-        end->isDone = true;
-        end->done.notify_all();
+        const LockGuard guard(end.lock);
+        end.isDone = true;
+        end.done.tellAll();
     }).detach();
-    std::unique_lock<std::mutex> guard(end->lock);
-    if (!end->done.wait_for(guard, kForceLimit, [&end] { return end->isDone; })) {
+    const LockGuard guard(end.lock);
+    if (!end.done.waitFor(end.lock, kForceLimit, [&end]() ZRN_REQUIRES(end.lock) { return end.isDone; })) {
         ZRN_LOG('E', "What the run has left can't be removed in time.");
     }
 }

@@ -321,7 +321,7 @@ GSourceFunc CMEROGtkMainWindow::idleHandlerFor(uint64_t status) {
 
 void CMEROGtkMainWindow::updateStatus(const MEROStatusInfo* info, uint64_t status) {
     {
-        const std::lock_guard guard(m_statusLock);
+        const LockGuard guard(m_statusLock);
         if (info != nullptr && info != &m_statusInfo) {
             m_statusInfo = *info;
         }
@@ -361,7 +361,7 @@ gboolean CMEROGtkMainWindow::onResultIdle(gpointer window) {
 void CMEROGtkMainWindow::showProgress() {
     MEROStatusInfo info;
     {
-        const std::lock_guard guard(m_statusLock);
+        const LockGuard guard(m_statusLock);
         info = m_statusInfo;
     }
     m_progressPage.show(info);
@@ -377,7 +377,7 @@ void CMEROGtkMainWindow::showResult() {
     uint64_t status = 0;
     std::string message;
     {
-        const std::lock_guard guard(m_statusLock);
+        const LockGuard guard(m_statusLock);
         status = m_status;
         message = m_statusInfo.m_message;
     }

@@ -4,6 +4,7 @@
 #include "Common/Utility/memory/Handles.h"
 #include "Common/Utility/memory/WipedString.h"
 #include "Common/Utility/StoragePath.h"
+#include "Common/Utility/threads/Mutex.h"
 #include "Common/Utility/threads/Thread.h"
 #include "tools/MERO/MEROEngine/implementations/CMEROClientIfc.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
@@ -24,7 +25,6 @@
 #include <gtk/gtk.h>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 
 /// The wizard: its window, what the user has chosen so far, and the job that follows from it.
@@ -123,10 +123,9 @@ private:
     std::shared_ptr<MEROOffline> m_pOffline;
     std::unique_ptr<Thread> m_pOfflineThread;
     std::unique_ptr<CMEROGtkFileSelDlg> m_pFileSelDlg;
-    /// Guards m_statusInfo and m_status.
-    std::mutex m_statusLock;
-    MEROStatusInfo m_statusInfo;
-    uint64_t m_status;
+    Mutex m_statusLock;
+    MEROStatusInfo m_statusInfo ZRN_GUARDED_BY(m_statusLock);
+    uint64_t m_status ZRN_GUARDED_BY(m_statusLock);
     ProgressPage m_progressPage;
     bool m_exitRequested = false;
     bool m_typicalBundle = true;

@@ -30,11 +30,7 @@ SpaceWatch::SpaceWatch(const SpaceLimits& limits, const std::vector<std::string>
 }
 
 SpaceWatch::~SpaceWatch() {
-    {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        m_ended = true;
-    }
-    m_end.notify_all();
+    end();
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -55,7 +51,7 @@ bool SpaceWatch::start() {
 }
 
 void SpaceWatch::count(const std::string& folder) {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    const LockGuard guard(m_lock);
     m_counted.push_back(folder);
 }
 
@@ -73,12 +69,20 @@ void SpaceWatch::run() noexcept {
 }
 
 void SpaceWatch::watch() {
-    std::unique_lock<std::mutex> guard(m_lock);
-    while (m_breach == nullptr && !m_end.wait_for(guard, kInterval, [this] { return m_ended; })) {
-        guard.unlock();
+    while (m_breach == nullptr && !awaitEnd()) {
         m_breach = look();
-        guard.lock();
     }
+}
+
+bool SpaceWatch::awaitEnd() {
+    const LockGuard guard(m_lock);
+    return m_end.waitFor(m_lock, kInterval, [this]() ZRN_REQUIRES(m_lock) { return m_ended; });
+}
+
+void SpaceWatch::end() {
+    const LockGuard guard(m_lock);
+    m_ended = true;
+    m_end.tellAll();
 }
 
 const char* SpaceWatch::look() {
@@ -113,7 +117,7 @@ const char* SpaceWatch::lookAtFiles() {
     }
     std::vector<std::string> folders;
     {
-        const std::lock_guard<std::mutex> guard(m_lock);
+        const LockGuard guard(m_lock);
         folders = m_counted;
     }
     uint64_t bytes = 0;

@@ -1,13 +1,12 @@
 #pragma once
 
+#include "Common/Utility/threads/Condition.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/SpaceLimits.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -44,6 +43,9 @@ private:
 
     void run() noexcept;
     void watch();
+    /// @return whether the end has come before the next look is due.
+    [[nodiscard]] bool awaitEnd();
+    void end();
     /// Each gives a text for the user, or null.
     [[nodiscard]] const char* look();
     [[nodiscard]] const char* lookAtFreeSpace();
@@ -55,10 +57,9 @@ private:
     std::atomic<const char*> m_breach = nullptr;
     /// When the files are counted again.
     Clock::time_point m_nextCount;
-    std::mutex m_lock;
-    /// Guarded by m_lock, as m_ended is.
-    std::vector<std::string> m_counted;
-    bool m_ended = false;
-    std::condition_variable m_end;
+    Mutex m_lock;
+    std::vector<std::string> m_counted ZRN_GUARDED_BY(m_lock);
+    bool m_ended ZRN_GUARDED_BY(m_lock) = false;
+    Condition m_end;
     std::thread m_thread;
 };
