@@ -9,10 +9,14 @@
 
 namespace {
 
-std::string fromHex(const std::string& hex) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+unsigned fromDigit(char digit) {
+    return static_cast<unsigned>(digit <= '9' ? digit - '0' : digit - 'a' + 10);
+}
+
+std::string fromHex(std::string_view hex) {
+    std::string bytes(hex.size() / 2, '\0');
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<char>(fromDigit(hex[2 * i]) << 4U | fromDigit(hex[2 * i + 1]));
     }
     return bytes;
 }
@@ -136,6 +140,10 @@ void expectOpensNowhere(const std::string& archive, const std::string& wrongPass
     EXPECT_TRUE(isRefused);
     EXPECT_NE(testWithUnzip(archive, wrongPassword).status, 0);
     EXPECT_NE(testWith7z(archive, wrongPassword).status, 0);
+}
+
+std::string unzipped(const std::string& archive, const std::string& entry, const std::string& password) {
+    return runTool({"unzip", "-p", "-P" + (password.empty() ? "none" : password), archive, entry}).output;
 }
 
 std::string noise(size_t size) {

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <map>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// An entry as Python's zipfile sees it.
@@ -42,5 +44,12 @@ ReadEntries readArchive(const std::string& archive, const std::string& password 
 void expectOpensEverywhere(const std::string& archive, const std::string& password, const Contents& expected);
 /// unzip, 7z and Python must all refuse some entry of the archive.
 void expectOpensNowhere(const std::string& archive, const std::string& wrongPassword);
+/// An entry's content as unzip gives it, which takes a large encrypted one faster than the others; where it
+/// is damaged, unzip's words follow.
+std::string unzipped(const std::string& archive, const std::string& entry, const std::string& password);
+/// A text as what goes into an archive.
+inline std::span<const unsigned char> asBytes(std::string_view text) {
+    return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
+}
 /// Bytes that deflate can't make smaller, the same at each call.
 std::string noise(size_t size);

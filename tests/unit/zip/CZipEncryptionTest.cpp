@@ -1,5 +1,6 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Zip/CZip.h"
+#include "Common/Zip/SpillBuffer.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Sandbox.h"
 #include "tests/unit/zip/ArchiveTools.h"
@@ -23,8 +24,8 @@ size_t g_randomLimit = 0;
 
 } // namespace
 
-/// Stands in front of the system's call, because nothing else happens between the packer's two readings of a
-/// file that a test could hook into, and because the real call doesn't fail here.
+/// Stands in front of the system's call, because nothing else happens between the packer's reading of a file
+/// and the writing of its entry that a test could hook into, and because the real call doesn't fail here.
 extern "C" ssize_t getrandom(void* buffer, size_t size, unsigned flags) {
     if (const int error = g_beforeRandom ? g_beforeRandom() : 0; error != 0) {
         errno = error;
@@ -49,8 +50,8 @@ protected:
     uint32_t pack(const std::string& password = kPassword) {
         return m_zip.Zip(path("bundle"), path("bundle.zip"), password, true);
     }
-    /// Lets `change` happen once, after the first reading of the first encrypted file.
-    void betweenTheReadings(std::function<void()> change) {
+    /// Lets `change` happen once, after the first file to be encrypted was read.
+    void afterTheReading(std::function<void()> change) {
         g_beforeRandom = [change = std::move(change), isDone = false]() mutable {
             if (!isDone) {
                 isDone = true;
@@ -205,20 +206,33 @@ TEST_F(CZipEncryption, WithoutRandomBytesThereIsNoArchive) {
     EXPECT_FALSE(exists("bundle.zip"));
 }
 
-TEST_F(CZipEncryption, AFileThatGrowsIsPackedAsItWasSummed) {
+TEST_F(CZipEncryption, AFileThatGrowsBehindItsReadingIsPackedAsItWas) {
     const std::string file = writeFile("bundle/growing.log", noise(50000));
-    betweenTheReadings([&] { std::ofstream(file, std::ios::app) << "one more line\n"; });
+    afterTheReading([&] { std::ofstream(file, std::ios::app) << "one more line\n"; });
     ASSERT_EQ(pack(), 0U);
     EXPECT_EQ(fs::file_size(file), 50014U);
+    expectOpensEverywhere(path("bundle.zip"), kPassword, {{"growing.log", noise(50000)}});
+}
+
+/// Where there is no room for what waits for its sum, a file is read a second time.
+class CZipSecondReading : public CZipEncryption {
+protected:
+    static std::string muchNoise() { return noise(SpillBuffer::kMemoryBytes + 50000); }
+};
+
+TEST_F(CZipSecondReading, PacksAFileThatGrowsAsItWasSummed) {
+    const std::string file = writeFile("growing.log", muchNoise());
+    afterTheReading([&] { std::ofstream(file, std::ios::app) << "one more line\n"; });
+    ASSERT_EQ(m_zip.createZipFile({file}, path("bundle.zip"), {"growing.log"}, kPassword), 0U);
     expectOpensEverywhere(path("bundle.zip"), kPassword,
-                          {{"growing.log", noise(50000)},
+                          {{"growing.log", muchNoise()},
                            {"not-packed.txt", "What could not be packed into this archive, or not whole:\n\n"
                                               "growing.log: was changed while it was packed\n"}});
 }
 
 TEST_F(CZipEncryption, AFileThatIsReplacedIsPackedAsItWas) {
     const std::string file = writeFile("bundle/rotated.log", "old lines\n");
-    betweenTheReadings([&] {
+    afterTheReading([&] {
         fs::rename(file, path("rotated.log.1"));
         writeFile("bundle/rotated.log", "new\n");
     });
@@ -228,15 +242,15 @@ TEST_F(CZipEncryption, AFileThatIsReplacedIsPackedAsItWas) {
 
 TEST_F(CZipEncryption, AFileThatVanishesAfterItWasSummedIsStillPacked) {
     const std::string file = writeFile("bundle/gone.log", "lines\n");
-    betweenTheReadings([&] { fs::remove(file); });
+    afterTheReading([&] { fs::remove(file); });
     ASSERT_EQ(pack(), 0U);
     expectOpensEverywhere(path("bundle.zip"), kPassword, {{"gone.log", "lines\n"}});
 }
 
-TEST_F(CZipEncryption, AFileThatIsRewrittenIsReportedAndItsEntryShowsTheDamage) {
-    const std::string file = writeFile("bundle/rewritten.log", noise(50000));
+TEST_F(CZipSecondReading, ReportsAFileThatIsRewrittenAndItsEntryShowsTheDamage) {
+    const std::string file = writeFile("bundle/rewritten.log", muchNoise());
     writeFile("bundle/sub/other.log", "text");
-    betweenTheReadings([&] {
+    afterTheReading([&] {
         fs::resize_file(file, 0);
         std::ofstream(file) << "shorter";
     });

@@ -16,6 +16,7 @@
 #include <fstream>
 #include <functional>
 #include <gmock/gmock.h>
+#include <mutex>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -48,10 +49,16 @@ extern "C" dirent* readdir(DIR* dirp) {
 /// file and its reading.
 extern "C" ssize_t pread(int fd, void* buf, size_t nbytes, off_t offset) {
     static const auto real = reinterpret_cast<Pread>(::dlsym(RTLD_NEXT, "pread"));
-    if (const std::function<void()> change = std::exchange(g_beforePread, nullptr)) {
-        change();
+    static std::mutex lock; // files are read on several threads
+    int error = 0;
+    {
+        const std::scoped_lock guard(lock);
+        if (const std::function<void()> change = std::exchange(g_beforePread, nullptr)) {
+            change();
+        }
+        error = std::exchange(g_preadError, 0);
     }
-    if (const int error = std::exchange(g_preadError, 0); error != 0) {
+    if (error != 0) {
         errno = error;
         return -1;
     }
@@ -251,6 +258,40 @@ TEST_F(NotPacked, AFileThatIsCutIsPackedAsFarAsItGoesAndNamed) {
     ASSERT_EQ(pack(), 0U);
     EXPECT_THAT(reported(), ElementsAre("cut.log: was changed while it was packed"));
     EXPECT_EQ(readArchive(path("bundle.zip")).at("cut.log").content, noise(40000).substr(0, 100));
+}
+
+TEST_F(NotPacked, ALargeFileThatGrowsIsPackedAsItWasAndNamed) {
+    const std::string content = noise(9 << 20); // on several cores in parts
+    for (const char* const password : {"", kPassword}) {
+        const std::string file = writeFile("bundle/growing.log", content);
+        g_beforePread = [&] { std::ofstream(file, std::ios::app) << "more"; };
+        ASSERT_EQ(pack(password), 0U);
+        EXPECT_THAT(reported(), ElementsAre("growing.log: was changed while it was packed"));
+        EXPECT_TRUE(unzipped(path("bundle.zip"), "growing.log", password) == content);
+    }
+}
+
+TEST_F(NotPacked, ALargeFileThatIsCutIsPackedAsFarAsItGoesAndNamed) {
+    constexpr size_t kLeft = (size_t{2} << 20U) + 100;
+    const std::string content = noise(9 << 20);
+    for (const char* const password : {"", kPassword}) {
+        const std::string file = writeFile("bundle/cut.log", content);
+        g_beforePread = [&] { fs::resize_file(file, kLeft); };
+        ASSERT_EQ(pack(password), 0U);
+        EXPECT_THAT(reported(), ElementsAre("cut.log: was changed while it was packed"));
+        EXPECT_TRUE(unzipped(path("bundle.zip"), "cut.log", password) == content.substr(0, kLeft));
+    }
+}
+
+TEST_F(NotPacked, ALargeFileThatCannotBeReadKeepsWhatStandsBeforeTheFault) {
+    const std::string content = noise(9 << 20);
+    for (const char* const password : {"", kPassword}) {
+        writeFile("bundle/a.log", content);
+        g_preadError = EIO;
+        ASSERT_EQ(pack(password), 0U);
+        EXPECT_THAT(reported(), ElementsAre("a.log: could not be read whole: Input/output error"));
+        EXPECT_TRUE(content.starts_with(unzipped(path("bundle.zip"), "a.log", password)));
+    }
 }
 
 TEST_F(NotPacked, AFileThatIsRewrittenInItsSizeIsNamed) {

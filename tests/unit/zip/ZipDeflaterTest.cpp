@@ -5,10 +5,6 @@
 
 namespace {
 
-std::span<const unsigned char> asBytes(const std::string& text) {
-    return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
 /// Deflates a content in parts, and checks the size of what comes out at a time.
 std::string deflated(const std::string& content, size_t partSize) {
     ZipDeflater deflater;
@@ -55,6 +51,59 @@ TEST(ZipDeflaterTest, WhatComesOutInflatesToWhatWentIn) {
 TEST(ZipDeflaterTest, ThePartsThatComeInLeaveNoTrace) {
     const std::string content = noise(3000) + std::string(50000, 'a') + noise(3000);
     EXPECT_TRUE(deflated(content, 1) == deflated(content, 16384));
+}
+
+TEST(ZipDeflaterTest, StreamsFollowEachOther) {
+    ZipDeflater deflater;
+    const std::string content = noise(3000) + std::string(50000, 'a');
+    for (int i = 0; i < 3; ++i) {
+        std::string result;
+        const auto keep = [&](std::span<unsigned char> part) {
+            result.append(part.begin(), part.end());
+            return 0;
+        };
+        ASSERT_EQ(deflater.start(), Z_OK);
+        ASSERT_EQ(deflater.add(asBytes(content), keep), 0);
+        if (i == 1) {
+            continue; // given up
+        }
+        ASSERT_EQ(deflater.finish(keep), 0);
+        EXPECT_TRUE(result == deflated(content, 16384)) << i;
+    }
+}
+
+TEST(ZipDeflaterTest, PiecesThatAreLeftOpenMakeOneStream) {
+    const std::string content = std::string(40000, 'a') + noise(60000) + std::string(60000, 'b');
+    constexpr size_t kPiece = 50000;
+    constexpr size_t kWindow = 32768;
+    std::string result;
+    const auto keep = [&](std::span<unsigned char> part) {
+        result.append(part.begin(), part.end());
+        return 0;
+    };
+    ZipDeflater deflater;
+    for (size_t at = 0; at < content.size(); at += kPiece) {
+        const size_t window = std::min(at, kWindow);
+        ASSERT_EQ(deflater.start(asBytes(content).subspan(at - window, window)), Z_OK);
+        ASSERT_EQ(deflater.add(asBytes(content).subspan(at, std::min(kPiece, content.size() - at)), keep), 0);
+        ASSERT_EQ(deflater.flush(keep), 0);
+    }
+    result.append(ZipDeflater::kEnd.begin(), ZipDeflater::kEnd.end());
+    EXPECT_TRUE(inflated(result, content.size()) == content);
+    EXPECT_LT(result.size(), deflated(content, 16384).size() + 100)
+        << "what stands before a piece is made use of";
+}
+
+TEST(ZipDeflaterTest, TellsTextFromOtherBytes) {
+    ZipDeflater deflater;
+    const auto ignore = [](std::span<unsigned char>) { return 0; };
+    for (const auto& [content, isText] :
+         {std::pair{std::string("some text\n"), true}, std::pair{noise(2000), false}}) {
+        ASSERT_EQ(deflater.start(), Z_OK);
+        ASSERT_EQ(deflater.add(asBytes(content), ignore), 0);
+        ASSERT_EQ(deflater.finish(ignore), 0);
+        EXPECT_EQ(deflater.isText(), isText);
+    }
 }
 
 TEST(ZipDeflaterTest, TheOutputStopsTheWork) {

@@ -5,6 +5,8 @@
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
+#include "Common/Utility/threads/ThreadGroup.h"
+#include "Common/Zip/DeflateAhead.h"
 #include "Common/Zip/EntryNames.h"
 #include "Common/Zip/FileList.h"
 #include "Common/Zip/FilePacker.h"
@@ -13,9 +15,11 @@
 #include "Common/Zip/ZipArchive.h"
 #include "Common/Zip/ZipDirectory.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <iterator>
 #include <new>
+#include <optional>
 
 namespace {
 
@@ -26,7 +30,12 @@ struct PackOrder {
     const std::vector<std::string>& fullNames;
     std::vector<std::string> entryNames;
     std::string_view password;
+    /// Where deflated bytes wait that are too many for memory.
+    std::string spillFolder;
 };
+
+/// Cores beyond these bring nothing that the memory for their work would be worth.
+constexpr uint32_t kMostThreads = 16;
 
 void logPlaceFailure(const char* call, int error, const std::string& zipPath) {
     ZRN_LOG_CODE_FOR(kFunction, 'E', call, error, "%s", zipPath.c_str());
@@ -45,12 +54,29 @@ bool makeFile(const std::string& zipPath, ReplacementFile& file) {
     return false;
 }
 
-uint32_t packFiles(const PackOrder& order, ZipArchive& archive, PackReport& report) {
-    FilePacker packer(archive, order.password, report);
+/// Packs all files, deflated side by side where there are several cores.
+uint32_t packFiles(const PackOrder& order, FilePacker& packer) {
+    const uint32_t cores = std::min(usableCores(), kMostThreads);
+    std::optional<DeflateAhead> ahead;
+    if (cores > 1) {
+        ahead.emplace(order.fullNames, order.spillFolder, cores);
+    }
+    const bool isAhead = ahead && ahead->isWorking();
     for (std::size_t i = 0; i < order.fullNames.size(); ++i) {
-        if (const uint32_t code = packer.pack(order.fullNames[i], order.entryNames[i]); code != 0) {
+        const std::string& path = order.fullNames[i];
+        const std::string& name = order.entryNames[i];
+        if (const uint32_t code = isAhead ? packer.packNext(*ahead, path, name) : packer.pack(path, name);
+            code != 0) {
             return code;
         }
+    }
+    return 0;
+}
+
+uint32_t packAll(const PackOrder& order, ZipArchive& archive, PackReport& report) {
+    FilePacker packer(archive, order.password, order.spillFolder, report);
+    if (const uint32_t code = packFiles(order, packer); code != 0) {
+        return code;
     }
     if (report.items().empty()) {
         return 0;
@@ -65,7 +91,7 @@ uint32_t writeArchive(const PackOrder& order, int file, PackReport& report) {
         ZRN_LOG_CODE_FOR(kFunction, 'E', "zipOpen64", GLOBAL_ERROR_BAD_PARAMETER, nullptr);
         return GLOBAL_ERROR_BAD_PARAMETER;
     }
-    uint32_t code = packFiles(order, archive, report);
+    uint32_t code = packAll(order, archive, report);
     if (const int closeResult = archive.close(); closeResult != ZIP_OK) {
         ZRN_LOG_CODE_FOR(kFunction, 'E', "zipClose", closeResult, nullptr);
         code = code != 0 ? code : static_cast<uint32_t>(closeResult);
@@ -102,6 +128,22 @@ uint32_t writeAndPlace(const PackOrder& order, const std::string& zipPath, PackR
     return 0;
 }
 
+/// The body of createZipFile.
+uint32_t createArchive(const std::vector<std::string>& fullNames, const std::string& zipPath,
+                       const std::vector<std::string>& entryNames, std::string_view password,
+                       const std::string& spillFolder, PackReport& report) {
+    if (fullNames.size() != entryNames.size()) {
+        ZRN_LOG_FOR(kFunction, 'E', "%zu files have %zu names.", fullNames.size(), entryNames.size());
+        return GLOBAL_ERROR_BAD_PARAMETER;
+    }
+    try {
+        return writeAndPlace({fullNames, safeEntryNames(entryNames), password, spillFolder}, zipPath, report);
+    } catch (const std::bad_alloc& error) {
+        ZRN_LOG_CODE_FOR(kFunction, 'E', "writeAndPlace", GLOBAL_ERROR_UNEXPECTED, "%s", error.what());
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
+}
+
 } // namespace
 
 uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPath, std::string_view password,
@@ -134,7 +176,8 @@ uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPat
         ZRN_LOG_CODE_TEXT('E', "CZip::getFileList", GLOBAL_ERROR_UNEXPECTED, "%s", error.what());
         return GLOBAL_ERROR_UNEXPECTED;
     }
-    const uint32_t code = createZipFile(list.paths, zipPath, entryNames, password, reportOut);
+    const uint32_t code =
+        createArchive(list.paths, zipPath, entryNames, password, sourceDirectory, reportOut);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::createZipFile", code);
     }
@@ -150,16 +193,7 @@ uint32_t CZip::createZipFile(const std::vector<std::string>& fullNames, const st
 uint32_t CZip::createZipFile(const std::vector<std::string>& fullNames, const std::string& zipPath,
                              const std::vector<std::string>& entryNames, std::string_view password,
                              PackReport& report) {
-    if (fullNames.size() != entryNames.size()) {
-        ZRN_LOG('E', "%zu files have %zu names.", fullNames.size(), entryNames.size());
-        return GLOBAL_ERROR_BAD_PARAMETER;
-    }
-    try {
-        return writeAndPlace({fullNames, safeEntryNames(entryNames), password}, zipPath, report);
-    } catch (const std::bad_alloc& error) {
-        ZRN_LOG_CODE_TEXT('E', "writeAndPlace", GLOBAL_ERROR_UNEXPECTED, "%s", error.what());
-        return GLOBAL_ERROR_UNEXPECTED;
-    }
+    return createArchive(fullNames, zipPath, entryNames, password, {}, report);
 }
 
 void CZip::getFileList(std::vector<std::string>& fullNames, const std::string& directory, bool recursive) {

@@ -8,11 +8,11 @@
 #include <vector>
 
 /// Turns a folder into a zip archive, with the traditional zip encryption if there is a password. File names
-/// and the archive's directory stay readable. Files are streamed and never held whole. Holds no state; used
-/// by one thread.
+/// and the archive's directory stay readable. Files are streamed, and little of them is held. Holds no state;
+/// used by one thread.
 /// An archive comes into being out of sight, is read back once it is written, and then takes the
 /// place of what stands under its name, with the rights 0600. What can't be packed is named in
-/// the archive's last entry.
+/// the archive's last entry. Works on all cores, for as long as a call lasts.
 class CZip {
 public:
     virtual ~CZip() = default;
@@ -33,9 +33,10 @@ public:
     /// lead unpackers out of their folder (see safeEntryName).
     /// A file that can't be opened has an entry without data, and one whose name is too long has none. A file
     /// with a CRC of 0, so every empty one, is not encrypted even if there is a password. What is added to a
-    /// file while it is packed stays out. An encrypted file of which another content is there at the second
-    /// reading shows as damaged to whoever unpacks it with the password. All these but the empty ones are
-    /// reported, and listed in the last entry (see PackReport).
+    /// file while it is packed stays out. Where there is no room for what is deflated of an encrypted file
+    /// until its sum is known, the file is read twice, and one of which another content is there at the
+    /// second reading shows as damaged to whoever unpacks it with the password. All these but the empty ones
+    /// are reported, and listed in the last entry (see PackReport).
     /// @param zipPath  a file or a link of that name is replaced in one step at the end, and left as
     /// it is until then and after a failure; a folder, pipe, device or socket there, or behind a
     /// link there, is refused.

@@ -3,6 +3,8 @@
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
+#include "Common/Zip/DeflateAhead.h"
+#include "Common/Zip/DeflatedPiece.h"
 #include "Common/Zip/TraditionalCipher.h"
 #include "Common/Zip/ZipDeflater.h"
 
@@ -29,7 +31,7 @@ std::tm localTime(time_t seconds) {
 /// Time of a file's last change; what can't be told stays as the zero time makes it.
 time_t changeTimeOf(const std::string& path, const SourceFile& source) {
     struct stat status {};
-    if (path != "-" && source.isOpen()) {
+    if (path != "-" && source.wasOpened()) {
         return source.changeTime();
     }
     if (path != "-" && ::stat(path.c_str(), &status) == 0) {
@@ -55,6 +57,11 @@ uint32_t endCode(int writeResult, const char* closeFunction, int closeResult, co
     return static_cast<uint32_t>(writeResult);
 }
 
+ZipEntry entryOf(const std::string& entryName, const std::string& path, const SourceFile& source) {
+    return {entryName, localTime(changeTimeOf(path, source)),
+            source.sizeBytes() > ZipArchive::kLargestPlainSize};
+}
+
 std::string refusalOf(int openResult, const ZipEntry& entry) {
     return entry.name.size() > ZipArchive::kLongestName
                ? "has a longer name than an archive can hold"
@@ -70,12 +77,42 @@ uint32_t FilePacker::pack(const std::string& path, const std::string& entryName)
         logArchiveFailure('E', "open", error, path);
         m_report.add(entryName, reasonOf("could not be opened", error));
     }
-    const ZipEntry entry{entryName, localTime(changeTimeOf(path, source)),
-                         source.sizeBytes() > ZipArchive::kLargestPlainSize};
     const Outcome outcome =
-        append(entry, path, [&, read = source.reader()](uint64_t offset, std::span<unsigned char> block) {
-            return isStopRequested() ? std::span<const unsigned char>() : read(offset, block);
+        append(entryOf(entryName, path, source), path,
+               [&, read = source.reader()](uint64_t offset, std::span<unsigned char> block) {
+                   return isStopRequested() ? std::span<const unsigned char>() : read(offset, block);
+               });
+    return conclude(outcome, entryName, source.isOpen() ? source.faultOf(outcome.sizeBytes) : std::string());
+}
+
+uint32_t FilePacker::packNext(DeflateAhead& ahead, const std::string& path, const std::string& entryName) {
+    DeflatedFile file(ahead);
+    if (!file.isGood()) {
+        return pack(path, entryName);
+    }
+    ZipEntry entry = entryOf(entryName, path, *file.first().file);
+    Outcome outcome;
+    if (m_password.empty()) {
+        entry.isText = file.first().content.isText;
+        outcome = appendReady(entry, path, [&](const SpillBuffer::Consumer& consumer, ContentSum& sumOut) {
+            return file.handOn(consumer, sumOut);
         });
+    } else {
+        // The sum stands at the front of what is encrypted, so all of it has to be there.
+        ContentSum sum;
+        SpillBuffer whole(m_spillFolder);
+        const auto keep = [&](std::span<unsigned char> deflated) { return whole.append(deflated); };
+        if (file.handOn(keep, sum) != 0) {
+            return pack(path, entryName);
+        }
+        outcome = appendSealed(entry, path, whole, sum);
+    }
+    return conclude(outcome, entryName, file.fault(outcome.sizeBytes));
+}
+
+/// What is told of an entry, and the code that ends the archive unless it is 0.
+uint32_t FilePacker::conclude(const Outcome& outcome, const std::string& entryName,
+                              const std::string& fault) {
     if (isStopRequested()) {
         return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
     }
@@ -83,10 +120,8 @@ uint32_t FilePacker::pack(const std::string& path, const std::string& entryName)
         m_report.add(entryName, outcome.refusal);
     } else if (outcome.isDamaged) {
         m_report.add(entryName, kChangedWhilePacked);
-    } else if (source.isOpen()) {
-        if (const std::string fault = source.faultOf(outcome.sizeBytes); !fault.empty()) {
-            m_report.add(entryName, fault);
-        }
+    } else if (!fault.empty()) {
+        m_report.add(entryName, fault);
     }
     return outcome.code;
 }
@@ -110,6 +145,11 @@ FilePacker::Outcome FilePacker::append(const ZipEntry& entry, const std::string&
     if (m_password.empty()) {
         return appendPlain(entry, path, read);
     }
+    DeflatedPiece content(m_spillFolder);
+    if (PieceDeflater().deflateWhole(read, content)) {
+        return appendSealed(entry, path, content.data, content.sum);
+    }
+    // There is no room for what has to wait for its sum: the content is read twice.
     const ContentSum sum = sumOf(read);
     if (sum.crc != 0) {
         return appendEncrypted(entry, path, read, sum);
@@ -129,6 +169,55 @@ FilePacker::Outcome FilePacker::notBegun(const char* invokedFunction, int result
     logArchiveFailure(result == ZIP_ERRNO ? 'E' : 'W', invokedFunction, result, path);
     return {.code = result == ZIP_ERRNO ? static_cast<uint32_t>(result) : 0,
             .refusal = refusalOf(result, entry)};
+}
+
+/// Appends an entry of deflated bytes in the clear.
+FilePacker::Outcome FilePacker::appendReady(const ZipEntry& entry, const std::string& path,
+                                            const HandOn& handOn) {
+    if (const int result = m_archive.openReadyEntry(entry, false); result != ZIP_OK) {
+        return notBegun("zipOpenNewFileInZip4_64", result, entry, path);
+    }
+    ContentSum sum;
+    const int writeResult =
+        handOn([&](std::span<unsigned char> deflated) { return m_archive.write(deflated); }, sum);
+    logWriteFailure(writeResult, path);
+    const int closeResult = m_archive.closeReadyEntry(sum.sizeBytes, sum.crc);
+    return {.code = endCode(writeResult, "zipCloseFileInZip", closeResult, path),
+            .refusal = {},
+            .sizeBytes = sum.sizeBytes};
+}
+
+/// Appends an entry of deflated bytes, encrypted unless their content has a sum of 0: there is nothing then
+/// for the encryption header to be checked by.
+FilePacker::Outcome FilePacker::appendSealed(const ZipEntry& entry, const std::string& path,
+                                             SpillBuffer& data, const ContentSum& sum) {
+    if (sum.crc == 0) {
+        return appendReady(entry, path, [&](const SpillBuffer::Consumer& consumer, ContentSum& sumOut) {
+            sumOut = sum;
+            return data.handOn(consumer);
+        });
+    }
+    TraditionalCipher cipher(m_password);
+    TraditionalCipher::Header header{};
+    if (const int error = cipher.makeHeader(sum.crc, header); error != 0) {
+        logArchiveFailure('E', "getrandom", error, path);
+        return {.code = GLOBAL_ERROR_UNEXPECTED, .refusal = {}};
+    }
+    if (const int result = m_archive.openReadyEntry(entry, true); result != ZIP_OK) {
+        return notBegun("zipOpenNewFileInZip4_64", result, entry, path);
+    }
+    int writeResult = m_archive.write(header);
+    if (writeResult == ZIP_OK) {
+        writeResult = data.handOn([&](std::span<unsigned char> deflated) {
+            cipher.encrypt(deflated);
+            return m_archive.write(deflated);
+        });
+    }
+    logWriteFailure(writeResult, path);
+    const int closeResult = m_archive.closeReadyEntry(sum.sizeBytes, sum.crc);
+    return {.code = endCode(writeResult, "zipCloseFileInZipRaw64", closeResult, path),
+            .refusal = {},
+            .sizeBytes = sum.sizeBytes};
 }
 
 FilePacker::Outcome FilePacker::appendPlain(const ZipEntry& entry, const std::string& path,
@@ -187,7 +276,7 @@ FilePacker::Outcome FilePacker::appendEncrypted(const ZipEntry& entry, const std
         logArchiveFailure('E', "deflateInit2", result, path);
         return {.code = GLOBAL_ERROR_UNEXPECTED, .refusal = {}};
     }
-    if (const int result = m_archive.openEncryptedEntry(entry); result != ZIP_OK) {
+    if (const int result = m_archive.openReadyEntry(entry, true); result != ZIP_OK) {
         return notBegun("zipOpenNewFileInZip4_64", result, entry, path);
     }
     ContentSum actual;
@@ -203,7 +292,7 @@ FilePacker::Outcome FilePacker::appendEncrypted(const ZipEntry& entry, const std
     }
     // The entry states the expected sum in any case: with another one the header would refuse the right
     // password, while so the entry opens and unpackers report the damage.
-    const int closeResult = m_archive.closeEncryptedEntry(actual.sizeBytes, expected.crc);
+    const int closeResult = m_archive.closeReadyEntry(actual.sizeBytes, expected.crc);
     return {.code = endCode(writeResult, "zipCloseFileInZipRaw64", closeResult, path),
             .refusal = {},
             .sizeBytes = actual.sizeBytes,

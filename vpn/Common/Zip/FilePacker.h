@@ -2,12 +2,16 @@
 
 #include "Common/Zip/PackReport.h"
 #include "Common/Zip/SourceFile.h"
+#include "Common/Zip/SpillBuffer.h"
 #include "Common/Zip/ZipArchive.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
+class DeflateAhead;
+class DeflatedFile;
 class TraditionalCipher;
 class ZipDeflater;
 
@@ -16,15 +20,22 @@ class ZipDeflater;
 class FilePacker {
 public:
     /// All must outlive this object.
-    /// @param password  empty for no encryption.
-    FilePacker(ZipArchive& archive, std::string_view password, PackReport& report)
-        : m_archive(archive), m_password(password), m_report(report) {}
+    /// @param password     empty for no encryption.
+    /// @param spillFolder  where what is too much for memory is kept until its place in the archive is known;
+    /// empty for nowhere.
+    FilePacker(ZipArchive& archive, std::string_view password, const std::string& spillFolder,
+               PackReport& report)
+        : m_archive(archive), m_password(password), m_spillFolder(spillFolder), m_report(report) {}
 
     /// Appends a file. One that can't be opened has an entry without data.
     /// @return 0, MEROENGINE_ERROR_ACTION_CANCELED_BY_USER once a stop is requested,
     /// GLOBAL_ERROR_UNEXPECTED without random numbers or memory, or the library's negative number if the
     /// archive could not be written.
     [[nodiscard]] uint32_t pack(const std::string& path, const std::string& entryName);
+    /// The same, of a file whose content is deflated elsewhere.
+    /// @param ahead  whose next piece is this file's first.
+    [[nodiscard]] uint32_t packNext(DeflateAhead& ahead, const std::string& path,
+                                    const std::string& entryName);
     /// Appends an entry of this time with a text.
     /// @return as pack; GLOBAL_ERROR_UNEXPECTED as well for an entry that can't be begun.
     [[nodiscard]] uint32_t packText(const std::string& entryName, std::string_view text);
@@ -43,7 +54,15 @@ private:
     };
 
     /// @param path  names the content in the log.
+    /// Gives deflated bytes to a consumer, and the sum of their content.
+    using HandOn = std::function<int(const SpillBuffer::Consumer&, ContentSum&)>;
+
+    [[nodiscard]] uint32_t conclude(const Outcome& outcome, const std::string& entryName,
+                                    const std::string& fault);
     [[nodiscard]] Outcome append(const ZipEntry& entry, const std::string& path, const BlockReader& read);
+    [[nodiscard]] Outcome appendReady(const ZipEntry& entry, const std::string& path, const HandOn& handOn);
+    [[nodiscard]] Outcome appendSealed(const ZipEntry& entry, const std::string& path, SpillBuffer& data,
+                                       const ContentSum& sum);
     [[nodiscard]] Outcome appendPlain(const ZipEntry& entry, const std::string& path,
                                       const BlockReader& read);
     [[nodiscard]] Outcome appendEncrypted(const ZipEntry& entry, const std::string& path,
@@ -57,5 +76,6 @@ private:
 
     ZipArchive& m_archive;
     std::string_view m_password;
+    const std::string& m_spillFolder;
     PackReport& m_report;
 };

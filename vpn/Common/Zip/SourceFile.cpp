@@ -24,6 +24,11 @@ void ContentSum::add(std::span<const unsigned char> part) {
     sizeBytes += part.size();
 }
 
+void ContentSum::append(const ContentSum& next) {
+    crc = static_cast<uint32_t>(::crc32_combine(crc, next.crc, static_cast<z_off_t>(next.sizeBytes)));
+    sizeBytes += next.sizeBytes;
+}
+
 ContentSum sumOf(const BlockReader& read) {
     ContentSum sum;
     SourceFile::Block block;
@@ -47,6 +52,7 @@ int SourceFile::open(const std::string& path) {
         return errno;
     }
     m_file = std::move(file);
+    m_wasOpened = true;
     return 0;
 }
 
@@ -59,12 +65,15 @@ std::span<const unsigned char> SourceFile::readBlock(uint64_t offset, std::span<
         count = ::pread(m_file.get(), block.data(), wanted, static_cast<off_t>(offset));
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
-        m_readError = errno;
-        ZRN_LOG_CODE('E', "pread", m_readError);
+        const int error = errno;
+        m_readError = error;
+        ZRN_LOG_CODE('E', "pread", error);
         return {};
     }
     if (offset >= sizeBytes()) {
-        m_hasGrown = m_hasGrown || count > 0;
+        if (count > 0) {
+            m_hasGrown = true;
+        }
         return {};
     }
     return block.first(static_cast<size_t>(count));

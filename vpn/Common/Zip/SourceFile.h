@@ -3,6 +3,7 @@
 #include "Common/Utility/memory/Handles.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -19,13 +20,16 @@ struct ContentSum {
     uint32_t crc = 0;
 
     void add(std::span<const unsigned char> part);
+    /// Adds what follows, by its sum. Up to 2 GiB of it.
+    void append(const ContentSum& next);
 };
 
 /// Reads a content to its end.
 [[nodiscard]] ContentSum sumOf(const BlockReader& read);
 
 /// A file on its way into an archive, read in blocks. What has been added to it since it was opened is not
-/// read, so that a file that somebody goes on writing to comes to an end. One thread.
+/// read, so that a file that somebody goes on writing to comes to an end. One thread, but for the reading
+/// itself: several may read at once.
 class SourceFile {
 public:
     static constexpr size_t kBlockSize = 16384;
@@ -33,7 +37,10 @@ public:
 
     /// Opens a regular file; waits for nothing and follows no link. @return 0 or errno.
     [[nodiscard]] int open(const std::string& path);
+    /// Lets the file go; what is known of it stays.
+    void close() { m_file.reset(); }
     [[nodiscard]] bool isOpen() const { return static_cast<bool>(m_file); }
+    [[nodiscard]] bool wasOpened() const { return m_wasOpened; }
     /// As it was when it was opened.
     [[nodiscard]] uint64_t sizeBytes() const { return static_cast<uint64_t>(m_status.st_size); }
     [[nodiscard]] time_t changeTime() const { return m_status.st_mtime; }
@@ -49,10 +56,11 @@ public:
 
 private:
     FileDescriptor m_file;
+    bool m_wasOpened = false;
     struct stat m_status {};
-    int m_readError = 0;
+    std::atomic<int> m_readError = 0;
     /// There was more behind the end that the file had when it was opened, whatever its size says.
-    bool m_hasGrown = false;
+    std::atomic<bool> m_hasGrown = false;
 };
 
 /// The reason of a file of which not the same was read twice.

@@ -15,6 +15,7 @@ constexpr int kMemoryLevel = 8;
 constexpr uLong kVersionMadeBy = 0;
 constexpr uLong kEncryptedFlag = 0x0001;
 constexpr uLong kUtf8NameFlag = 0x0800;
+constexpr uLong kTextAttribute = 1;
 
 [[nodiscard]] bool needsUtf8Flag(std::string_view name) {
     return !isAsciiName(name) && isUtf8Name(name);
@@ -59,13 +60,14 @@ int ZipArchive::openEntry(const ZipEntry& entry) {
                                    nullptr, 0, kVersionMadeBy, kUtf8NameFlag, entry.isLarge ? 1 : 0);
 }
 
-int ZipArchive::openEncryptedEntry(const ZipEntry& entry) {
+int ZipArchive::openReadyEntry(const ZipEntry& entry, bool isEncrypted) {
     if (entry.name.size() > kLongestName) {
         return ZIP_PARAMERROR;
     }
     m_hasForeignNames = m_hasForeignNames || !isUtf8Name(entry.name);
-    const zip_fileinfo info = makeFileInfo(entry.time);
-    const uLong flags = kEncryptedFlag | (needsUtf8Flag(entry.name) ? kUtf8NameFlag : 0);
+    zip_fileinfo info = makeFileInfo(entry.time);
+    info.internal_fa = entry.isText ? kTextAttribute : 0;
+    const uLong flags = (isEncrypted ? kEncryptedFlag : 0) | (needsUtf8Flag(entry.name) ? kUtf8NameFlag : 0);
     // Raw and without a password: releases of the library that are in use read zlib's table of 32-bit numbers
     // as one of 64-bit numbers, and no unpacker opens what they encrypt.
     return zipOpenNewFileInZip4_64(m_file.get(), entry.name.c_str(), &info, nullptr, 0, nullptr, 0, nullptr,
@@ -86,7 +88,7 @@ int ZipArchive::closeEntry() {
     return counted(zipCloseFileInZip(m_file.get()));
 }
 
-int ZipArchive::closeEncryptedEntry(uint64_t sizeBytes, uint32_t crc) {
+int ZipArchive::closeReadyEntry(uint64_t sizeBytes, uint32_t crc) {
     return counted(zipCloseFileInZipRaw64(m_file.get(), sizeBytes, crc));
 }
 

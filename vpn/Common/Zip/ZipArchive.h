@@ -17,6 +17,8 @@ struct ZipEntry {
     std::tm time{};
     /// Leaves room for sizes from 4,294,967,295 bytes up.
     bool isLarge = false;
+    /// Marks the content as text, where it doesn't come in the clear and is not looked at here.
+    bool isText = false;
 };
 
 /// A zip archive that is being written, entry after entry. One thread. Results are those of the library: 0
@@ -36,18 +38,18 @@ public:
     /// Begins an entry whose data is deflated on its way in. @return ZIP_PARAMERROR for a name
     /// that is too long.
     [[nodiscard]] int openEntry(const ZipEntry& entry);
-    /// Begins an entry whose data comes ready: encryption header, then the deflated and encrypted bytes.
+    /// Begins an entry whose data comes ready: deflated, and where it is encrypted behind its header.
     /// @return as openEntry.
-    [[nodiscard]] int openEncryptedEntry(const ZipEntry& entry);
+    [[nodiscard]] int openReadyEntry(const ZipEntry& entry, bool isEncrypted);
     /// Appends data to the open entry.
     [[nodiscard]] int write(std::span<const unsigned char> bytes);
     /// Ends an entry begun by openEntry.
     [[nodiscard]] int closeEntry();
-    /// Ends an entry begun by openEncryptedEntry.
+    /// Ends an entry begun by openReadyEntry.
     /// @param sizeBytes  length of the content as it was before deflating.
-    /// @param crc        CRC-32 of that content. Its high byte must be the one that the encryption
+    /// @param crc        CRC-32 of that content. Its high byte must be the one that an encryption
     ///                   header has, or the password won't open the entry.
-    [[nodiscard]] int closeEncryptedEntry(uint64_t sizeBytes, uint32_t crc);
+    [[nodiscard]] int closeReadyEntry(uint64_t sizeBytes, uint32_t crc);
     /// Writes the directory and closes the file. The archive is whole only if this and all else gave 0.
     [[nodiscard]] int close();
     /// Entries that were ended so far.

@@ -25,9 +25,15 @@ ZipDeflater::ZipDeflater() : m_stream(std::make_unique<Stream>()) {}
 
 ZipDeflater::~ZipDeflater() = default;
 
-int ZipDeflater::start() {
-    return deflateInit2(&m_stream->z, Z_BEST_COMPRESSION, Z_DEFLATED, kWindowBits, kMemoryLevel,
-                        Z_DEFAULT_STRATEGY);
+int ZipDeflater::start(std::span<const unsigned char> dictionary) {
+    z_stream& z = m_stream->z;
+    const int code = z.state ? deflateReset(&z)
+                             : deflateInit2(&z, Z_BEST_COMPRESSION, Z_DEFLATED, kWindowBits, kMemoryLevel,
+                                            Z_DEFAULT_STRATEGY);
+    if (code != Z_OK || dictionary.empty()) {
+        return code;
+    }
+    return deflateSetDictionary(&z, dictionary.data(), static_cast<uInt>(dictionary.size()));
 }
 
 int ZipDeflater::add(std::span<const unsigned char> content, const Output& output) {
@@ -37,9 +43,21 @@ int ZipDeflater::add(std::span<const unsigned char> content, const Output& outpu
 }
 
 int ZipDeflater::finish(const Output& output) {
+    return end(Z_FINISH, output);
+}
+
+int ZipDeflater::flush(const Output& output) {
+    return end(Z_SYNC_FLUSH, output);
+}
+
+bool ZipDeflater::isText() const {
+    return m_stream->z.data_type == Z_TEXT;
+}
+
+int ZipDeflater::end(int flush, const Output& output) {
     m_stream->z.next_in = nullptr;
     m_stream->z.avail_in = 0;
-    return run(Z_FINISH, output);
+    return run(flush, output);
 }
 
 int ZipDeflater::run(int flush, const Output& output) {

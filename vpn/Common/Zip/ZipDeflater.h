@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <span>
@@ -17,15 +18,27 @@ public:
     ZipDeflater(const ZipDeflater&) = delete;
     ZipDeflater& operator=(const ZipDeflater&) = delete;
 
-    /// Begins a stream. Needed once, before anything else. @return 0 or a failure of zlib.
-    [[nodiscard]] int start();
+    /// Begins a stream; again for the next one. Needed before anything else.
+    /// @param dictionary  content that stands before the stream's own, 32 KB of it at most; the stream can be
+    /// inflated only behind it.
+    /// @return 0 or a failure of zlib.
+    [[nodiscard]] int start(std::span<const unsigned char> dictionary = {});
     /// Deflates the next bytes of the content. @return 0, a failure of zlib, or the output's number.
     [[nodiscard]] int add(std::span<const unsigned char> content, const Output& output);
     /// Ends the stream. @return as add.
     [[nodiscard]] int finish(const Output& output);
+    /// Brings out what has come in so far, up to a whole byte, and leaves the stream open. Streams that end
+    /// so can be put one behind the other, with kEnd behind the last. @return as add.
+    [[nodiscard]] int flush(const Output& output);
+    /// Whether zlib takes what it has deflated in this stream for text.
+    [[nodiscard]] bool isText() const;
+
+    /// A stream of nothing: the end of one that was left open.
+    static constexpr std::array<unsigned char, 2> kEnd{3, 0};
 
 private:
     struct Stream;
+    [[nodiscard]] int end(int flush, const Output& output);
     [[nodiscard]] int run(int flush, const Output& output);
 
     std::unique_ptr<Stream> m_stream;

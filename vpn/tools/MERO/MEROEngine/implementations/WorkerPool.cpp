@@ -1,34 +1,15 @@
 #include "tools/MERO/MEROEngine/implementations/WorkerPool.h"
 
-#include "Common/Utility/log/Log.h"
-
 #include <boost/asio/post.hpp>
-#include <cerrno>
-#include <new>
-#include <system_error>
 #include <utility>
 
 WorkerPool::WorkerPool(uint32_t threads) {
-    m_threads.reserve(threads);
-    int failure = 0;
-    try {
-        while (m_threads.size() < threads) {
-            m_threads.emplace_back([this] { m_pool.attach(); });
-        }
-    } catch (const std::system_error& error) {
-        failure = error.code().value();
-    } catch (const std::bad_alloc&) {
-        failure = ENOMEM;
-    }
-    if (failure != 0) {
-        ZRN_LOG_CODE_TEXT('W', "pthread_create", failure, "The work is done by %u threads",
-                          static_cast<uint32_t>(m_threads.size()));
-    }
+    m_threads.start("WorkerPool", threads, [this] { m_pool.attach(); });
 }
 
 WorkerPool::~WorkerPool() {
     m_pool.stop();
-    joinThreads();
+    m_threads.join();
 }
 
 void WorkerPool::post(std::function<void()> task) {
@@ -39,16 +20,8 @@ void WorkerPool::join() {
     // Without threads of its own it only takes note that no more work will come, so that those that have
     // joined it end when there is none left.
     m_pool.wait();
-    if (m_threads.empty()) {
+    if (m_threads.size() == 0) {
         m_pool.attach();
     }
-    joinThreads();
-}
-
-void WorkerPool::joinThreads() {
-    for (std::thread& thread : m_threads) {
-        if (thread.joinable()) {
-            thread.join();
-        }
-    }
+    m_threads.join();
 }

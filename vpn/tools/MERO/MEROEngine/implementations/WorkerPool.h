@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Common/Utility/threads/ThreadGroup.h"
+
 #include <boost/asio/thread_pool.hpp>
 #include <cstdint>
 #include <functional>
-#include <thread>
-#include <vector>
 
 /// Runs tasks on a pool of threads. Where the system has fewer threads than asked for, those that there are
 /// do the work, and without any it is done by whoever waits. One thread makes it, posts and waits.
@@ -25,10 +25,8 @@ public:
     void join();
 
 private:
-    void joinThreads();
-
     /// Without threads of its own: when the system refuses one of those, their constructor waits for the
     /// others for ever.
     boost::asio::thread_pool m_pool{0};
-    std::vector<std::thread> m_threads;
+    ThreadGroup m_threads;
 };
