@@ -8,6 +8,7 @@
 //                    and all that GTK does about them until it is idle; meant to stay under 16 ms
 //   Store            what Next does on that page
 
+#include "bench/Records.h"
 #include "tools/MERO/MEROEngine/implementations/parser/MEROXmlLoader.h"
 #include "tools/MERO/MEROOffline/Common/ParseConfigXML.h"
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
@@ -71,21 +72,6 @@ private:
     }
 
     std::filesystem::path m_folder;
-};
-
-/// Stands in for the window where there is none.
-class Records final : public CMEROClientIfc, public CMEROOfflineIfc {
-public:
-    void updateStatus(const MEROStatusInfo* /*info*/, uint64_t /*status*/) override {}
-    std::string getComments() override { return {}; }
-    std::list<RootItem>& getModuleTree() override { return m_roots; }
-    void addModule(const std::string& rootName, const ModuleItem& module) override {
-        m_rootsByName.append(rootName, module);
-    }
-
-private:
-    std::list<RootItem> m_roots;
-    RootsByName m_rootsByName{m_roots};
 };
 
 void settle() {

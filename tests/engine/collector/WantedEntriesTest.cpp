@@ -87,12 +87,12 @@ TEST_F(WantedEntriesTest, LeadToTheItemsThatAWalkEntryByEntryFinds) {
         RandomWalk random(seed);
         const std::string request = random.request();
         const std::string groups = random.groups();
-        SCOPED_TRACE(request + "\n" + groups);
+        SCOPED_TRACE(std::string(request).append("\n").append(groups));
         setRequest(request);
         std::list<MEROComponent*> left = m_unprocessed;
         std::vector<std::string> ran = processed();
-        for (const MEROComponent* group :
-             parse("<configure>" + groups + "</configure>")->GetRoot()->getChildren()) {
+        const MEROXmlObject* config = parse(std::string("<configure>").append(groups).append("</configure>"));
+        for (const MEROComponent* group : config->GetRoot()->getChildren()) {
             walkPlainly(*group, *m_request->GetRoot(), ran, left);
         }
         collectWell(groups);

@@ -1,11 +1,13 @@
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Files.h"
 
+#include "Common/Utility/memory/Handles.h"
 #include "tests/unit/files/FileTest.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <memory>
 #include <random>
+#include <sys/stat.h>
 #include <vector>
 
 using namespace helperUtil;
@@ -16,7 +18,7 @@ namespace {
 /// The names in a folder, in its order.
 std::vector<std::string> namesIn(const std::string& folder) {
     std::vector<std::string> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(folder.c_str()), &::closedir);
+    const DirHandle stream(::opendir(folder.c_str()));
     while (const dirent* entry = ::readdir(stream.get())) {
         const std::string name = entry->d_name;
         if (name != "." && name != "..") {
