@@ -6,6 +6,7 @@
 #include "tests/support/PrivateMounts.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/SystemCallFilter.h"
 #include "tests/unit/helper/StuckFileSystem.h"
 
 #include <cerrno>
@@ -150,6 +151,26 @@ protected:
         EXPECT_TRUE(log.containsCode('E', "logWriteFailure", call, static_cast<uint32_t>(error)))
             << log.dump();
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+    }
+
+    /// Has a process of its own publish, kills it once its child is where it should be, and waits for that
+    /// one's end.
+    void endTheOneWhoPublishes(const std::string& target, const PublishSettings& settings,
+                               const std::function<bool(pid_t)>& isThere) const {
+        const pid_t parent = ::fork();
+        ASSERT_NE(parent, -1);
+        if (parent == 0) {
+            static_cast<void>(publish(target, settings));
+            ::_exit(0);
+        }
+        pid_t child = 0;
+        EXPECT_TRUE(eventually([&] {
+            child = anyChild(std::to_string(parent));
+            return child > 0 && isThere(child);
+        }));
+        EXPECT_EQ(::kill(parent, SIGKILL), 0);
+        EXPECT_EQ(::waitpid(parent, nullptr, 0), parent);
+        EXPECT_TRUE(child > 0 && eventually([child] { return hasEnded(child); }));
     }
 
     void expectTheirs(const std::string& file, const std::string& bytes) const {
@@ -425,21 +446,27 @@ TEST_F(BundlePublisher, GivesUpAtItsLimit) {
 
 TEST_F(BundlePublisher, EndsTheCopyWithTheOneWhoHasStartedIt) {
     useEndlessArchive();
-    const pid_t parent = ::fork();
-    ASSERT_NE(parent, -1);
-    if (parent == 0) {
-        static_cast<void>(publish(path("theirs/a.zip")));
-        ::_exit(0);
-    }
-    pid_t child = 0;
-    EXPECT_TRUE(eventually([&] {
-        child = anyChild(std::to_string(parent));
-        return child > 0 && hasFileIn(child, path("theirs"));
-    }));
-    EXPECT_EQ(::kill(parent, SIGKILL), 0);
-    EXPECT_EQ(::waitpid(parent, nullptr, 0), parent);
-    EXPECT_TRUE(child > 0 && eventually([child] { return hasEnded(child); }));
+    endTheOneWhoPublishes(path("theirs/a.zip"), {},
+                          [this](pid_t child) { return hasFileIn(child, path("theirs")); });
     EXPECT_TRUE(namesIn(path("theirs")).empty());
+}
+
+TEST_F(BundlePublisher, TakesACopyThatHasANameWithIt) {
+    useEndlessArchive();
+    inChild([this] {
+        // As on a file system that knows no files without a name.
+        replaceSystemCallWith(SYS_openat, EOPNOTSUPP, 2, O_TMPFILE & ~O_DIRECTORY);
+        endTheOneWhoPublishes(path("theirs/a.zip"), {.temporaryName = ".copy"},
+                              [this](pid_t) { return exists("theirs/.copy"); });
+        EXPECT_TRUE(namesIn(path("theirs")).empty());
+    });
+}
+
+TEST_F(BundlePublisher, EndsTheCopyAtItsLimitWhereAFileSystemHoldsOnToIt) {
+    withStuckFolder(makeFolder("stuck"), [this](StuckFileSystem&, const std::string& file) {
+        endTheOneWhoPublishes(file, {.limitMs = 1000, .temporaryName = {}},
+                              [](pid_t child) { return processState(child) == 'S'; });
+    });
 }
 
 TEST_F(BundlePublisher, IsHeldUpByAStuckFileSystemForItsLimitsOnly) {

@@ -1,5 +1,6 @@
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/BundlePublisher.h"
 
+#include "Common/Utility/files/HiddenFiles.h"
 #include "Common/Utility/files/ReplacementFile.h"
 #include "Common/Utility/files/WholeWrite.h"
 #include "Common/Utility/log/Log.h"
@@ -10,6 +11,8 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <ctime>
 #include <fcntl.h>
 #include <optional>
 #include <string_view>
@@ -155,15 +158,39 @@ Failure clearAwayAsCaller(const Publication& publication) noexcept {
                : failed(Call::Unlink);
 }
 
+void leaveNothing(int /*signal*/) noexcept {
+    removeHiddenFiles();
+    ::_exit(1);
+}
+
+/// The end of the helper comes as SIGTERM, which leaves the time for that. As a caught signal it does not
+/// free this process from a file system that doesn't answer; SIGKILL does, a little after the helper, if it
+/// were there, would have sent it.
+bool prepareForTheEnd(int limitMs) noexcept {
+    struct sigaction action {};
+    action.sa_handler = &leaveNothing;
+    sigevent end{};
+    end.sigev_notify = SIGEV_SIGNAL;
+    end.sigev_signo = SIGKILL;
+    constexpr int kMsPerSecond = 1000;
+    itimerspec limit{};
+    limit.it_value.tv_sec = (limitMs / kMsPerSecond) + 1;
+    timer_t timer{};
+    return ::timer_create(CLOCK_MONOTONIC, &end, &timer) == 0 &&
+           ::timer_settime(timer, 0, &limit, nullptr) == 0 && ::sigaction(SIGTERM, &action, nullptr) == 0;
+}
+
 using Deed = Failure (*)(const Publication&) noexcept;
 
 /// Does it and tells how it went.
 class PublishWork final : public CallerWork {
 public:
-    PublishWork(const Publication& publication, Deed deed)
-        : CallerWork(publication.archive), m_publication(publication), m_deed(deed) {}
+    PublishWork(const Publication& publication, Deed deed, int limitMs)
+        : CallerWork(publication.archive), m_publication(publication), m_deed(deed), m_limitMs(limitMs) {}
 
     void run() const noexcept override {
+        // Without that the end leaves a hidden file, if anything.
+        static_cast<void>(prepareForTheEnd(m_limitMs));
         const Failure failure = m_deed(m_publication);
         // Without a word the deed counts as failed.
         static_cast<void>(writeWhole(STDOUT_FILENO, &failure, sizeof failure));
@@ -172,6 +199,7 @@ public:
 private:
     const Publication& m_publication;
     Deed m_deed;
+    int m_limitMs;
 };
 
 /// What the log says, and whether the child has had no time to clear away.
@@ -202,7 +230,7 @@ Outcome outcomeOf(const Failure& failure) {
 /// @param endLimitMs  for the child to be gone after it was killed.
 Outcome runAsCaller(const Publication& publication, Deed deed, int limitMs, int endLimitMs) {
     const auto deadline = CallerChild::Clock::now() + std::chrono::milliseconds(limitMs);
-    const PublishWork work(publication, deed);
+    const PublishWork work(publication, deed, limitMs);
     CallerChild child(std::nullopt, std::chrono::milliseconds(endLimitMs));
     if (const auto failed = child.start(publication.caller, work, deadline); failed) {
         return failed->call == nullptr ? silenceOf(failed->error)

@@ -34,7 +34,8 @@ enum class Publishing {
 /// place of a file or a link of that name in one step; a folder of that name is left alone. A copy that fails
 /// leaves no file behind, as far as the user's rights reach.
 /// Any thread; waits for the child, which it has reaped when it returns, unless the file system of the target
-/// holds on to it even after it was killed: then it is reaped when it ends. The child ends with that thread.
+/// holds on to it even after it was killed: then it is reaped when it ends. The child ends with that thread
+/// and takes the copy with it, or at its limit if the file system doesn't let it earlier.
 /// @param archive     readable descriptor of the archive; the caller's. It is read from its start, and where
 /// it stands plays no part.
 /// @param targetPath  absolute path.
