@@ -27,8 +27,8 @@ def files_below(top):
 WIZARD = read(os.environ["MEROUI"])
 RESOURCES = files_below(WIZARD_FOLDER + "/resources")
 LAUNCHER = read(SOURCES + "/tests/support/with-display.sh")
-SCRIPTS = {"wizard_walk.py": read(SOURCES + "/tests/helper/wizard_walk.py"),
-           "wizard_program.py": read(SOURCES + "/tests/wizard/wizard_program.py")}
+SCRIPTS = {os.path.basename(name): read(SOURCES + "/tests/" + name) for name in (
+    "helper/wizard_walk.py", "wizard/wizard_program.py", "support/configurations.py")}
 WALK_LIMIT_SECONDS = 150
 ASKED = BASE + "/walk/asked"
 
