@@ -36,14 +36,12 @@ uint32_t MEROClearLogsAction::performExternalAction(MEROXmlObject& subtree,
 }
 
 uint32_t MEROClearLogsAction::clearFileLogs(const FileActionAttrs& attrs) {
-    std::string folder = helperUtil::folderPartOf(attrs.translatedPath);
-    std::list<std::string> patterns{helperUtil::stringAfterLast(attrs.translatedPath, "/")};
-    std::list<helperUtil::FoundFile> matches;
-    if (helperUtil::fileFindAll(folder, patterns, false, matches) != 0) {
-        return 0;
-    }
-    for (const helperUtil::FoundFile& match : matches) {
-        static_cast<void>(helperUtil::fileDelete(folder + match.name)); // logs its failures
-    }
+    const auto deleteFile = [](const helperUtil::FoundFile& file) {
+        static_cast<void>(helperUtil::fileDelete(file.directory + file.name)); // logs its failures
+    };
+    // Where nothing matches there is nothing to clear.
+    static_cast<void>(helperUtil::walkFiles(helperUtil::folderPartOf(attrs.translatedPath),
+                                            {helperUtil::stringAfterLast(attrs.translatedPath, "/")}, false,
+                                            {}, deleteFile, helperUtil::OmissionSink()));
     return 0;
 }

@@ -39,20 +39,18 @@ uint32_t fileDeleteAll(std::string& directory) {
     if (!directory.ends_with('/')) {
         directory += '/';
     }
-    std::list<std::string> patterns{"*"};
-    std::list<FoundFile> files;
-    const uint32_t listCode = fileFindAll(directory, patterns, false, files);
+    uint32_t result = 0;
+    const FileSink deleteFile = [&](const FoundFile& file) {
+        const uint32_t code = fileDelete(directory + file.name);
+        if (code != 0) {
+            ZRN_LOG_CODE_FOR("fileDeleteAll", 'E', "helperUtil::fileDelete", code, nullptr);
+            result = code;
+        }
+    };
+    const uint32_t listCode = walkFiles(directory, {"*"}, false, {}, deleteFile, OmissionSink());
     if (listCode != 0) {
         ZRN_LOG_CODE('W', "helperUtil::fileFindAll", listCode);
         return listCode;
-    }
-    uint32_t result = 0;
-    for (const FoundFile& file : files) {
-        const uint32_t code = fileDelete(directory + file.name);
-        if (code != 0) {
-            ZRN_LOG_CODE('E', "helperUtil::fileDelete", code);
-            result = code;
-        }
     }
     return result;
 }
