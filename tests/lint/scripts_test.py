@@ -108,7 +108,21 @@ class Warnings(tree.TreeTest):
                 self.assertNotIn("MERO_WARNINGS_AS_ERRORS", preset["cacheVariables"])
 
 
-class Checkout(tree.TreeTest):
+class RepositoryTest(tree.TreeTest):
+    """In a repository of the test's own."""
+
+    def setUp(self):
+        super().setUp()
+        self.environment = dict(os.environ, GIT_CONFIG_GLOBAL="/dev/null", GIT_CONFIG_SYSTEM="/dev/null", HOME=self.folder,
+                                PATH=os.path.join(self.folder, "programs") + ":" + os.environ["PATH"])
+        self.git("init", "--quiet")
+
+    def git(self, *arguments):
+        return subprocess.run(["git", *arguments], cwd=self.folder, env=self.environment, stdout=subprocess.PIPE, text=True,
+                              check=True).stdout
+
+
+class Checkout(RepositoryTest):
     """A repository with the project's list of what is no source."""
 
     def testBundleOfARunIsNoSource(self):
@@ -116,14 +130,62 @@ class Checkout(tree.TreeTest):
         self.write("MEROBundle_0131_2359.zip", "")
         self.write("docs/MEROBundle_0131_2359.zip", "")
         self.write("docs/bundle.md", "")
-        self.git("init", "--quiet")
         self.git("add", ".")
         self.assertEqual(self.git("ls-files").split(), [".gitignore", "docs/bundle.md"])
 
-    def git(self, *arguments):
-        environment = dict(os.environ, GIT_CONFIG_GLOBAL="/dev/null", GIT_CONFIG_SYSTEM="/dev/null", HOME=self.folder)
-        return subprocess.run(["git", *arguments], cwd=self.folder, env=environment, stdout=subprocess.PIPE, text=True,
-                              check=True).stdout
+
+class ReleasesOfTools(RepositoryTest):
+    """script/lint with stand-ins for all that it asks, which find nothing and tell of a release."""
+
+    USUAL = {"clang-format": "Debian clang-format version 14.0.6",
+             "shellcheck": "ShellCheck - shell script analysis tool\nversion: 0.9.0\nlicense: version 3",
+             "clang++-22": "Debian clang version 22.1.0 (++20260301)\nTarget: x86_64-pc-linux-gnu",
+             "clang-tidy-22": "Debian LLVM version 22.1.0\n  Optimized build."}
+    MADE_FOR = {"clang-format": "14", "shellcheck": "0.9", "clang++-22": "22", "clang-tidy-22": "22"}
+
+    def setUp(self):
+        super().setUp()
+        for name in ("bootstrap", "house-rules", "translations", "tidy"):
+            self.program("../script/" + name, "exit 0")
+        shutil.copy(os.path.join(tree.SOURCE, "script/lint"), os.path.join(self.folder, "script"))
+        for name in ("desktop-file-validate", "appstreamcli", "xmllint", "msgcmp", "msgfmt", "msgmerge", "man", "cmake"):
+            self.program(name, "exit 0")
+
+    def lint(self, *arguments, **releases):
+        """@param releases  what a tool tells, where that is not the usual. @return status and standard error."""
+        for name, told in dict(self.USUAL, **releases).items():
+            self.program(name, "cat <<'END'\n%s\nEND" % told)
+        done = subprocess.run([os.path.join(self.folder, "script/lint"), *arguments], cwd=self.folder, env=self.environment,
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False)
+        return done.returncode, done.stderr
+
+    def testUsualOnesAreTaken(self):
+        self.assertEqual(self.lint(), (0, ""))
+
+    def testLastPartOfTheNumberPlaysNoPart(self):
+        for tool, told in (("clang-format", "version 14.0.0"), ("clang-format", "version 14.1.9"),
+                           ("shellcheck", "version: 0.9.7"), ("clang-tidy-22", "LLVM version 22.9.9")):
+            with self.subTest(told=told):
+                self.assertEqual(self.lint(**{tool: told}), (0, ""))
+
+    def testAnotherOneFailsTheChecks(self):
+        for tool, release in (("clang-format", "15.0.7"), ("clang-format", "13.0.1"), ("clang-format", "140.0.0"),
+                              ("clang-format", "3.14.0"), ("shellcheck", "0.10.0"), ("shellcheck", "0.90.1"),
+                              ("shellcheck", "1.0.9"), ("clang++-22", "21.1.8"), ("clang-tidy-22", "23.1.0")):
+            with self.subTest(tool=tool, release=release):
+                self.expect_failure(tool, release, self.lint(**{tool: "version " + release}))
+
+    def testOneThatIsNotToldFailsTheChecks(self):
+        self.expect_failure("shellcheck", "unknown", self.lint(shellcheck="no number"))
+
+    def expect_failure(self, tool, release, outcome):
+        self.assertEqual(outcome, (1, "lint: %s is version %s; the checks are made for version %s\n"
+                                      "lint: failed: version of %s\n" % (tool, release, self.MADE_FOR[tool], tool)))
+
+    def testThoseThatAreNotAskedMayBeAnything(self):
+        others = {"clang++-22": "version 21.0.0", "clang-tidy-22": "version 21.0.0"}
+        self.assertEqual(self.lint("--fast", **others), (0, ""))
+        self.assertEqual(self.lint("--fast", **{"clang-format": "version 15.0.0"})[0], 1)
 
 
 if __name__ == "__main__":
