@@ -2,6 +2,7 @@
 #include "tests/wizard/Appearance.h"
 #include "tests/wizard/WindowDrawing.h"
 #include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/GtkHandles.h"
 
 #include <gmock/gmock.h>
 
@@ -86,6 +87,31 @@ TEST_F(PageLooks, HaveALargerMarkOnTheFirstPage) {
     EXPECT_EQ(gtk_widget_get_allocated_height(LookUpWidget("boxHeader")), top);
     click("buttonBack");
     EXPECT_FALSE(visible("imageHeader"));
+}
+
+TEST_F(PageLooks, HaveAMarkAsSharpAsTheScreen) {
+    open();
+    for (const char* id : {"imageWelcome", "imageHeader"}) {
+        GtkWidget* const mark = LookUpWidget(id, GTK_TYPE_IMAGE);
+        const int pixels = gtk_image_get_pixel_size(GTK_IMAGE(mark)) * gtk_widget_get_scale_factor(mark);
+        cairo_surface_t* shown = nullptr;
+        g_object_get(mark, "surface", &shown, nullptr);
+        const SurfaceHandle surface(shown);
+        ASSERT_NE(surface, nullptr) << id;
+        EXPECT_GE(cairo_image_surface_get_width(shown), pixels) << id;
+        double scale = 0;
+        cairo_surface_get_device_scale(shown, &scale, &scale);
+        EXPECT_EQ(cairo_image_surface_get_width(shown) / scale, gtk_image_get_pixel_size(GTK_IMAGE(mark)))
+            << id;
+    }
+}
+
+TEST_F(PageLooks, HaveTheMarkOfTheIconThemeWhereTheirOwnIsMissing) {
+    writeUIFile(realUIFile());
+    open(path() + "/");
+    const char* name = nullptr;
+    gtk_image_get_icon_name(GTK_IMAGE(LookUpWidget("imageWelcome", GTK_TYPE_IMAGE)), &name, nullptr);
+    EXPECT_STREQ(name, "com.varnel.corvane.mero");
 }
 
 TEST_F(PageLooks, HaveTheSameMarginAndBeginAtTheTop) {

@@ -1,7 +1,13 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+
+#include <gmock/gmock.h>
+#include <set>
 
 namespace {
+
+using testing::ElementsAre;
 
 using Pages = Wizard;
 
@@ -26,8 +32,16 @@ TEST_F(Pages, StartOnTheWelcomePageWithoutBack) {
 TEST_F(Pages, StandInAWindowThatGetsItsIconBehindItsFirstPicture) {
     open();
     auto* const window = GTK_WINDOW(LookUpWidget("windowMain", GTK_TYPE_WINDOW));
-    waitUntil([window] { return gtk_window_get_icon_name(window) != nullptr; });
-    EXPECT_STREQ(gtk_window_get_icon_name(window), "com.varnel.corvane.mero");
+    const auto sizes = [window] {
+        const ListHandle icons(gtk_window_get_icon_list(window));
+        std::set<int> all;
+        for (const GList* icon = icons.get(); icon != nullptr; icon = icon->next) {
+            all.insert(gdk_pixbuf_get_width(GDK_PIXBUF(icon->data)));
+        }
+        return all;
+    };
+    waitUntil([&sizes] { return !sizes().empty(); });
+    EXPECT_THAT(sizes(), ElementsAre(16, 24, 32, 48, 64, 96, 128));
 }
 
 TEST_F(Pages, ShowTheirFixedTexts) {

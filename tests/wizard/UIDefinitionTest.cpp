@@ -1,4 +1,5 @@
 #include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
 
 #include <array>
 
@@ -122,6 +123,68 @@ TEST_F(UIDefinition, RunsWithoutAnyOneOfItsWidgets) {
         m_log.reset();
         m_log = std::make_unique<CapturedLog>();
     }
+}
+
+/// The kinds and ids of a widget and what is in it, a line each.
+std::string treeOf(GtkWidget* widget, const std::string& indent = {}) {
+    // GTK names what it makes by itself after its kind.
+    std::string tree =
+        indent + gtk_buildable_get_name(GTK_BUILDABLE(widget)) + ' ' + G_OBJECT_TYPE_NAME(widget) + '\n';
+    if (GTK_IS_NOTEBOOK(widget) || GTK_IS_BOX(widget) || GTK_IS_GRID(widget) || GTK_IS_WINDOW(widget) ||
+        GTK_IS_SCROLLED_WINDOW(widget)) {
+        const ListHandle children(gtk_container_get_children(GTK_CONTAINER(widget)));
+        for (const GList* child = children.get(); child != nullptr; child = child->next) {
+            tree += treeOf(GTK_WIDGET(child->data), indent + "  ");
+        }
+    }
+    return tree;
+}
+
+TEST_F(UIDefinition, BuildsAPageWhenItIsReached) {
+    open();
+    const std::pair<uint32_t, const char*> pages[] = {
+        {1, "radiobuttonBundleTypical"}, {2, "entryPassword"},   {3, "progressBar"},
+        {4, "labelResultMsg"},           {5, "labelFileSelect"}, {6, "textviewComment"}};
+    EXPECT_TRUE(isBuilt("labelMEROIntro"));
+    for (const auto& [page, widget] : pages) {
+        EXPECT_FALSE(isBuilt(widget)) << widget;
+    }
+    for (const auto& [page, widget] : pages) {
+        m_window->changePage(page);
+        EXPECT_TRUE(isBuilt(widget)) << widget;
+        EXPECT_EQ(page == 6, isBuilt("textviewComment")) << page;
+    }
+    EXPECT_EQ(m_log->count('*', ""), 0) << m_log->dump();
+}
+
+TEST_F(UIDefinition, IsInTheEndWhatTheFileSays) {
+    const auto whole = adoptRef(gtk_builder_new_from_string(realUIFile().c_str(), -1));
+    const std::string expected = treeOf(GTK_WIDGET(gtk_builder_get_object(whole.get(), "windowMain")));
+    open();
+    EXPECT_NE(treeOf(LookUpWidget("windowMain")), expected);
+    ASSERT_NE(LookUpWidget("textviewComment"), nullptr);
+    EXPECT_EQ(treeOf(LookUpWidget("windowMain")), expected);
+    gtk_widget_destroy(GTK_WIDGET(gtk_builder_get_object(whole.get(), "windowMain")));
+}
+
+TEST_F(UIDefinition, IsReadOnce) {
+    writeUIFile(realUIFile());
+    open(path() + "/");
+    writeUIFile("<interface/>");
+    EXPECT_NE(LookUpWidget("textviewComment"), nullptr);
+}
+
+TEST_F(UIDefinition, ThatIsWrongOnALaterPageIsToldOnceThatIsReached) {
+    std::string content = realUIFile();
+    const std::string known = "\"GtkProgressBar\"";
+    content.replace(content.find(known), known.size(), "\"GtkNothing\"");
+    writeUIFile(content);
+    open(path() + "/");
+    EXPECT_FALSE(m_window->isExitRequested());
+    EXPECT_EQ(m_log->count('*', ""), 0) << m_log->dump();
+    m_window->changePage(static_cast<uint32_t>(WizardPage::Progress));
+    EXPECT_EQ(m_log->count('E', "Failed to load the UI XML: "), 1) << m_log->dump();
+    EXPECT_EQ(page(), 3);
 }
 
 TEST_F(UIDefinition, ThatIsMissingAsksForTheExit) {

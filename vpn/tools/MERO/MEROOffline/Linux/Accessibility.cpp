@@ -67,7 +67,10 @@ void tellPage(uint32_t page, const std::string& name) {
 }
 
 void setDescribed(const char* id, const char* describingId, bool described) {
-    setDescribedBy(accessibleOf(id), accessibleOf(describingId), described);
+    // What is not built yet describes nothing.
+    if (described || isBuilt(describingId)) {
+        setDescribedBy(accessibleOf(id), accessibleOf(describingId), described);
+    }
 }
 
 void announce(const char* id, const std::string& text) {

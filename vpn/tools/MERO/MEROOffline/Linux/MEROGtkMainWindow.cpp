@@ -1,6 +1,5 @@
 #include "tools/MERO/MEROOffline/Linux/MEROGtkMainWindow.h"
 
-#include "BuildVersion.h"
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/sysutils.h"
@@ -22,22 +21,11 @@ CMEROGtkMainWindow& windowOf(gpointer window) {
     return *static_cast<CMEROGtkMainWindow*>(window);
 }
 
-/// The icon of the window in lists of windows, once nothing else is to be done: all its sizes are looked for
-/// then, which takes a tenth of the time in which the window comes to the screen.
-void setIconLater(GtkWidget* window) {
-    g_idle_add_full(
-        G_PRIORITY_LOW,
-        [](gpointer shown) -> gboolean {
-            gtk_window_set_icon_name(GTK_WINDOW(shown), "com.varnel.corvane.mero");
-            return G_SOURCE_REMOVE;
-        },
-        g_object_ref(window), g_object_unref);
-}
-
 } // namespace
 
 CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
-    : m_status(MEROENGINE_ERROR_NOT_INITIALIZED), m_relay(std::make_shared<WindowRelay>(this, this, this)) {
+    : m_programFolder(programFolder), m_status(MEROENGINE_ERROR_NOT_INITIALIZED),
+      m_relay(std::make_shared<WindowRelay>(this, this, this)) {
     claimStoragePath();
     loadLocalPolicy();
     // Behind the policy, which may take the default catalogue away, and before the first text.
@@ -48,11 +36,9 @@ CMEROGtkMainWindow::CMEROGtkMainWindow(const std::string& programFolder)
     m_bundlePath = helperUtil::translatePath(helperUtil::getDesktopDirectory()) + "MEROBundle" +
                    getTimeString(1) + ".zip";
 
-    // The window's icon stands beside the UI file as well, for a program that is not installed.
-    gtk_icon_theme_append_search_path(gtk_icon_theme_get_default(),
-                                      (programFolder + "resources/icons").c_str());
     addWizardStyle();
-    if (const ErrorHandle error = loadUIDefinition(programFolder + "resources/MEROGUI.glade")) {
+    if (const ErrorHandle error = loadUIDefinition(programFolder + "resources/MEROGUI.glade",
+                                                   [this](uint32_t page) { setUpPage(page); })) {
         ZRN_LOG('E', "Failed to load the UI XML: %s", error->message);
     } else {
         m_pWindow = LookUpWidget("windowMain", GTK_TYPE_WINDOW);
@@ -156,22 +142,6 @@ CMEROGtkFileSelDlg& CMEROGtkMainWindow::fileSelection() {
     return *m_pFileSelDlg;
 }
 
-void CMEROGtkMainWindow::setUpWidgets() {
-    const std::string title = translateText(UserText::WindowTitle) + " " + kBuildVersion;
-    gtk_window_set_title(GTK_WINDOW(m_pWindow), title.c_str());
-    setUpNavigation(m_pWindow, G_CALLBACK(&onNextClicked), G_CALLBACK(&onBackClicked), this);
-    showText("labelMEROIntro", UserText::Intro);
-    showText("labelWizardPurpose", UserText::WizardPurpose);
-    BundleTypePage::setUp();
-    m_encryptionPage.setUp([this] { onNextClicked(nullptr, this); });
-    ProgressPage::setUp();
-    ResultPage::setUp();
-    showText("labelFileSelect", UserText::SelectFiles);
-    showText("labelCustomHeader", UserText::SelectFiles);
-    m_targetPage.setUp();
-    setIconLater(m_pWindow);
-}
-
 void CMEROGtkMainWindow::updateNotebookPage(uint32_t page) {
     GtkWidget* notebook = LookUpWidget("notebookPages", GTK_TYPE_NOTEBOOK);
     if (notebook == nullptr) {
@@ -182,6 +152,7 @@ void CMEROGtkMainWindow::updateNotebookPage(uint32_t page) {
     if (page >= static_cast<uint32_t>(gtk_notebook_get_n_pages(GTK_NOTEBOOK(notebook)))) {
         return;
     }
+    buildPage(page);
     const gint index = static_cast<gint>(page);
     gtk_widget_show(gtk_notebook_get_nth_page(GTK_NOTEBOOK(notebook), index));
     gtk_notebook_set_current_page(GTK_NOTEBOOK(notebook), index);

@@ -25,6 +25,7 @@
 #include <gtk/gtk.h>
 #include <list>
 #include <memory>
+#include <set>
 #include <string>
 
 /// The wizard: its window, what the user has chosen so far, and the job that follows from it.
@@ -79,6 +80,9 @@ private:
     void loadLocalPolicy();
 
     void setUpWidgets();
+    /// Brings what stands on a page into its first state, once.
+    void setUpPage(uint32_t page);
+    void setMarkLater();
     void closeWindow();
     CMEROGtkFileSelDlg& fileSelection();
 
@@ -114,11 +118,14 @@ private:
     static gboolean onResultIdle(gpointer window);
     static GSourceFunc idleHandlerFor(uint64_t status);
 
+    /// Folder, with a trailing "/", that holds resources/.
+    std::string m_programFolder;
     /// Owned by the UI definition; null when there is no window.
     GtkWidget* m_pWindow = nullptr;
     /// Null when there is no window.
     std::unique_ptr<PressFilter> m_pPressFilter;
     uint32_t m_currentPage = 0;
+    std::set<uint32_t> m_pagesSetUp;
     /// Shared with the run that it is used by, which may outlive this window.
     std::shared_ptr<MEROOffline> m_pOffline;
     std::unique_ptr<Thread> m_pOfflineThread;

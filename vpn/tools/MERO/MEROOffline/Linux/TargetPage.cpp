@@ -35,9 +35,7 @@ void TargetPage::setUp() {
                        : helperUtil::stringAfterLast(*m_pBundlePath, "/"));
     if (GtkWidget* comment = LookUpWidget("textviewComment", GTK_TYPE_TEXT_VIEW)) {
         keepCommentQuick(GTK_TEXT_VIEW(comment));
-        if (GtkWidget* around = LookUpWidget("scrolledwindowComment", GTK_TYPE_SCROLLED_WINDOW)) {
-            growWithText(GTK_SCROLLED_WINDOW(around), GTK_TEXT_VIEW(comment));
-        }
+        growWithText(GTK_TEXT_VIEW(comment));
     }
     connectSignal("buttonBrowse", "clicked", G_CALLBACK(&onBrowseClicked), this);
 }

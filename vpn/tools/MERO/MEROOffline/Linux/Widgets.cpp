@@ -1,14 +1,14 @@
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 
 #include "Common/Utility/log/Log.h"
-#include "tools/MERO/MEROOffline/Linux/Glib/ErrorOut.h"
+#include <utility>
 
 namespace {
 
 using AttributesHandle = std::unique_ptr<PangoAttrList, Releaser<&pango_attr_list_unref>>;
 
 /// The UI definition of the process. GTK main thread only.
-GObjectHandle<GtkBuilder> g_builder;
+std::unique_ptr<UIDefinition> g_definition;
 
 // The theme's own red and orange can't be read in both its light and its dark form; mixed with the colour of
 // text they can.
@@ -29,26 +29,38 @@ constexpr char kStyle[] =
 
 } // namespace
 
-ErrorHandle loadUIDefinition(const std::string& path) {
-    g_builder = adoptRef(gtk_builder_new());
-    ErrorHandle error;
-    gtk_builder_add_from_file(g_builder.get(), path.c_str(), ErrorOut(error));
-    return error;
+ErrorHandle loadUIDefinition(const std::string& path, UIDefinition::BuiltHandler onBuilt) {
+    g_definition = std::make_unique<UIDefinition>(std::move(onBuilt));
+    return g_definition->load(path);
 }
 
 void releaseUIDefinition() {
-    g_builder.reset();
+    g_definition.reset();
+}
+
+void buildPage(uint32_t page) {
+    if (g_definition != nullptr) {
+        g_definition->buildPage(page);
+    }
+}
+
+bool isPagePostponed(uint32_t page) {
+    return g_definition != nullptr && g_definition->isPostponed(page);
+}
+
+bool isBuilt(const char* id) {
+    return id != nullptr && g_definition != nullptr && g_definition->findBuilt(id) != nullptr;
 }
 
 GtkWidget* LookUpWidget(const char* id, GType type) {
     if (id == nullptr) {
         return nullptr;
     }
-    if (g_builder == nullptr) {
+    if (g_definition == nullptr) {
         ZRN_LOG('E', "Failed to look up the widget because UI XML is not found.");
         return nullptr;
     }
-    GObject* object = gtk_builder_get_object(g_builder.get(), id);
+    GObject* object = g_definition->find(id);
     if (object == nullptr || !g_type_is_a(G_OBJECT_TYPE(object), type)) {
         return nullptr;
     }

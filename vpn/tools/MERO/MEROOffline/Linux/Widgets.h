@@ -1,22 +1,34 @@
 #pragma once
 
 #include "tools/MERO/MEROOffline/Linux/Glib/GlibHandles.h"
+#include "tools/MERO/MEROOffline/Linux/UIDefinition.h"
 
+#include <cstdint>
 #include <gtk/gtk.h>
 #include <optional>
 #include <string>
 
 /// The UI definition and the one way to its widgets. GTK main thread only.
 
-/// Makes the process-wide builder and loads the UI definition into it.
-/// @return null on success, else the error. The builder stays until it is released, in both cases.
-[[nodiscard]] ErrorHandle loadUIDefinition(const std::string& path);
-/// Lets go of the builder; every later look-up fails. Widgets in a window that still exists live on with it.
+/// Loads the UI definition of the process.
+/// @param onBuilt  as with UIDefinition; kept until the definition is released.
+/// @return null on success, else the error. The definition stays until it is released, in both cases.
+[[nodiscard]] ErrorHandle loadUIDefinition(const std::string& path, UIDefinition::BuiltHandler onBuilt);
+/// Lets go of the definition; every later look-up fails. Widgets in a window that still exists live on with
+/// it.
 void releaseUIDefinition();
 
-/// The widget of this id, looked up at each call and owned by the UI definition.
+/// Builds what stands on a page of the notebook, unless that is done.
+void buildPage(uint32_t page);
+/// Whether what stands on a page is not built yet.
+[[nodiscard]] bool isPagePostponed(uint32_t page);
+/// Whether there is an object of this id already. To ask builds nothing.
+[[nodiscard]] bool isBuilt(const char* id);
+
+/// The widget of this id, looked up at each call and owned by the UI definition, which builds the page for it
+/// that it stands on.
 /// @return null for a null id, for an id that the UI file lacks, for an object of another class, and, with a
-/// log line, without a builder.
+/// log line, without a UI definition.
 [[nodiscard]] GtkWidget* LookUpWidget(const char* id, GType type = GTK_TYPE_WIDGET);
 
 /// Classes of the wizard's own style.

@@ -21,15 +21,18 @@ constexpr int kFrameHeight = 48;
 
 using MetricsHandle = std::unique_ptr<PangoFontMetrics, Releaser<&pango_font_metrics_unref>>;
 
-/// The size of a line of text of full length.
-GtkRequisition lineSize(GtkWidget* widget) {
-    const auto layout = adoptRef(gtk_widget_create_pango_layout(widget, "X"));
+/// The width of a line of text of full length.
+int lineWidth(GtkWidget* widget) {
     const MetricsHandle metrics(
         pango_context_get_metrics(gtk_widget_get_pango_context(widget), nullptr, nullptr));
-    GtkRequisition size{};
-    pango_layout_get_pixel_size(layout.get(), nullptr, &size.height);
-    size.width = PANGO_PIXELS(kLineCharacters * pango_font_metrics_get_approximate_char_width(metrics.get()));
-    return size;
+    return PANGO_PIXELS(kLineCharacters * pango_font_metrics_get_approximate_char_width(metrics.get()));
+}
+
+int lineHeight(GtkWidget* widget) {
+    const auto layout = adoptRef(gtk_widget_create_pango_layout(widget, "X"));
+    int height = 0;
+    pango_layout_get_pixel_size(layout.get(), nullptr, &height);
+    return height;
 }
 
 /// The part of the screen that a window may take; false if nobody knows.
@@ -62,7 +65,7 @@ void fitIntoScreen(GtkWidget* window, GtkScrolledWindow* around, const GdkRectan
     }
 }
 
-void widen(GtkWindow* window, int wanted) {
+void setWidth(GtkWindow* window, int wanted) {
     int width = 0;
     int height = 0;
     if (gtk_widget_get_realized(GTK_WIDGET(window)) == FALSE) {
@@ -74,38 +77,48 @@ void widen(GtkWindow* window, int wanted) {
     gtk_window_resize(window, std::max(width, wanted), height);
 }
 
-void grow(GtkTextView* comment, GtkScrolledWindow* around) {
-    GtkWidget* const window = gtk_widget_get_toplevel(GTK_WIDGET(comment));
-    const GtkRequisition line = lineSize(GTK_WIDGET(comment));
-    int width = line.width + kSidesWidth;
+void widen(GtkWidget* window) {
+    const int line = lineWidth(window);
+    int width = line + kSidesWidth;
     // The least height is that at the least width: were a header broken there, the window would
     // grow on its page.
-    int leastWidth = line.width * kHeaderCharacters / kLineCharacters + kMarkWidth + kSidesWidth;
-    setCommentHeight(around, kCommentLines * line.height + gtk_text_view_get_top_margin(comment) +
-                                 gtk_text_view_get_bottom_margin(comment));
+    int leastWidth = line * kHeaderCharacters / kLineCharacters + kMarkWidth + kSidesWidth;
     GdkRectangle screen{};
-    const bool isScreenKnown = getScreenPart(window, &screen);
-    if (isScreenKnown) {
+    if (getScreenPart(window, &screen)) {
         width = std::min(width, screen.width);
         leastWidth = std::min(leastWidth, screen.width);
     }
     gtk_widget_set_size_request(window, leastWidth, -1);
-    widen(GTK_WINDOW(window), width);
-    if (isScreenKnown) {
+    setWidth(GTK_WINDOW(window), width);
+}
+
+void grow(GtkWidget* comment) {
+    auto* const view = GTK_TEXT_VIEW(comment);
+    GtkWidget* const window = gtk_widget_get_toplevel(comment);
+    GtkWidget* const parent = gtk_widget_get_parent(comment);
+    if (!GTK_IS_SCROLLED_WINDOW(parent)) {
+        return;
+    }
+    auto* const around = GTK_SCROLLED_WINDOW(parent);
+    setCommentHeight(around, kCommentLines * lineHeight(comment) + gtk_text_view_get_top_margin(view) +
+                                 gtk_text_view_get_bottom_margin(view));
+    GdkRectangle screen{};
+    if (getScreenPart(window, &screen)) {
         fitIntoScreen(window, around, screen);
     }
 }
 
-void onStyleChanged(GtkWidget* comment, gpointer around) {
+/// Adapts what depends on a widget's font when that is another one than before.
+template <void (*Adapt)(GtkWidget*)> void onStyleChanged(GtkWidget* widget, gpointer /*data*/) {
     runHandler(__func__, [&] {
         // Styles change with the focus and the pointer, too.
         constexpr const char* kKnownFont = "mero-known-font";
         const TextHandle font(pango_font_description_to_string(
-            pango_context_get_font_description(gtk_widget_get_pango_context(comment))));
-        const auto* const known = static_cast<const char*>(g_object_get_data(G_OBJECT(comment), kKnownFont));
+            pango_context_get_font_description(gtk_widget_get_pango_context(widget))));
+        const auto* const known = static_cast<const char*>(g_object_get_data(G_OBJECT(widget), kKnownFont));
         if (g_strcmp0(font.get(), known) != 0) {
-            g_object_set_data_full(G_OBJECT(comment), kKnownFont, g_strdup(font.get()), &g_free);
-            grow(GTK_TEXT_VIEW(comment), GTK_SCROLLED_WINDOW(around));
+            g_object_set_data_full(G_OBJECT(widget), kKnownFont, g_strdup(font.get()), &g_free);
+            Adapt(widget);
         }
     });
 }
@@ -130,8 +143,13 @@ void onMapped(GtkWidget* comment, gpointer /*data*/) {
 
 } // namespace
 
-void growWithText(GtkScrolledWindow* around, GtkTextView* comment) {
-    onStyleChanged(GTK_WIDGET(comment), around);
-    g_signal_connect(comment, "style-updated", G_CALLBACK(&onStyleChanged), around);
+void widenWithText(GtkWindow* window) {
+    onStyleChanged<&widen>(GTK_WIDGET(window), nullptr);
+    g_signal_connect(window, "style-updated", G_CALLBACK(&onStyleChanged<&widen>), nullptr);
+}
+
+void growWithText(GtkTextView* comment) {
+    onStyleChanged<&grow>(GTK_WIDGET(comment), nullptr);
+    g_signal_connect(comment, "style-updated", G_CALLBACK(&onStyleChanged<&grow>), nullptr);
     g_signal_connect(comment, "map", G_CALLBACK(&onMapped), nullptr);
 }

@@ -58,6 +58,8 @@ gboolean leaveMainLoop(gpointer /*data*/) {
 
 void runWizard(int* argc, char*** argv) {
     g_set_prgname("com.varnel.corvane.mero");
+    // Pango finds out about the fonts on a thread of its own: it begins now, while GTK reads its theme.
+    static_cast<void>(pango_cairo_font_map_get_default());
     gtk_init(argc, argv);
     const StopGuard guard({.patience = kPatience,
                            .onStop = [] { g_idle_add(leaveMainLoop, nullptr); },
