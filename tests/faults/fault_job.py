@@ -28,8 +28,8 @@ OLD_TARGET = b"what stood at the target before"
 LIMIT_SECONDS = 20
 POLL_SECONDS = 0.002
 
-# Longer than a block of the copy.
-LONG = b"".join(b"line %05d of a log that does not fit into one block\n" % number for number in range(150))
+# Longer than a page.
+LONG = b"".join(b"line %05d of a log that does not fit into one page\n" % number for number in range(150))
 FILES = {
     "plain.txt": b"a plain file\n",
     "logs/first.log": LONG,

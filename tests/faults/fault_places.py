@@ -11,6 +11,7 @@ ERRORS = {
     "pread64": ("EIO",),
     "write": ("ENOSPC", "EIO"),
     "pwrite64": ("ENOSPC",),
+    "copy_file_range": ("EXDEV", "EIO", "ENOSPC", "EINTR"),
     "close": ("EIO", "ENOSPC"),
     "lseek": ("EIO",),
     "newfstatat": ("EACCES", "ENOMEM"),

@@ -42,14 +42,6 @@ protected:
 
 using FileAccess = FileTest;
 
-std::string bytes(size_t count) {
-    std::string content;
-    for (size_t i = 0; i < count; ++i) {
-        content += static_cast<char>(i * 31 + i / 251);
-    }
-    return content;
-}
-
 mode_t modeOf(const std::string& path) {
     struct stat status = {};
     EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;

@@ -102,6 +102,14 @@ void DeepTree::remove(const std::string& top) {
     EXPECT_EQ(::rmdir(top.c_str()), 0);
 }
 
+std::string bytes(size_t count) {
+    std::string content(count, '\0');
+    for (size_t i = 0; i < count; ++i) {
+        content[i] = static_cast<char>(i * 31 + i / 251);
+    }
+    return content;
+}
+
 std::vector<std::string> folderOrder(const std::string& folder) {
     const DirHandle handle(::opendir(folder.c_str()));
     std::vector<std::string> names;

@@ -57,6 +57,8 @@ private:
     std::string m_top;
 };
 
+/// Content of a length that shows when a part of it is missing or stands elsewhere.
+[[nodiscard]] std::string bytes(size_t count);
 /// Names in the order in which the folder delivers them.
 [[nodiscard]] std::vector<std::string> folderOrder(const std::string& folder);
 /// Names that a careless program stumbles over: line feeds, quotes, bytes that are no UTF-8, the longest

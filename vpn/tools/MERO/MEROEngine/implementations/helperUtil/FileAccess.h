@@ -24,7 +24,9 @@ struct CopyOutcome {
     uint64_t bytes = 0;
 };
 
-/// Copies from the current place of `input` to its end, or `limit` bytes, in blocks of 4096 bytes.
+/// Copies from the current place of `input` to its end, or `limit` bytes: within the kernel where that does
+/// it, which may share the blocks of the two files, else in blocks of 128 KiB. A stop request is looked at at
+/// least every megabyte.
 [[nodiscard]] CopyOutcome copyBytes(int input, int output, uint64_t limit = UINT64_MAX);
 /// Closes a written file. Some file systems tell only here that the disk is full.
 /// @return 0 or an errno.
