@@ -12,7 +12,7 @@ from console import ConsoleTest
 
 OPTIONS = {
     "collect": ("--install-dir", "--only", "--comment", "--request", "--target", "--password-file", "--keep-working-folder",
-                "--no-system-logs", "--include-legacy", "--help"),
+                "--no-progress", "--quiet", "--no-system-logs", "--include-legacy", "--help"),
     "list": ("--install-dir", "--json", "--help"),
     "clear": ("--install-dir", "--yes", "--help"),
 }

@@ -1,6 +1,9 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "tests/wizard/Contrast.h"
 #include "tests/wizard/WizardFixture.h"
+#include "tools/MERO/MEROEngine/implementations/WorkProgress.h"
+
+#include <cmath>
 
 namespace {
 
@@ -28,6 +31,25 @@ TEST_F(ProgressPage, HasASpinnerThatTurnsWhileTheJobRuns) {
     m_window->updateStatus(nullptr, 0);
     settle();
     EXPECT_FALSE(isSpinning());
+}
+
+TEST_F(ProgressPage, FollowsThePackingBetweenItsTwoReports) {
+    walkTo(WizardPage::Progress);
+    GtkProgressBar* const bar = GTK_PROGRESS_BAR(LookUpWidget("progressBar"));
+    const auto awaitShare = [&](double share) {
+        waitUntil([&] { return std::abs(gtk_progress_bar_get_fraction(bar) - share) < 0.0001; });
+    };
+    PackProgress& packing = workProgress().packing;
+    packing.bytesDone = 0;
+    packing.bytes = 200;
+    const MEROStatusInfo info{.m_progress = 96, .m_message = "Zipping the bundle, please wait..."};
+    m_window->updateStatus(&info, MEROOFFLINE_ERROR_PROCESSING);
+    awaitShare(0.96);
+    packing.bytesDone = 100;
+    awaitShare(0.98);
+    packing.bytesDone = 250; // what is read twice counts twice
+    awaitShare(1.0);
+    packing.bytes = 0;
 }
 
 TEST_F(ProgressPage, HasAShareThatCanBeReadInEveryLook) {

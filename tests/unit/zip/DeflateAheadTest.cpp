@@ -220,6 +220,22 @@ protected:
     CapturedLog m_log;
 };
 
+TEST_F(SideBySide, TellsHowFarItIs) {
+    writeFile("bundle/a.log", "text");
+    writeFile("bundle/sub/b.log", logLines(100000, 1));
+    writeFile("bundle/large.log", logLines(kLarge + 1, 2));
+    for (const char* const password : {"", kPassword}) {
+        PackProgress progress;
+        PackReport report;
+        ASSERT_EQ(CZip().Zip(path("bundle"), path("bundle.zip"), password, true, report, &progress), 0U);
+        EXPECT_EQ(progress.files, 3U);
+        EXPECT_EQ(progress.filesDone, 3U);
+        EXPECT_EQ(progress.bytes, 4 + 100000 + kLarge + 1);
+        EXPECT_GE(progress.bytesDone, progress.bytes);
+        EXPECT_LE(progress.bytesDone, progress.bytes + progress.bytes / 25) << "with what parts look back at";
+    }
+}
+
 TEST_F(SideBySide, GoesOnWithoutThreads) {
     writeFile("bundle/a.log", "text");
     const NoNewThreads none;

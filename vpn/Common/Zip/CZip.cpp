@@ -20,6 +20,7 @@
 #include <iterator>
 #include <new>
 #include <optional>
+#include <sys/stat.h>
 
 namespace {
 
@@ -32,6 +33,7 @@ struct PackOrder {
     std::string_view password;
     /// Where deflated bytes wait that are too many for memory.
     std::string spillFolder;
+    PackProgress* progress = nullptr;
 };
 
 /// Cores beyond these bring nothing that the memory for their work would be worth.
@@ -59,7 +61,7 @@ uint32_t packFiles(const PackOrder& order, FilePacker& packer) {
     const uint32_t cores = std::min(usableCores(), kMostThreads);
     std::optional<DeflateAhead> ahead;
     if (cores > 1) {
-        ahead.emplace(order.fullNames, order.spillFolder, cores);
+        ahead.emplace(order.fullNames, order.spillFolder, cores, order.progress);
     }
     const bool isAhead = ahead && ahead->isWorking();
     for (std::size_t i = 0; i < order.fullNames.size(); ++i) {
@@ -74,7 +76,7 @@ uint32_t packFiles(const PackOrder& order, FilePacker& packer) {
 }
 
 uint32_t packAll(const PackOrder& order, ZipArchive& archive, PackReport& report) {
-    FilePacker packer(archive, order.password, order.spillFolder, report);
+    FilePacker packer(archive, order.password, order.spillFolder, report, order.progress);
     if (const uint32_t code = packFiles(order, packer); code != 0) {
         return code;
     }
@@ -128,16 +130,32 @@ uint32_t writeAndPlace(const PackOrder& order, const std::string& zipPath, PackR
     return 0;
 }
 
+/// Examines what is to be packed. A path that is too long for that counts as nothing.
+void measure(const std::vector<std::string>& paths, PackProgress& progressOut) {
+    uint64_t bytes = 0;
+    for (const std::string& path : paths) {
+        struct stat status {};
+        if (::stat(path.c_str(), &status) == 0) {
+            bytes += static_cast<uint64_t>(status.st_size);
+        }
+    }
+    progressOut.filesDone = 0;
+    progressOut.bytesDone = 0;
+    progressOut.bytes = bytes;
+    progressOut.files = paths.size();
+}
+
 /// The body of createZipFile.
 uint32_t createArchive(const std::vector<std::string>& fullNames, const std::string& zipPath,
                        const std::vector<std::string>& entryNames, std::string_view password,
-                       const std::string& spillFolder, PackReport& report) {
+                       const std::string& spillFolder, PackReport& report, PackProgress* progress) {
     if (fullNames.size() != entryNames.size()) {
         ZRN_LOG_FOR(kFunction, 'E', "%zu files have %zu names.", fullNames.size(), entryNames.size());
         return GLOBAL_ERROR_BAD_PARAMETER;
     }
     try {
-        return writeAndPlace({fullNames, safeEntryNames(entryNames), password, spillFolder}, zipPath, report);
+        return writeAndPlace({fullNames, safeEntryNames(entryNames), password, spillFolder, progress},
+                             zipPath, report);
     } catch (const std::bad_alloc& error) {
         ZRN_LOG_CODE_FOR(kFunction, 'E', "writeAndPlace", GLOBAL_ERROR_UNEXPECTED, "%s", error.what());
         return GLOBAL_ERROR_UNEXPECTED;
@@ -153,7 +171,7 @@ uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPat
 }
 
 uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPath, std::string_view password,
-                   bool recursive, PackReport& reportOut) {
+                   bool recursive, PackReport& reportOut, PackProgress* progress) {
     if (sourceDirectory.empty() || zipPath.empty()) {
         ZRN_LOG('E', "Bad parameter(s), parameter(s) is equal to NULL.");
         return GLOBAL_ERROR_BAD_PARAMETER;
@@ -176,8 +194,11 @@ uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPat
         ZRN_LOG_CODE_TEXT('E', "CZip::getFileList", GLOBAL_ERROR_UNEXPECTED, "%s", error.what());
         return GLOBAL_ERROR_UNEXPECTED;
     }
+    if (progress != nullptr) {
+        measure(list.paths, *progress);
+    }
     const uint32_t code =
-        createArchive(list.paths, zipPath, entryNames, password, sourceDirectory, reportOut);
+        createArchive(list.paths, zipPath, entryNames, password, sourceDirectory, reportOut, progress);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::createZipFile", code);
     }
@@ -193,7 +214,7 @@ uint32_t CZip::createZipFile(const std::vector<std::string>& fullNames, const st
 uint32_t CZip::createZipFile(const std::vector<std::string>& fullNames, const std::string& zipPath,
                              const std::vector<std::string>& entryNames, std::string_view password,
                              PackReport& report) {
-    return createArchive(fullNames, zipPath, entryNames, password, {}, report);
+    return createArchive(fullNames, zipPath, entryNames, password, {}, report, nullptr);
 }
 
 void CZip::getFileList(std::vector<std::string>& fullNames, const std::string& directory, bool recursive) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Zip/PackProgress.h"
 #include "Common/Zip/PackReport.h"
 
 #include <cstdint>
@@ -27,8 +28,10 @@ public:
     [[nodiscard]] uint32_t Zip(const std::string& sourceDirectory, const std::string& zipPath,
                                std::string_view password, bool recursive);
     /// @param reportOut  gets what the archive lacks, if there is one.
+    /// @param progress   tells other threads how far it is; may be null.
     [[nodiscard]] uint32_t Zip(const std::string& sourceDirectory, const std::string& zipPath,
-                               std::string_view password, bool recursive, PackReport& reportOut);
+                               std::string_view password, bool recursive, PackReport& reportOut,
+                               PackProgress* progress = nullptr);
     /// Writes the archive: file fullNames[i] under the name entryNames[i], which is changed where it would
     /// lead unpackers out of their folder (see safeEntryName).
     /// A file that can't be opened has an entry without data, and one whose name is too long has none. A file

@@ -1,7 +1,5 @@
 #include "Common/Zip/DeflateAhead.h"
 
-#include "Common/Utility/process/StopRequest.h"
-
 #include <algorithm>
 #include <new>
 #include <utility>
@@ -17,9 +15,10 @@ constexpr uint64_t kSpareBytes = 4096;
 
 } // namespace
 
-DeflateAhead::DeflateAhead(const std::vector<std::string>& paths, std::string spillFolder, uint32_t threads)
+DeflateAhead::DeflateAhead(const std::vector<std::string>& paths, std::string spillFolder, uint32_t threads,
+                           PackProgress* progress)
     : m_paths(paths), m_spillFolder(std::move(spillFolder)),
-      m_mostBytes((threads + kWaitingPieces) * SpillBuffer::kMemoryBytes) {
+      m_mostBytes((threads + kWaitingPieces) * SpillBuffer::kMemoryBytes), m_progress(progress) {
     m_threads.start("createZipFile", threads, [this] { work(); });
 }
 
@@ -124,12 +123,10 @@ std::unique_ptr<DeflateAhead::Slot> DeflateAhead::nextSlot() {
     return slot;
 }
 
-void DeflateAhead::deflate(PieceDeflater& deflater, Slot& slot) {
+void DeflateAhead::deflate(PieceDeflater& deflater, Slot& slot) const {
     Piece& piece = *slot.piece;
     SourceFile& file = *piece.file;
-    const auto read = [&](uint64_t offset, std::span<unsigned char> block) {
-        return isStopRequested() ? std::span<const unsigned char>() : file.readBlock(offset, block);
-    };
+    const BlockReader read = watched(file.reader(), m_progress);
     if (slot.isPart) {
         piece.isGood = deflater.deflatePart(read, slot.offset, piece.content);
         return;

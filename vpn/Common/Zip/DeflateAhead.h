@@ -3,6 +3,7 @@
 #include "Common/Utility/threads/Mutex.h"
 #include "Common/Utility/threads/ThreadGroup.h"
 #include "Common/Zip/DeflatedPiece.h"
+#include "Common/Zip/PackProgress.h"
 
 #include <condition_variable>
 #include <cstdint>
@@ -34,7 +35,9 @@ public:
     /// Starts as many threads as the system has up to the number.
     /// @param paths        the files in their order; must outlive this object.
     /// @param spillFolder  where what is too much for memory is kept; empty for nowhere.
-    DeflateAhead(const std::vector<std::string>& paths, std::string spillFolder, uint32_t threads);
+    /// @param progress     gets what was read; may be null, else must outlive this object.
+    DeflateAhead(const std::vector<std::string>& paths, std::string spillFolder, uint32_t threads,
+                 PackProgress* progress = nullptr);
     /// Waits until what is under way has ended.
     ~DeflateAhead();
     DeflateAhead(const DeflateAhead&) = delete;
@@ -64,12 +67,13 @@ private:
     [[nodiscard]] Slot* begin();
     [[nodiscard]] bool mayBegin() const ZRN_REQUIRES(m_lock);
     [[nodiscard]] std::unique_ptr<Slot> nextSlot() ZRN_REQUIRES(m_lock);
-    static void deflate(PieceDeflater& deflater, Slot& slot);
+    void deflate(PieceDeflater& deflater, Slot& slot) const;
     void finish(Slot& slot);
 
     const std::vector<std::string>& m_paths;
     const std::string m_spillFolder;
     const std::size_t m_mostBytes;
+    PackProgress* const m_progress;
 
     Mutex m_lock;
     std::condition_variable_any m_isDone;

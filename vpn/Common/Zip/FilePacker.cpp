@@ -78,10 +78,7 @@ uint32_t FilePacker::pack(const std::string& path, const std::string& entryName)
         m_report.add(entryName, reasonOf("could not be opened", error));
     }
     const Outcome outcome =
-        append(entryOf(entryName, path, source), path,
-               [&, read = source.reader()](uint64_t offset, std::span<unsigned char> block) {
-                   return isStopRequested() ? std::span<const unsigned char>() : read(offset, block);
-               });
+        append(entryOf(entryName, path, source), path, watched(source.reader(), m_progress));
     return conclude(outcome, entryName, source.isOpen() ? source.faultOf(outcome.sizeBytes) : std::string());
 }
 
@@ -115,6 +112,9 @@ uint32_t FilePacker::conclude(const Outcome& outcome, const std::string& entryNa
                               const std::string& fault) {
     if (isStopRequested()) {
         return MEROENGINE_ERROR_ACTION_CANCELED_BY_USER;
+    }
+    if (m_progress != nullptr) {
+        ++m_progress->filesDone;
     }
     if (!outcome.refusal.empty()) {
         m_report.add(entryName, outcome.refusal);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Zip/PackProgress.h"
 #include "Common/Zip/PackReport.h"
 #include "Common/Zip/SourceFile.h"
 #include "Common/Zip/SpillBuffer.h"
@@ -23,9 +24,11 @@ public:
     /// @param password     empty for no encryption.
     /// @param spillFolder  where what is too much for memory is kept until its place in the archive is known;
     /// empty for nowhere.
+    /// @param progress     gets what was read and appended; may be null.
     FilePacker(ZipArchive& archive, std::string_view password, const std::string& spillFolder,
-               PackReport& report)
-        : m_archive(archive), m_password(password), m_spillFolder(spillFolder), m_report(report) {}
+               PackReport& report, PackProgress* progress = nullptr)
+        : m_archive(archive), m_password(password), m_spillFolder(spillFolder), m_report(report),
+          m_progress(progress) {}
 
     /// Appends a file. One that can't be opened has an entry without data.
     /// @return 0, MEROENGINE_ERROR_ACTION_CANCELED_BY_USER once a stop is requested,
@@ -78,4 +81,5 @@ private:
     std::string_view m_password;
     const std::string& m_spillFolder;
     PackReport& m_report;
+    PackProgress* m_progress;
 };

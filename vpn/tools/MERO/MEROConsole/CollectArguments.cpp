@@ -94,6 +94,9 @@ CollectArguments::CollectArguments(CLI::App& program)
                      ->type_name("FILE")) {
     m_command->add_flag("--keep-working-folder", m_options.keepWorkingFolder,
                         "Leave the folder in /tmp in which the bundle was built, and tell where it is");
+    m_command->add_flag("--no-progress", m_noProgress,
+                        "Show no line on the terminal that tells how far the job is");
+    m_command->add_flag("--quiet", m_options.isQuiet, "Print nothing but what went wrong");
     m_command->add_flag("--no-system-logs", m_noSystemLogs,
                         "Leave the logs of the system out of the usual items");
     m_command->add_flag("--include-legacy", m_options.includeLegacyTree,
@@ -141,6 +144,7 @@ CollectOptions CollectArguments::finish() const {
     }
     options.onlyIds = requestedIds();
     options.collectSystemLogs = !m_noSystemLogs;
+    options.showProgress = !m_noProgress && !options.isQuiet;
     options.installDirectory = installFolder(*m_installDirectory, options.installDirectory);
     if (m_request->count() > 0) {
         options.requestPath = absolutePath(m_request->get_name(), options.requestPath);

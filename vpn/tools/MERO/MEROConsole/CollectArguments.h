@@ -30,6 +30,7 @@ private:
 
     CollectOptions m_options;
     bool m_noSystemLogs = false;
+    bool m_noProgress = false;
     /// Views into the parser.
     CLI::App* m_command;
     CLI::Option* m_installDirectory;

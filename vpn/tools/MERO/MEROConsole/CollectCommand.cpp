@@ -9,6 +9,7 @@
 #include "tools/MERO/MEROConsole/ItemSelection.h"
 #include "tools/MERO/MEROConsole/OwnRequest.h"
 #include "tools/MERO/MEROConsole/PasswordSource.h"
+#include "tools/MERO/MEROConsole/ProgressLine.h"
 #include "tools/MERO/MEROConsole/Utf8Text.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Names.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/Paths.h"
@@ -61,7 +62,7 @@ std::string adviceFor(uint32_t code, const CollectOptions& options, const std::s
 /// Runs the engine.
 /// @param requestPath  empty for the items marked default.
 int runJob(const CollectOptions& options, const std::string& requestPath, const WipedString& password) {
-    g_consoleMode = true;
+    g_consoleMode = !options.isQuiet;
     const auto engine =
         std::make_shared<MEROEngine>(EngineOptions{.requestPath = requestPath,
                                                    .installPath = options.installDirectory,
@@ -70,8 +71,12 @@ int runJob(const CollectOptions& options, const std::string& requestPath, const 
                                                    .includeLegacyTree = options.includeLegacyTree,
                                                    .collectSystemLogs = options.collectSystemLogs});
     std::string keptFolder;
-    const uint32_t code = runTidily(
-        *engine, options.keepWorkingFolder ? FolderAfterRun::Kept : FolderAfterRun::Removed, &keptFolder);
+    uint32_t code = 0;
+    {
+        const ProgressLine line(options.showProgress);
+        code = runTidily(*engine, options.keepWorkingFolder ? FolderAfterRun::Kept : FolderAfterRun::Removed,
+                         &keptFolder);
+    }
     if (!keptFolder.empty()) {
         if (options.keepWorkingFolder) {
             static_cast<void>(std::fprintf(stderr, "Working folder: %s\n", keptFolder.c_str()));
@@ -95,7 +100,9 @@ int runJob(const CollectOptions& options, const std::string& requestPath, const 
                    (name == nullptr ? "unknown" : name) + "]");
         return kExitFailed;
     }
-    static_cast<void>(std::fprintf(stderr, "Bundle: %s\n", bundle.c_str()));
+    if (!options.isQuiet) {
+        static_cast<void>(std::fprintf(stderr, "Bundle: %s\n", bundle.c_str()));
+    }
     return kExitDone;
 }
 

@@ -22,6 +22,10 @@ struct CollectOptions {
     std::optional<std::string> passwordFile;
     bool collectSystemLogs = true;
     bool includeLegacyTree = false;
+    /// Show what the job is at on standard error, where that is a terminal.
+    bool showProgress = true;
+    /// Print nothing but what went wrong.
+    bool isQuiet = false;
     /// Leave the folder in which the bundle was built, and tell where it is.
     bool keepWorkingFolder = false;
     /// What a run that was interrupted may take to end its tools and to remove its files. No argument sets

@@ -15,6 +15,7 @@
 #include "tools/MERO/MEROEngine/implementations/Progress.h"
 #include "tools/MERO/MEROEngine/implementations/StepText.h"
 #include "tools/MERO/MEROEngine/implementations/WorkerPool.h"
+#include "tools/MERO/MEROEngine/implementations/WorkProgress.h"
 
 #include <algorithm>
 #include <array>
@@ -340,7 +341,8 @@ uint32_t MEROEngine::zipBundle(bool isSummaryWhole) {
     if (!isSummaryWhole) {
         report.add("summary.txt", "lacks its last lines, which could not be written");
     }
-    const uint32_t code = CZip().Zip(m_workingFolder, archivePath(), m_password.view(), true, report);
+    const uint32_t code =
+        CZip().Zip(m_workingFolder, archivePath(), m_password.view(), true, report, &workProgress().packing);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::Zip", code);
         if (isStopRequested()) {

@@ -2,6 +2,7 @@
 
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/threads/Mutex.h"
+#include "tools/MERO/MEROEngine/implementations/WorkProgress.h"
 
 #include <cstdio>
 #include <memory>
@@ -30,6 +31,9 @@ ReportState& reportState() {
 }
 
 void printReport(int percent, const std::string& message, uint32_t code) {
+    if (code == MEROOFFLINE_ERROR_PROCESSING && !message.empty()) {
+        setConsoleStep(message);
+    }
     if (code != MEROOFFLINE_ERROR_PROCESSING) {
         static_cast<void>(std::printf("\r\n%s\r\n", message.c_str()));
     } else if (percent != 0 && !message.empty()) {

@@ -1,16 +1,34 @@
 #include "tools/MERO/MEROOffline/Linux/ProgressPage.h"
 
+#include "tools/MERO/MEROEngine/implementations/WorkProgress.h"
 #include "tools/MERO/MEROOffline/Linux/Accessibility.h"
 #include "tools/MERO/MEROOffline/Linux/Glib/HandlerGuard.h"
 #include "tools/MERO/MEROOffline/Linux/Widgets.h"
 #include "tools/MERO/MEROOffline/Linux/WizardLanguage.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
 
 constexpr const char* kText = "labelFileCollected";
+/// The share at which packing begins. The bar goes on from there by what has been packed, as far as this
+/// process knows: of a helper's archive it knows nothing.
+constexpr uint32_t kPackingPercent = 96;
+constexpr guint kLookMs = 200;
 constexpr std::array kChanging = {"progressBar", kText};
+
+void setShare(double share) {
+    if (GtkWidget* bar = LookUpWidget("progressBar", GTK_TYPE_PROGRESS_BAR)) {
+        gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), share);
+    }
+}
+
+void stopTimer(guint& timer) {
+    if (timer != 0) {
+        g_source_remove(std::exchange(timer, 0));
+    }
+}
 
 } // namespace
 
@@ -20,8 +38,10 @@ void ProgressPage::setUp() {
 }
 
 void ProgressPage::show(const MEROStatusInfo& info) {
-    if (GtkWidget* bar = LookUpWidget("progressBar", GTK_TYPE_PROGRESS_BAR)) {
-        gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), info.m_progress / 100.0);
+    setShare(info.m_progress / 100.0);
+    stopTimer(m_packTimer);
+    if (info.m_progress == kPackingPercent) {
+        m_packTimer = g_timeout_add(kLookMs, &onTimeToLook, nullptr);
     }
     m_text = shownReport(info.m_message);
     setLabelText(kText, m_text);
@@ -31,10 +51,21 @@ void ProgressPage::show(const MEROStatusInfo& info) {
     }
 }
 
+gboolean ProgressPage::onTimeToLook(gpointer /*unused*/) {
+    runHandler(__func__, [] {
+        const PackProgress& packing = workProgress().packing;
+        if (const uint64_t bytes = packing.bytes; bytes > 0) {
+            const double part = static_cast<double>(std::min<uint64_t>(packing.bytesDone, bytes)) /
+                                static_cast<double>(bytes);
+            setShare((kPackingPercent + (100 - kPackingPercent) * part) / 100.0);
+        }
+    });
+    return G_SOURCE_CONTINUE;
+}
+
 void ProgressPage::end() {
-    if (m_timer != 0) {
-        g_source_remove(std::exchange(m_timer, 0));
-    }
+    stopTimer(m_timer);
+    stopTimer(m_packTimer);
     m_isUntold = false;
     letGo();
 }

@@ -26,6 +26,7 @@ public:
     void end();
 
 private:
+    static gboolean onTimeToLook(gpointer unused);
     void speak();
     void holdBack();
     void letGo();
@@ -39,6 +40,8 @@ private:
     bool m_isUntold = false;
     /// Until the next thing may be told; 0 while that is now.
     guint m_timer = 0;
+    /// While an archive of this process is packed, until the bar is looked after again; 0 otherwise.
+    guint m_packTimer = 0;
     /// What tells of its changes by itself, and must not meanwhile.
     std::array<GObjectHandle<AtkObject>, 2> m_heldBack;
 };

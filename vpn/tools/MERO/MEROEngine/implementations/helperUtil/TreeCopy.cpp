@@ -6,6 +6,7 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Utility/sysutils.h"
 #include "tools/MERO/MEROEngine/implementations/helperUtil/FileAccess.h"
+#include "tools/MERO/MEROEngine/implementations/WorkProgress.h"
 
 #include <cerrno>
 #include <cstring>
@@ -80,6 +81,7 @@ CopyFailure copyRegularFile(const std::string& source, const std::string& destin
     if (closeError != 0) {
         return failCopy("close", closeError, destination, MEROENGINE_ERROR_WRITE_FAILURE);
     }
+    countCopied(outcome.bytes);
     return {};
 }
 
