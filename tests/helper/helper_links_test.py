@@ -121,6 +121,18 @@ class Planted(CallerTest):
         self.assertEqual(self.collect(self.alice, bundle="/home/moved/bundle.zip"), SUCCESS)
         self.assertEqual(self.names("/home/moved/bundle.zip"), ["public/public.log"])
 
+    def testFilesOfAHomeThatIsLeftOutAreNamedAsTheirUserKnowsThem(self):
+        os.rename("/home/alice", "/home/moved")
+        link("/home/alice", ROOT_HOME, ALICE)
+        self.configure(file_item("file", "$HOME/own.log"), folder_item("folder", "$HOME/logs/", "*.log"))
+        self.assertEqual(self.collect(self.alice, bundle="/home/moved/bundle.zip"), SUCCESS)
+        with zipfile.ZipFile("/home/moved/bundle.zip") as archive:
+            summary = archive.read("summary.txt").decode()
+        self.assertNotIn("merohelper", summary)
+        rows = [line.split() for line in summary.partition("Files Omitted from Bundle:")[2].splitlines()]
+        self.assertIn("file /home/alice/own.log The item file No file found on endpoint".split(), rows)
+        self.assertIn("folder N/A The item folder /home/alice/logs/".split(), rows)
+
     def testMountsBelowTheHomeAreNotSeen(self):
         write("/home/alice/own.log", OWN, 0o600, ALICE)
         mounted = folder("/home/alice/mounted", ALICE)

@@ -2,6 +2,7 @@
 
 #include "Common/Utility/log/Log.h"
 #include "Common/Utility/ReturnCodes.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/ToldPaths.h"
 #include "tools/MERO/MEROEngine/implementations/MEROCollectedFile.h"
 
 #include <array>
@@ -84,7 +85,8 @@ uint32_t fillSummaryFailedFile(MEROXmlObject* summary, const std::string& id, co
 
 void recordOmitted(const MEROActionInfo& info, const std::string& fileText, const std::string& reason) {
     // The other files go on.
-    static_cast<void>(fillSummaryFailedFile(info.summary, info.id, fileText, info.description, reason));
+    static_cast<void>(
+        fillSummaryFailedFile(info.summary, info.id, toldText(fileText), info.description, toldText(reason)));
     if (info.handOn) {
         std::list<MEROCollectedFile> none;
         info.handOn(none);

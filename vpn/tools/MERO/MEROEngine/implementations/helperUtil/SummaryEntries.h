@@ -54,7 +54,8 @@ uint32_t addSummaryFile(const SummaryPartSearch& search, MEROXmlObject* summary,
 /// MEROENGINE_ERROR_NULL_XML_ROOT or MEROENGINE_ERROR_NULL_XML_CHILD.
 uint32_t fillSummaryFailedFile(MEROXmlObject* summary, const std::string& id, const std::string& fileName,
                                const std::string& description, const std::string& reason);
-/// Adds what an action leaves out of its item to those files; a summary that can't take it has that logged.
+/// Adds what an action leaves out of its item to those files, with paths as the user knows them; a summary
+/// that can't take it has that logged.
 void recordOmitted(const MEROActionInfo& info, const std::string& fileText, const std::string& reason);
 /// Adds a note. @return as fillSummaryFailedFile.
 uint32_t fillSummaryNote(MEROXmlObject* summary, const std::string& text);

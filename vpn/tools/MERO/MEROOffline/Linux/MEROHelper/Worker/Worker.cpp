@@ -6,6 +6,7 @@
 #include "Common/Utility/process/StopRequest.h"
 #include "Common/Utility/ReturnCodes.h"
 #include "tools/MERO/MEROEngine/implementations/EngineMessages.h"
+#include "tools/MERO/MEROEngine/implementations/helperUtil/ToldPaths.h"
 #include "tools/MERO/MEROEngine/implementations/MEROEngine.h"
 #include "tools/MERO/MEROEngine/implementations/TidyRun.h"
 #include "tools/MERO/MEROOffline/Linux/MEROHelper/Job/WorkOrder.h"
@@ -40,12 +41,14 @@ bool enterFolder(const std::string& folder) {
 }
 
 /// An empty folder for a home that must not be looked at.
+/// The summary tells of it as of the home.
 /// @return its path, or of no folder at all if it can't be made.
-std::string makeHomeStandIn(const std::string& jobFolder) {
-    std::string home = jobFolder + kHomeStandIn;
+std::string makeHomeStandIn(const WorkOrder& order) {
+    std::string home = order.jobFolder + kHomeStandIn;
     if (::mkdir(home.c_str(), S_IRWXU) != 0) {
         ZRN_LOG_ERRNO('W', "mkdir");
     }
+    helperUtil::tellFolderAs(home, order.caller.home);
     return home;
 }
 
@@ -56,7 +59,7 @@ bool enterCage(const WorkOrder& order) {
     }
     const std::optional<std::string> home = closeFolders(order.caller, order.jobFolder);
     // A thread has to come after the mounts, which are those of one thread.
-    return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order.jobFolder)) &&
+    return clearEnvironment(order.caller, home ? *home : makeHomeStandIn(order)) &&
            makeToolEnvironment(order.jobFolder, home) && endWithService();
 }
 
