@@ -23,6 +23,7 @@ TEST(Limits, JobHasItsTime) {
 }
 
 TEST(Limits, WhatDoesNotEndIsLeftSoon) {
+    EXPECT_EQ(ServiceSettings().lockLimit, seconds(5));
     EXPECT_EQ(ServiceSettings().readerLimit, seconds(5));
     EXPECT_EQ(ServiceSettings().killLimit, seconds(10));
     EXPECT_EQ(ServiceSettings().leftoverLimit, seconds(3));

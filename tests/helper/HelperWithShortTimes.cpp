@@ -26,6 +26,7 @@ void choose(uint64_t& bytes, const char* variable) {
 /// The helper with times and bounds that a test chooses by its environment, in milliseconds and mebibytes.
 int main(int argc, char* argv[]) {
     ServiceSettings settings;
+    shorten(settings.lockLimit, "MERO_TEST_LOCK_LIMIT_MS");
     shorten(settings.authorisationLimit, "MERO_TEST_AUTHORISATION_LIMIT_MS");
     shorten(settings.readerLimit, "MERO_TEST_READER_LIMIT_MS");
     shorten(settings.jobLimit, "MERO_TEST_JOB_LIMIT_MS");

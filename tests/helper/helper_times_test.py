@@ -76,6 +76,9 @@ class EndOfTheHelperWithAStuckWorker(StuckTest):
 
 
 class LockOfAnother(CallerTest):
+    program = "HELPER_WITH_SHORT_TIMES"
+    environment = {"MERO_TEST_LOCK_LIMIT_MS": "2000"}
+
     def testIsWaitedForButNotForLong(self):
         folder("/run/merohelper", mode=0o700)
         with open(write("/run/merohelper/lock", "", 0o600), "rb") as lock:
@@ -85,8 +88,8 @@ class LockOfAnother(CallerTest):
             self.assertIsNone(self.alice.start())
             taken = time.monotonic() - start
         self.assertIn("The lock /run/merohelper/lock can't be had", self.log())
-        self.assertGreater(taken, 2)
-        self.assertLess(taken, 20)
+        self.assertGreater(taken, 1.9)
+        self.assertLess(taken, 15)
         self.assertEqual(self.collect(self.alice), SUCCESS)
 
     def testThatIsGivenBackMeanwhileStartsTheHelper(self):

@@ -44,7 +44,8 @@ GObjectHandle<GDBusConnection> connectToBus() {
 
 bool serve(const ServiceSettings& settings) {
     FileDescriptor lock;
-    if (!prepareServiceProcess() || !lockHelper(lock) || !prepareJobsFolder(static_cast<bool>(lock))) {
+    if (!prepareServiceProcess() || !lockHelper(lock, settings.lockLimit) ||
+        !prepareJobsFolder(static_cast<bool>(lock))) {
         return false;
     }
     auto connection = connectToBus();

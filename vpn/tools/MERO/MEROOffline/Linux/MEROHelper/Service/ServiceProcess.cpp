@@ -21,8 +21,6 @@
 
 namespace {
 
-/// A former helper that is being killed needs a moment for its end, and for that of its worker.
-constexpr std::chrono::seconds kLockLimit{5};
 constexpr std::chrono::milliseconds kLockPoll{20};
 
 constexpr const char* kLockPath = "/run/merohelper/lock";
@@ -46,8 +44,8 @@ bool forbidDumps() {
 }
 
 /// @return 0 or the errno of the lock's last refusal.
-int waitForLock(int file) {
-    const auto deadline = std::chrono::steady_clock::now() + kLockLimit;
+int waitForLock(int file, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     int error = lockAlone(file);
     while (error == EWOULDBLOCK && std::chrono::steady_clock::now() < deadline) {
         // flock has no limit of time of its own.
@@ -75,7 +73,7 @@ bool prepareServiceProcess() {
     return forbidDumps() && adoptDescendants();
 }
 
-bool lockHelper(FileDescriptor& lockOut) {
+bool lockHelper(FileDescriptor& lockOut, std::chrono::milliseconds limit) {
     const FileDescriptor folder = openPrivateFolder(kRuntimeFolder);
     if (!folder) {
         return false;
@@ -84,7 +82,7 @@ bool lockHelper(FileDescriptor& lockOut) {
     if (const int error = openRegularFile(kLockPath, O_RDWR | O_CREAT | O_NOFOLLOW, lock); error != 0) {
         return failsAtLock("openRegularFile", error);
     }
-    const int error = waitForLock(lock.get());
+    const int error = waitForLock(lock.get(), limit);
     if (error == EWOULDBLOCK) {
         return failsAtLock("flock", error);
     }

@@ -7,6 +7,8 @@
 
 /// The helper's times and bounds.
 struct ServiceSettings {
+    /// A former helper that is being killed needs a moment for its end, and for that of its worker.
+    std::chrono::milliseconds lockLimit = std::chrono::seconds(5);
     /// An authorisation that is not given this long after the call came in is none. The wizard waits for its
     /// answer for 25 seconds.
     std::chrono::milliseconds authorisationLimit = std::chrono::seconds(20);
