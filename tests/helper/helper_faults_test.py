@@ -12,6 +12,7 @@ from helper_world import BUNDLE, NAME, SECRET, SECRET_FILE, SUCCESS, WRITE_FAILU
 
 INCOMPLETE = 0xFEB00016
 TRACE = "/opt/trace"
+OWN_LOG = "/home/alice/tree/own.log"
 FILES = {"public/public.log": "everybody may read this\n", "secret/secret.log": SECRET, "tree/own.log": "own\n"}
 
 
@@ -23,7 +24,7 @@ class FailedCall(CallerTest):
     def setUp(self):
         super().setUp()
         self.outcomes = []
-        write("/home/alice/tree/own.log", FILES["tree/own.log"], 0o600, ALICE)
+        write(OWN_LOG, FILES["tree/own.log"], 0o600, ALICE)
         self.configure(file_item("public", "/opt/public.log"), file_item("secret", SECRET_FILE),
                        folder_item("tree", "$HOME/tree/", "*.log"), tool_item("tool", "/bin/echo done"))
 
@@ -52,15 +53,25 @@ class FailedCall(CallerTest):
             return
         with zipfile.ZipFile(BUNDLE) as archive:
             names = archive.namelist()
-            self.assertIn("summary.txt", names)
-            words = "".join(archive.read(name).decode() for name in ("summary.txt", "not-packed.txt") if name in names)
+            missing = archive.read("not-packed.txt").decode() if "not-packed.txt" in names else ""
+            if "summary.txt" not in names:
+                # It went with the folder that it stands in.
+                self.assertEqual(status, INCOMPLETE)
+                self.assertRegex(missing, "could not be listed|\nsummary.txt: ")
+                return
+            words = archive.read("summary.txt").decode() + missing
             if "\nsummary.txt: " in words:
                 # Each thread counts for itself, so that more than one can fail: the rows have gone with the summary.
                 self.assertEqual(status, INCOMPLETE)
                 return
             for name, content in FILES.items():
                 if "collected/" + name in names:
-                    self.assertEqual(archive.read("collected/" + name).decode(), content)
+                    packed = archive.read("collected/" + name).decode()
+                    if "collected/%s: could not be read whole" % name in missing:
+                        self.assertEqual(status, INCOMPLETE)
+                        self.assertTrue(content.startswith(packed))
+                    else:
+                        self.assertEqual(packed, content)
                 else:
                     # Of a folder that was not to be had, the row of its item speaks.
                     omitted = words.partition("Files Omitted from Bundle:")[2]
@@ -81,9 +92,11 @@ class FailedCall(CallerTest):
 
     def testOfOpeningIsTold(self):
         self.expect_to_be_told_of("openat", "EMFILE", 5, 20, 40, 60)
+        self.expect_to_be_told_of("openat", "EMFILE", 1, path=OWN_LOG)
 
     def testOfReadingIsTold(self):
         self.expect_to_be_told_of("read", "EIO", 3, 6, 10)
+        self.expect_to_be_told_of("pread64", "EIO", 1, 2)
 
     # No write: those by which threads wake one another up can't fail, and are never repeated.
 
@@ -101,9 +114,18 @@ class FailedCall(CallerTest):
 
     def testOfExaminingIsTold(self):
         self.expect_to_be_told_of("newfstatat", "ENOMEM", 3, 8, 15)
+        self.expect_to_be_told_of("newfstatat", "ENOMEM", 1, 2, path=OWN_LOG)
 
     def testOfListingIsTold(self):
-        self.expect_to_be_told_of("getdents64", "EIO", 1, 3, 5)
+        self.expect_to_be_told_of("getdents64", "EIO", *range(1, 8))
+        self.expect_to_be_told_of("getdents64", "EIO", 1, path=os.path.dirname(OWN_LOG))
+
+    def testOfListingAFolderToItsEndIsToldBesideWhatWasFound(self):
+        self.assertTrue(self.run_with("getdents64", "EIO", 2, ("-P", os.path.dirname(OWN_LOG))))
+        self.assertEqual(self.outcomes, [SUCCESS])
+        with zipfile.ZipFile(BUNDLE) as archive:
+            self.assertIn("collected/tree/own.log", archive.namelist())
+            self.assertIn(os.path.dirname(OWN_LOG) + " could not be listed:", archive.read("summary.txt").decode())
 
     def testOfMakingAFolderIsTold(self):
         self.expect_to_be_told_of("mkdir", "ENOSPC", 1, 2, 3)
