@@ -96,7 +96,7 @@ class FailedCall(CallerTest):
 
     def testOfReadingIsTold(self):
         self.expect_to_be_told_of("read", "EIO", 3, 6, 10)
-        self.expect_to_be_told_of("pread64", "EIO", 1, 2)
+        self.expect_to_be_told_of("pread64", "EIO", 1, 2, 3)
 
     # No write: those by which threads wake one another up can't fail, and are never repeated.
 
