@@ -20,6 +20,7 @@ import tempfile
 import time
 
 from end_to_end import CONFIGURATION
+from figures import Results, add_option
 
 GROWTH_LIMIT = 7.0
 MEMORY_LIMIT = 24.0
@@ -45,25 +46,33 @@ NOT_OURS = (("growth_steps", "document", 40_000, "all of an element, attributes"
             ("growth_tree", "clicks", 8_000, "clicks on a module, files"))
 
 
-def verdict(value, limit, judged):
-    if not judged:
-        return True, ""
-    return value <= limit, "limit %.1f: %s" % (limit, "met" if value <= limit else "MISSED")
+class Judge:
+    """Hands on what is judged; without results nothing is."""
+
+    def __init__(self, results):
+        self.results = results
+        self.good = True
+
+    def verdict(self, figure, value, limit, unit=""):
+        if self.results is None:
+            return ""
+        good = self.results.judge(figure, value, limit, unit)
+        self.good = self.good and good
+        return "limit %.1f: %s" % (limit, "met" if good else "MISSED")
 
 
-def measure_growth(build, step, rounds, shrink, judged):
+def measure_growth(build, step, rounds, shrink, judge):
     program, name, largest, title = step
     path = os.path.join(build, "bench", program)
     if not os.path.exists(path):
-        return True  # a build without the wizard
+        return  # a build without the wizard
     sizes = [largest // shrink // part for part in (4, 2, 1)]
     seconds = [float(subprocess.run([path, name, str(size), str(rounds)], check=True, stdout=subprocess.PIPE,
                                     text=True).stdout) for size in sizes]
     ratio = seconds[2] / max(seconds[0], 1e-9)
-    good, text = verdict(ratio, GROWTH_LIMIT, judged)
+    text = judge.verdict("time of four times the work, " + title, ratio, GROWTH_LIMIT)
     times = "".join("%10d: %8.2f ms" % (size, 1000 * value) for size, value in zip(sizes, seconds))
     print("%-38s%s   four times the work: %5.2f   %s" % (title, times, ratio, text), flush=True)
-    return good
 
 
 def high_water(pid):
@@ -106,7 +115,7 @@ def peaks_of(build, folder):
     return collected or whole, whole
 
 
-def measure_memory(build, count, size, judged):
+def measure_memory(build, count, size, judge):
     folder = tempfile.mkdtemp(prefix="mero_growth_", dir="/tmp")
     try:
         make_files(os.path.join(folder, "source"), count, size)
@@ -116,13 +125,10 @@ def measure_memory(build, count, size, judged):
         collected, whole = peaks_of(build, folder)
     finally:
         shutil.rmtree(folder, ignore_errors=True)
-    all_good = True
     for title, value in (("up to the packing", collected), ("of the whole job", whole)):
-        good, text = verdict(value, MEMORY_LIMIT, judged)
+        text = judge.verdict("peak memory %s, %d files of %d bytes" % (title, count, size), value, MEMORY_LIMIT, "MB")
         print("peak memory for %7d files of %9d bytes %-18s %6.1f MB   %s" % (count, size, title, value, text),
               flush=True)
-        all_good = all_good and good
-    return all_good
 
 
 def main():
@@ -131,18 +137,19 @@ def main():
     parser.add_argument("--quick", action="store_true", help="a smoke test with small numbers")
     parser.add_argument("--big", action="store_true", help="for bench/end_to_end.py; nothing changes here")
     parser.add_argument("--rounds", type=int, default=5)
+    add_option(parser)
     arguments = parser.parse_args()
     judged = not arguments.quick
     rounds, shrink = (arguments.rounds, 1) if judged else (1, 10)
-    good = True
+    judge = Judge(Results(arguments.results) if judged else None)
     for step in STEPS:
-        good = measure_growth(arguments.build, step, rounds, shrink, judged) and good
+        measure_growth(arguments.build, step, rounds, shrink, judge)
     for step in NOT_OURS:
-        measure_growth(arguments.build, step, 1, shrink, False)
+        measure_growth(arguments.build, step, 1, shrink, Judge(None))
     corpora = ((2, 2), (10_000, 2), (30_000, 2), (100_000, 2), (20, 100_000_000)) if judged else ((2, 2), (1000, 2))
     for count, size in corpora:
-        good = measure_memory(arguments.build, count, size, judged) and good
-    sys.exit(0 if good else 1)
+        measure_memory(arguments.build, count, size, judge)
+    sys.exit(0 if judge.good else 1)
 
 
 if __name__ == "__main__":

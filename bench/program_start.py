@@ -17,6 +17,8 @@ import sys
 import tempfile
 import time
 
+from figures import Results, add_option
+
 YARDSTICK = "/bin/true"
 YARDSTICK_MS = 1.0
 VERSION, LIST, HELPER = "merocli --version", "merocli list", "helper's first answer"
@@ -120,8 +122,8 @@ def measure(build, rounds):
     return results
 
 
-def report(results):
-    """@return whether all goals are met."""
+def report(results, judged):
+    """@param judged  where the judged figures go; None if nothing is judged. @return whether all goals are met."""
     yardstick = statistics.median(results[YARDSTICK])
     print("%-22s %8.2f ms" % (YARDSTICK, yardstick))
     met = True
@@ -131,9 +133,10 @@ def report(results):
             continue
         median = statistics.median(results[name])
         limit = goal * max(1.0, yardstick / YARDSTICK_MS)
-        met = met and median <= limit
+        good = judged is None or judged.judge("time to the answer, " + name, median, limit, "ms")
+        met = met and good
         print("%-22s %8.2f ms, ratio %6.2f of the goal's %.2f ms%s" % (
-            name, median, median / limit, limit, "" if median <= limit else "  MISSED"))
+            name, median, median / limit, limit, "" if good else "  MISSED"))
     return met
 
 
@@ -142,11 +145,12 @@ def main():
     parser.add_argument("build")
     parser.add_argument("--quick", action="store_true", help="a smoke test with few rounds")
     parser.add_argument("--rounds", type=int, default=LEAST_ROUNDS)
+    add_option(parser)
     arguments, _ = parser.parse_known_args()
     separate()
-    met = report(measure(os.path.abspath(arguments.build), 3 if arguments.quick else max(arguments.rounds, LEAST_ROUNDS)))
+    taken = measure(os.path.abspath(arguments.build), 3 if arguments.quick else max(arguments.rounds, LEAST_ROUNDS))
     # What so few rounds say is no verdict.
-    return 0 if met or arguments.quick else 1
+    return 0 if report(taken, None if arguments.quick else Results(arguments.results)) else 1
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Measures the wizard's start against that of a bare GTK window.   window_start.py BUILD_FOLDER [--rounds N]
+"""Measures the wizard's start against that of a bare GTK window.   window_start.py BUILD_FOLDER [--quick] [--rounds N]
 
 In each round the two programs follow each other, on the display that this one is given (tests/support/with-display.sh):
 from the start of the process until the server shows its window, and the process's peak memory once it has painted. The
@@ -16,8 +16,11 @@ import sys
 import tempfile
 import time
 
+from figures import Results, add_option
+
 GOALS = {"time": 1.5, "peak memory": 1.5}
 
+LEAST_ROUNDS = 15
 PATIENCE_SECONDS = 60
 # For what the program does behind its first picture.
 SETTLE_SECONDS = 0.5
@@ -83,32 +86,38 @@ def measure(server, program, environment):
         process.wait()
 
 
-def report(name, values, yardstick, factor, unit):
+def report(results, name, values, yardstick, factor, unit):
     ratio = statistics.median(value / bare for value, bare in zip(values, yardstick))
+    met = results is None or results.judge("wizard's start / bare window's, " + name, ratio, GOALS[name])
     print("%-12s %8.3f %s, bare %8.3f %s, ratio %5.2f (goal at most %.2f)%s" % (
         name, statistics.median(values) * factor, unit, statistics.median(yardstick) * factor, unit, ratio,
-        GOALS[name], "" if ratio <= GOALS[name] else "  MISSED"))
+        GOALS[name], "" if met else "  MISSED"))
+    return met
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build")
-    parser.add_argument("--rounds", type=int, default=15)
-    arguments = parser.parse_args()
+    parser.add_argument("--quick", action="store_true", help="a smoke test of one round, which is not judged")
+    parser.add_argument("--rounds", type=int, default=LEAST_ROUNDS)
+    add_option(parser)
+    arguments, _ = parser.parse_known_args()
+    results = None if arguments.quick else Results(arguments.results)
     server = Server()
     rounds = {"bin/meroui": [], "bench/bare_window": []}
     with tempfile.TemporaryDirectory(prefix="mero_bench_home_") as home:
         environment = dict(os.environ, HOME=home)
-        for number in range(arguments.rounds + 1):
-            for program, results in rounds.items():
+        for number in range(1 + (1 if arguments.quick else max(arguments.rounds, LEAST_ROUNDS))):
+            for program, taken in rounds.items():
                 result = measure(server, os.path.abspath(os.path.join(arguments.build, program)), environment)
                 # The first round fills the caches, of the accessibility bus too.
                 if number > 0:
-                    results.append(result)
+                    taken.append(result)
     wizard, bare = rounds.values()
-    report("time", [time for time, _ in wizard], [time for time, _ in bare], 1, "s")
-    report("peak memory", [size for _, size in wizard], [size for _, size in bare], 1 / 1024, "MB")
+    met = report(results, "time", [time for time, _ in wizard], [time for time, _ in bare], 1, "s")
+    met = report(results, "peak memory", [size for _, size in wizard], [size for _, size in bare], 1 / 1024, "MB") and met
+    return 0 if met else 1
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main())
