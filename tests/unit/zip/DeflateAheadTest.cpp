@@ -59,8 +59,9 @@ protected:
         const std::string spillFolder = path();
         FilePacker packer(archive, password, spillFolder, m_report);
         std::optional<DeflateAhead> ahead;
+        const NameList paths(files);
         if (threads > 0) {
-            ahead.emplace(files, spillFolder, threads);
+            ahead.emplace(paths, "", spillFolder, threads);
         }
         uint32_t code = 0;
         for (size_t i = 0; i < files.size() && code == 0; ++i) {
@@ -147,8 +148,8 @@ TEST_F(DeflateAheadTest, MakesOneStreamOfALargeFile) {
 }
 
 TEST_F(DeflateAheadTest, GoesOnBehindAFileThatIsGivenUp) {
-    const std::vector<std::string> files{writeFile("large", noise(3 * kLarge)), writeFile("after", "text")};
-    DeflateAhead ahead(files, path(), 2);
+    const NameList files({writeFile("large", noise(3 * kLarge)), writeFile("after", "text")});
+    DeflateAhead ahead(files, "", path(), 2);
     { const DeflatedFile untouched(ahead); }
     const auto next = ahead.take();
     ASSERT_TRUE(next && next->isGood);
@@ -156,8 +157,8 @@ TEST_F(DeflateAheadTest, GoesOnBehindAFileThatIsGivenUp) {
 }
 
 TEST_F(DeflateAheadTest, EndsWithPiecesThatNobodyTakes) {
-    const std::vector<std::string> files = makeFiles(100);
-    const DeflateAhead ahead(files, path(), kThreads);
+    const NameList files(makeFiles(100));
+    const DeflateAhead ahead(files, "", path(), kThreads);
     EXPECT_TRUE(ahead.isWorking());
 }
 
@@ -173,8 +174,8 @@ TEST_F(DeflateAheadTest, LeavesFilesThatCannotBeOpenedToTheLoop) {
 }
 
 TEST_F(DeflateAheadTest, TakesMoreThanMemoryHoldsToAFile) {
-    const std::vector<std::string> files{writeFile("noise", noise(3 * SpillBuffer::kMemoryBytes))};
-    DeflateAhead ahead(files, path(), 1);
+    const NameList files(std::vector{writeFile("noise", noise(3 * SpillBuffer::kMemoryBytes))});
+    DeflateAhead ahead(files, "", path(), 1);
     const auto piece = ahead.take();
     ASSERT_TRUE(piece && piece->isGood);
     EXPECT_GE(piece->content.data.sizeBytes(), 3 * SpillBuffer::kMemoryBytes);

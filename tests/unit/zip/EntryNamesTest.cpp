@@ -38,9 +38,17 @@ TEST(EntryNames, AllOthersStayByteForByte) {
 
 TEST(EntryNames, AChangedOneNeverMeetsAnother) {
     const CapturedLog log;
-    EXPECT_EQ(safeEntryNames({"..\\a", ".._a", ".._a_", "\\b", "c"}),
+    const auto safe =
+        safeEntryNames(NameList(std::vector<std::string>{"..\\a", ".._a", ".._a_", "\\b", "c"}));
+    ASSERT_TRUE(safe);
+    EXPECT_EQ(std::vector<std::string>(safe->begin(), safe->end()),
               (std::vector<std::string>{".._a__", ".._a", ".._a_", "_b", "c"}));
     EXPECT_EQ(log.count('W', "An entry gets the name "), 2) << log.dump();
+}
+
+TEST(EntryNames, AreLeftAloneWhereAllAreGood) {
+    EXPECT_FALSE(safeEntryNames(NameList(std::vector<std::string>{"a", "b\\c"})));
+    EXPECT_FALSE(safeEntryNames(NameList()));
 }
 
 using EntryNamesInArchive = Sandbox;

@@ -1,6 +1,5 @@
 #include "Common/Utility/ReturnCodes.h"
 #include "Common/Zip/CZip.h"
-#include "Common/Zip/FileList.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/InChild.h"
 #include "tests/support/Sandbox.h"

@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <fcntl.h>
-#include <iterator>
 #include <new>
 #include <optional>
 #include <sys/stat.h>
@@ -28,10 +27,12 @@ constexpr const char* kFunction = "createZipFile";
 
 /// Where to find the files of an archive, and what to call them.
 struct PackOrder {
-    const std::vector<std::string>& fullNames;
-    std::vector<std::string> entryNames;
+    const NameList& paths;
+    /// What stands before each path, with a "/" at its end, or nothing.
+    std::string folder;
+    const NameList& entryNames;
     std::string_view password;
-    /// Where deflated bytes wait that are too many for memory.
+    /// Where deflated bytes wait that are too many for memory; empty for nowhere.
     std::string spillFolder;
     PackProgress* progress = nullptr;
 };
@@ -61,12 +62,14 @@ uint32_t packFiles(const PackOrder& order, FilePacker& packer) {
     const uint32_t cores = std::min(usableCores(), kMostThreads);
     std::optional<DeflateAhead> ahead;
     if (cores > 1) {
-        ahead.emplace(order.fullNames, order.spillFolder, cores, order.progress);
+        ahead.emplace(order.paths, order.folder, order.spillFolder, cores, order.progress);
     }
     const bool isAhead = ahead && ahead->isWorking();
-    for (std::size_t i = 0; i < order.fullNames.size(); ++i) {
-        const std::string& path = order.fullNames[i];
-        const std::string& name = order.entryNames[i];
+    auto entryName = order.entryNames.begin();
+    for (const std::string_view place : order.paths) {
+        const std::string path = order.folder + std::string(place);
+        const std::string name(*entryName);
+        ++entryName;
         if (const uint32_t code = isAhead ? packer.packNext(*ahead, path, name) : packer.pack(path, name);
             code != 0) {
             return code;
@@ -131,30 +134,33 @@ uint32_t writeAndPlace(const PackOrder& order, const std::string& zipPath, PackR
 }
 
 /// Examines what is to be packed. A path that is too long for that counts as nothing.
-void measure(const std::vector<std::string>& paths, PackProgress& progressOut) {
+void measure(const PackOrder& order, PackProgress& progressOut) {
     uint64_t bytes = 0;
-    for (const std::string& path : paths) {
+    for (const std::string_view place : order.paths) {
         struct stat status {};
-        if (::stat(path.c_str(), &status) == 0) {
+        if (::stat((order.folder + std::string(place)).c_str(), &status) == 0) {
             bytes += static_cast<uint64_t>(status.st_size);
         }
     }
     progressOut.filesDone = 0;
     progressOut.bytesDone = 0;
     progressOut.bytes = bytes;
-    progressOut.files = paths.size();
+    progressOut.files = order.paths.size();
 }
 
-/// The body of createZipFile.
-uint32_t createArchive(const std::vector<std::string>& fullNames, const std::string& zipPath,
-                       const std::vector<std::string>& entryNames, std::string_view password,
-                       const std::string& spillFolder, PackReport& report, PackProgress* progress) {
-    if (fullNames.size() != entryNames.size()) {
-        ZRN_LOG_FOR(kFunction, 'E', "%zu files have %zu names.", fullNames.size(), entryNames.size());
-        return GLOBAL_ERROR_BAD_PARAMETER;
-    }
+/// Makes the archive, with names that lead no unpacker astray.
+uint32_t createArchive(PackOrder order, const std::string& zipPath, PackReport& report) {
     try {
-        return writeAndPlace({fullNames, safeEntryNames(entryNames), password, spillFolder, progress},
+        if (order.progress != nullptr) {
+            measure(order, *order.progress);
+        }
+        const std::optional<NameList> safeNames = safeEntryNames(order.entryNames);
+        return writeAndPlace({.paths = order.paths,
+                              .folder = std::move(order.folder),
+                              .entryNames = safeNames ? *safeNames : order.entryNames,
+                              .password = order.password,
+                              .spillFolder = std::move(order.spillFolder),
+                              .progress = order.progress},
                              zipPath, report);
     } catch (const std::bad_alloc& error) {
         ZRN_LOG_CODE_FOR(kFunction, 'E', "writeAndPlace", GLOBAL_ERROR_UNEXPECTED, "%s", error.what());
@@ -176,29 +182,24 @@ uint32_t CZip::Zip(const std::string& sourceDirectory, const std::string& zipPat
         ZRN_LOG('E', "Bad parameter(s), parameter(s) is equal to NULL.");
         return GLOBAL_ERROR_BAD_PARAMETER;
     }
-    FileList list;
-    std::vector<std::string> entryNames;
+    const std::string folder = sourceDirectory.ends_with('/') ? sourceDirectory : sourceDirectory + "/";
+    NameList names;
     try {
-        list = listFiles(sourceDirectory, recursive);
-        const std::size_t prefixLength = sourceDirectory.size() + (sourceDirectory.back() == '/' ? 0 : 1);
-        // An entry without a name, for the folder itself, would be no archive to some unpackers.
-        std::erase_if(list.paths, [&](const std::string& path) { return path.size() <= prefixLength; });
-        entryNames.reserve(list.paths.size());
-        for (const std::string& path : list.paths) {
-            entryNames.push_back(path.substr(prefixLength));
-        }
-        for (const FileList::Gap& gap : list.gaps) {
-            reportOut.add(safeEntryName(gap.path.substr(prefixLength)), gap.reason);
+        const auto gaps = listFiles(sourceDirectory, recursive, [&](const std::string& path) {
+            // An entry without a name, for the folder itself, would be no archive to some unpackers.
+            if (path.size() > folder.size()) {
+                names.add(std::string_view(path).substr(folder.size()));
+            }
+        });
+        for (const ListingGap& gap : gaps) {
+            reportOut.add(safeEntryName(std::string_view(gap.path).substr(folder.size())), gap.reason);
         }
     } catch (const std::bad_alloc& error) {
         ZRN_LOG_CODE_TEXT('E', "CZip::getFileList", GLOBAL_ERROR_UNEXPECTED, "%s", error.what());
         return GLOBAL_ERROR_UNEXPECTED;
     }
-    if (progress != nullptr) {
-        measure(list.paths, *progress);
-    }
     const uint32_t code =
-        createArchive(list.paths, zipPath, entryNames, password, sourceDirectory, reportOut, progress);
+        createArchive({names, folder, names, password, sourceDirectory, progress}, zipPath, reportOut);
     if (code != 0) {
         ZRN_LOG_CODE('E', "CZip::createZipFile", code);
     }
@@ -214,13 +215,23 @@ uint32_t CZip::createZipFile(const std::vector<std::string>& fullNames, const st
 uint32_t CZip::createZipFile(const std::vector<std::string>& fullNames, const std::string& zipPath,
                              const std::vector<std::string>& entryNames, std::string_view password,
                              PackReport& report) {
-    return createArchive(fullNames, zipPath, entryNames, password, {}, report, nullptr);
+    if (fullNames.size() != entryNames.size()) {
+        ZRN_LOG('E', "%zu files have %zu names.", fullNames.size(), entryNames.size());
+        return GLOBAL_ERROR_BAD_PARAMETER;
+    }
+    try {
+        const NameList paths(fullNames);
+        const NameList names(entryNames);
+        return createArchive({paths, {}, names, password, {}, nullptr}, zipPath, report);
+    } catch (const std::bad_alloc&) {
+        ZRN_LOG_CODE('E', "NameList", GLOBAL_ERROR_UNEXPECTED);
+        return GLOBAL_ERROR_UNEXPECTED;
+    }
 }
 
 void CZip::getFileList(std::vector<std::string>& fullNames, const std::string& directory, bool recursive) {
-    std::vector<std::string> found = listFiles(directory, recursive).paths;
-    fullNames.insert(fullNames.end(), std::make_move_iterator(found.begin()),
-                     std::make_move_iterator(found.end()));
+    static_cast<void>(
+        listFiles(directory, recursive, [&](const std::string& path) { fullNames.push_back(path); }));
 }
 
 bool CZip::isLargeFile(const std::string& path) {

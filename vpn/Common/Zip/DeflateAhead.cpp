@@ -15,10 +15,11 @@ constexpr uint64_t kSpareBytes = 4096;
 
 } // namespace
 
-DeflateAhead::DeflateAhead(const std::vector<std::string>& paths, std::string spillFolder, uint32_t threads,
-                           PackProgress* progress)
-    : m_paths(paths), m_spillFolder(std::move(spillFolder)),
-      m_mostBytes((threads + kWaitingPieces) * SpillBuffer::kMemoryBytes), m_progress(progress) {
+DeflateAhead::DeflateAhead(const NameList& paths, std::string folder, std::string spillFolder,
+                           uint32_t threads, PackProgress* progress)
+    : m_paths(paths), m_folder(std::move(folder)), m_spillFolder(std::move(spillFolder)),
+      m_mostBytes((threads + kWaitingPieces) * SpillBuffer::kMemoryBytes), m_progress(progress),
+      m_next(paths.begin()) {
     m_threads.start("createZipFile", threads, [this] { work(); });
 }
 
@@ -80,7 +81,7 @@ bool DeflateAhead::mayBegin() const {
 
 DeflateAhead::Slot* DeflateAhead::begin() {
     const LockGuard guard(m_lock);
-    while (!m_isOver && (m_next < m_paths.size() || m_partsLeft > 0)) {
+    while (!m_isOver && (m_next != m_paths.end() || m_partsLeft > 0)) {
         if (!mayBegin()) {
             m_hasRoom.wait(m_lock);
             continue;
@@ -109,7 +110,8 @@ std::unique_ptr<DeflateAhead::Slot> DeflateAhead::nextSlot() {
         m_file = std::make_shared<SourceFile>();
         m_offset = 0;
         m_partsLeft = 1;
-        slot->isDone = m_file->open(m_paths[m_next++]) != 0;
+        slot->isDone = m_file->open(m_folder + std::string(*m_next)) != 0;
+        ++m_next;
         if (m_file->sizeBytes() > PieceDeflater::kLargestWhole) {
             // A part more than it has full ones: who reaches the end sees whether there is more behind it.
             m_partsLeft = m_file->sizeBytes() / PieceDeflater::kPartBytes + 1;

@@ -3,6 +3,7 @@
 #include "Common/Utility/threads/Mutex.h"
 #include "Common/Utility/threads/ThreadGroup.h"
 #include "Common/Zip/DeflatedPiece.h"
+#include "Common/Zip/NameList.h"
 #include "Common/Zip/PackProgress.h"
 
 #include <condition_variable>
@@ -10,7 +11,6 @@
 #include <deque>
 #include <memory>
 #include <string>
-#include <vector>
 
 /// Deflates files on threads of its own, some way ahead of who puts them into an archive one after the other.
 /// What waits takes a bounded part of memory. A file of which anything is out of the ordinary comes without
@@ -33,10 +33,11 @@ public:
     };
 
     /// Starts as many threads as the system has up to the number.
-    /// @param paths        the files in their order; must outlive this object.
+    /// @param paths        the files in their order; must outlive this object, unchanged.
+    /// @param folder       what stands before each path, with a "/" at its end, or nothing.
     /// @param spillFolder  where what is too much for memory is kept; empty for nowhere.
     /// @param progress     gets what was read; may be null, else must outlive this object.
-    DeflateAhead(const std::vector<std::string>& paths, std::string spillFolder, uint32_t threads,
+    DeflateAhead(const NameList& paths, std::string folder, std::string spillFolder, uint32_t threads,
                  PackProgress* progress = nullptr);
     /// Waits until what is under way has ended.
     ~DeflateAhead();
@@ -70,7 +71,8 @@ private:
     void deflate(PieceDeflater& deflater, Slot& slot) const;
     void finish(Slot& slot);
 
-    const std::vector<std::string>& m_paths;
+    const NameList& m_paths;
+    const std::string m_folder;
     const std::string m_spillFolder;
     const std::size_t m_mostBytes;
     PackProgress* const m_progress;
@@ -84,7 +86,7 @@ private:
     std::shared_ptr<SourceFile> m_file ZRN_GUARDED_BY(m_lock);
     uint64_t m_partsLeft ZRN_GUARDED_BY(m_lock) = 0;
     uint64_t m_offset ZRN_GUARDED_BY(m_lock) = 0;
-    std::size_t m_next ZRN_GUARDED_BY(m_lock) = 0;
+    NameList::Iterator m_next ZRN_GUARDED_BY(m_lock);
     /// Nothing more is begun.
     bool m_isOver ZRN_GUARDED_BY(m_lock) = false;
 

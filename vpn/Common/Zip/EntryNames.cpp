@@ -33,6 +33,10 @@ bool climbs(std::string_view name) {
     }
 }
 
+bool leadsAstray(std::string_view name) {
+    return safeEntryName(name) != name;
+}
+
 } // namespace
 
 std::string safeEntryName(std::string_view name) {
@@ -47,21 +51,26 @@ std::string safeEntryName(std::string_view name) {
     return safe;
 }
 
-std::vector<std::string> safeEntryNames(std::vector<std::string> names) {
+std::optional<NameList> safeEntryNames(const NameList& names) {
+    if (std::all_of(names.begin(), names.end(), [](std::string_view name) { return !leadsAstray(name); })) {
+        return std::nullopt;
+    }
     std::unordered_set<std::string> taken;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        std::string safe = safeEntryName(names[i]);
-        if (safe == names[i]) {
+    for (const std::string_view name : names) {
+        taken.emplace(name);
+    }
+    NameList safeNames;
+    for (const std::string_view name : names) {
+        if (!leadsAstray(name)) {
+            safeNames.add(name);
             continue;
         }
-        if (taken.empty()) {
-            taken.insert(names.begin(), names.end());
-        }
+        std::string safe = safeEntryName(name);
         while (!taken.insert(safe).second) {
             safe += '_';
         }
         ZRN_LOG('W', "An entry gets the name \"%s\", as its own would lead unpackers astray", safe.c_str());
-        names[i] = std::move(safe);
+        safeNames.add(safe);
     }
-    return names;
+    return safeNames;
 }

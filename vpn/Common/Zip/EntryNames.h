@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Common/Zip/NameList.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// The name of an entry, such that no unpacker is led out of the folder that it unpacks into, by "\" for a
 /// separator or by a drive. Where a part of the name, between "/" and "\", is ".." or the first one is empty,
@@ -12,4 +14,5 @@
 
 /// The same for all names of an archive. A name that was changed into one that is there already gets further
 /// "_" at its end.
-[[nodiscard]] std::vector<std::string> safeEntryNames(std::vector<std::string> names);
+/// @return nothing where none has to be changed.
+[[nodiscard]] std::optional<NameList> safeEntryNames(const NameList& names);

@@ -28,14 +28,15 @@ struct Level {
 
 class TreeWalk {
 public:
-    explicit TreeWalk(bool recursive) : m_recursive(recursive) {}
+    TreeWalk(bool recursive, const std::function<void(const std::string&)>& found)
+        : m_recursive(recursive), m_found(found) {}
 
-    FileList run(const std::string& folder) {
+    std::vector<ListingGap> run(const std::string& folder) {
         enter(folder.ends_with('/') ? folder : folder + "/", 0);
         while (!m_levels.empty() && !isStopRequested()) {
             step();
         }
-        return std::move(m_list);
+        return std::move(m_gaps);
     }
 
 private:
@@ -46,11 +47,11 @@ private:
             return;
         }
         const FolderEntry& entry = level.entries[level.next++];
-        std::string path = level.folder + entry.name;
+        const std::string path = level.folder + entry.name;
         if (entry.isFolder) {
             enter(path + "/", O_NOFOLLOW); // no more of `level` from here on
         } else {
-            m_list.paths.push_back(std::move(path));
+            m_found(path);
         }
     }
 
@@ -59,8 +60,8 @@ private:
         if (!handle) {
             const int error = errno;
             logFailure("opendir", error, folder);
-            m_list.paths.push_back(folder);
-            m_list.gaps.push_back({folder, reasonOf("could not be listed", error)});
+            m_found(folder);
+            m_gaps.push_back({folder, reasonOf("could not be listed", error)});
             return;
         }
         Level level{folder, {}, 0};
@@ -71,7 +72,7 @@ private:
         }
         if (const int error = errno; error != 0) {
             logFailure("readdir", error, folder);
-            m_list.gaps.push_back({folder, reasonOf("could not be listed to its end", error)});
+            m_gaps.push_back({folder, reasonOf("could not be listed to its end", error)});
         }
         m_levels.push_back(std::move(level));
     }
@@ -111,7 +112,7 @@ private:
             const int error = errno;
             const std::string path = level.folder + name;
             logFailure("fstatat", error, path);
-            m_list.gaps.push_back({path, reasonOf("could not be examined", error)});
+            m_gaps.push_back({path, reasonOf("could not be examined", error)});
             return DT_UNKNOWN;
         }
         return static_cast<unsigned char>(IFTODT(status.st_mode));
@@ -122,12 +123,14 @@ private:
     }
 
     bool m_recursive;
-    FileList m_list;
+    const std::function<void(const std::string&)>& m_found;
+    std::vector<ListingGap> m_gaps;
     std::vector<Level> m_levels;
 };
 
 } // namespace
 
-FileList listFiles(const std::string& folder, bool recursive) {
-    return TreeWalk(recursive).run(folder);
+std::vector<ListingGap> listFiles(const std::string& folder, bool recursive,
+                                  const std::function<void(const std::string& path)>& found) {
+    return TreeWalk(recursive, found).run(folder);
 }

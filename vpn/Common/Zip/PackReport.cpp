@@ -41,10 +41,10 @@ void PackReport::add(const std::string& name, const std::string& reason) {
     }
 }
 
-void PackReport::chooseEntryName(const std::vector<std::string>& takenNames) {
+void PackReport::chooseEntryName(const NameList& takenNames) {
     const auto isTaken = [&](const std::string& candidate) {
-        return std::ranges::any_of(
-            takenNames, [&](const std::string& name) { return isSameToAnUnpacker(name, candidate); });
+        return std::any_of(takenNames.begin(), takenNames.end(),
+                           [&](std::string_view name) { return isSameToAnUnpacker(name, candidate); });
     };
     m_entryName = "not-packed.txt";
     for (int number = 2; isTaken(m_entryName); ++number) {

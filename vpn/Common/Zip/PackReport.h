@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Common/Zip/NameList.h"
+
 #include <set>
 #include <string>
 #include <string_view>
@@ -23,7 +25,7 @@ public:
     [[nodiscard]] const std::string& entryName() const { return m_entryName; }
     /// Chooses the entry's name: not-packed.txt, or where a file of the bundle has that name,
     /// not-packed-2.txt and so on. Upper and lower case count as the same.
-    void chooseEntryName(const std::vector<std::string>& takenNames);
+    void chooseEntryName(const NameList& takenNames);
     /// The entry's content: a line an item, with control characters written as \xHH.
     [[nodiscard]] std::string text() const;
 
