@@ -28,7 +28,7 @@ DeflateAhead::~DeflateAhead() {
         const LockGuard guard(m_lock);
         m_isOver = true;
     }
-    m_hasRoom.notify_all();
+    m_hasRoom.tellAll();
     m_threads.join();
 }
 
@@ -46,7 +46,7 @@ std::unique_ptr<DeflateAhead::Piece> DeflateAhead::take() {
         m_slots.pop_front();
         m_heldBytes -= slot->heldBytes;
     }
-    m_hasRoom.notify_all();
+    m_hasRoom.tellAll();
     return std::move(slot->piece);
 }
 
@@ -63,7 +63,7 @@ void DeflateAhead::drop(const SourceFile& file) {
             m_slots.pop_front();
         }
     }
-    m_hasRoom.notify_all();
+    m_hasRoom.tellAll();
 }
 
 void DeflateAhead::work() {
@@ -97,9 +97,9 @@ DeflateAhead::Slot* DeflateAhead::begin() {
         if (!slot->isDone) {
             return slot;
         }
-        m_isDone.notify_one();
+        m_isDone.tellOne();
     }
-    m_isDone.notify_one();
+    m_isDone.tellOne();
     return nullptr;
 }
 
@@ -144,9 +144,9 @@ void DeflateAhead::finish(Slot& slot) {
     m_heldBytes -= std::exchange(slot.heldBytes, slot.piece->content.data.heldBytes());
     slot.isDone = true;
     if (m_slots.front().get() == &slot) {
-        m_isDone.notify_one();
+        m_isDone.tellOne();
     }
-    m_hasRoom.notify_one();
+    m_hasRoom.tellOne();
 }
 
 DeflatedFile::~DeflatedFile() {

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "Common/Utility/threads/Condition.h"
 #include "Common/Utility/threads/Mutex.h"
 #include "Common/Utility/threads/ThreadGroup.h"
 #include "Common/Zip/DeflatedPiece.h"
 #include "Common/Zip/NameList.h"
 #include "Common/Zip/PackProgress.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -78,8 +78,8 @@ private:
     PackProgress* const m_progress;
 
     Mutex m_lock;
-    std::condition_variable_any m_isDone;
-    std::condition_variable_any m_hasRoom;
+    Condition m_isDone;
+    Condition m_hasRoom;
     std::deque<std::unique_ptr<Slot>> m_slots ZRN_GUARDED_BY(m_lock);
     std::size_t m_heldBytes ZRN_GUARDED_BY(m_lock) = 0;
     /// The file whose parts are given out.

@@ -151,7 +151,7 @@ ProgressLine::~ProgressLine() {
         const LockGuard guard(m_lock);
         m_isOver = true;
     }
-    m_isOverChanged.notify_one();
+    m_isOverChanged.tellOne();
     m_thread.join();
     if (m_isPainted) {
         static_cast<void>(std::fprintf(stderr, "\r%s", kToItsEnd));
@@ -160,11 +160,8 @@ ProgressLine::~ProgressLine() {
 
 void ProgressLine::run() {
     const auto isOver = [this](milliseconds limit) {
-        const auto end = steady_clock::now() + limit;
         const LockGuard guard(m_lock);
-        while (!m_isOver && m_isOverChanged.wait_until(m_lock, end) != std::cv_status::timeout) {
-        }
-        return m_isOver;
+        return m_isOverChanged.waitFor(m_lock, limit, [this]() ZRN_REQUIRES(m_lock) { return m_isOver; });
     };
     milliseconds pause = kFirst;
     steady_clock::time_point packingSince;

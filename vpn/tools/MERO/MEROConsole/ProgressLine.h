@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Common/Utility/threads/Condition.h"
 #include "Common/Utility/threads/Mutex.h"
 #include "tools/MERO/MEROEngine/implementations/WorkProgress.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <string>
 #include <thread>
@@ -33,7 +33,7 @@ private:
     void paint(std::chrono::milliseconds packing);
 
     Mutex m_lock;
-    std::condition_variable_any m_isOverChanged;
+    Condition m_isOverChanged;
     bool m_isOver ZRN_GUARDED_BY(m_lock) = false;
     bool m_isPainted = false;
     std::thread m_thread;
