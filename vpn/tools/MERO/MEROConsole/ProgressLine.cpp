@@ -117,7 +117,8 @@ std::string progressText(const std::string& step, const WorkProgress& work, mill
     const std::size_t room = columns > 0 ? columns - 1 : 0;
     std::string facts;
     for (const std::string& fact : factsOf(work, packing)) {
-        const std::string longer = facts.empty() ? fact : facts + ", " + fact;
+        std::string longer = facts;
+        longer.append(facts.empty() ? "" : ", ").append(fact);
         if (longer.size() > room) {
             break;
         }

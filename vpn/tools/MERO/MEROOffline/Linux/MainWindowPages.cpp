@@ -62,7 +62,7 @@ void CMEROGtkMainWindow::setMarkLater() {
     g_idle_add_full(
         G_PRIORITY_LOW,
         [](gpointer window) -> gboolean {
-            runHandler(__func__, [&] {
+            runHandler("setMarkLater", [&] {
                 const CMEROGtkMainWindow& self = *static_cast<CMEROGtkMainWindow*>(window);
                 setWindowMark(GTK_WINDOW(self.m_pWindow), self.m_programFolder);
             });
