@@ -69,7 +69,7 @@ def report(figures, series, build):
     lines = ["# Results of one run", "",
              "Written by `script/bench --record`. What is measured depends on the machine; this one has %d cores, "
              "%.1f GB of memory," % (len(os.sched_getaffinity(0)), memory_gigabytes()),
-             "Linux %s on %s; the compiler is %s." % (platform.release(), platform.machine(), compiler(build)), "",
+             "Linux %s on %s; the compiler is %s." % (platform.release().split("-")[0], platform.machine(), compiler(build)), "",
              "| figure | value | goal at most | |", "|---|---:|---:|---|"]
     lines += ["| %s |" % " | ".join(row) for row in rows(figures)]
     lines += ["", "Seconds for each size, medians; the picture of them is in the README:", "", "| | MB | seconds |",
