@@ -241,6 +241,8 @@ TEST_F(SideBySide, GoesOnWithoutThreads) {
     writeFile("bundle/a.log", "text");
     const NoNewThreads none;
     ASSERT_EQ(CZip().Zip(path("bundle"), path("bundle.zip"), {}, true), 0U);
+    EXPECT_EQ(m_log.containsCode('W', "createZipFile", "pthread_create", EAGAIN), usableCores() > 1)
+        << m_log.dump();
     expectOpensEverywhere(path("bundle.zip"), "", {{"a.log", "text"}});
 }
 

@@ -87,13 +87,16 @@ uint32_t FilePacker::packNext(DeflateAhead& ahead, const std::string& path, cons
     if (!file.isGood()) {
         return pack(path, entryName);
     }
-    ZipEntry entry = entryOf(entryName, path, *file.first().file);
+    DeflateAhead::Piece& first = file.first();
+    ZipEntry entry = entryOf(entryName, path, *first.file);
     Outcome outcome;
     if (m_password.empty()) {
-        entry.isText = file.first().content.isText;
+        entry.isText = first.content.isText;
         outcome = appendReady(entry, path, [&](const SpillBuffer::Consumer& consumer, ContentSum& sumOut) {
             return file.handOn(consumer, sumOut);
         });
+    } else if (first.isLast) {
+        outcome = appendSealed(entry, path, first.content.data, first.content.sum);
     } else {
         // The sum stands at the front of what is encrypted, so all of it has to be there.
         ContentSum sum;
